@@ -1,0 +1,231 @@
+// The frame of every vector kernel: floating-point entry and exit, the element walk in blocks
+// with one mask test per block, the scalar companion of flagged lanes, the dispatch of their
+// errors, and the tail. A kernel K supplies only its formulas:
+//
+//   using T;                              float or double
+//   kInputs, kResults                     1 or 2 each
+//   kBlock                                lanes per block, a multiple of Vec<T>::kLanes
+//   kCanFail                              whether any lane can be flagged
+//   Compute(in[kInputs], out[kResults])   all lanes of one register, no tests
+//   Flag(in) -> lane bits                 lanes that need more than Compute (if kCanFail)
+//   Settle(in, out, bits) -> bits         no-error loop: settles lanes by selects and returns
+//                                         those left for the companion (if kCanFail)
+//   Companion(in, out) -> status          one lane; stores the result the caller is to see
+//   Element(in, out) -> status            one element of the loop form
+#ifndef QOR_FRAME_KERNEL_FRAME_H_
+#define QOR_FRAME_KERNEL_FRAME_H_
+
+#include <stddef.h>
+
+#include "frame/error_dispatch.h"
+#include "frame/fp_env.h"
+#include "frame/function_list.h"
+#include "frame/vec.h"
+
+namespace tem {
+
+// Lanes beyond the count of a tail group hold this harmless value.
+template <class T>
+inline constexpr T kTailPad = T(0.75);
+
+// Arrays of a contiguous call.
+template <class K>
+struct Contiguous {
+  using T = typename K::T;
+  const T* in[K::kInputs];
+  T* out[K::kResults];
+
+  const T& In(int k, int i) const { return in[k][i]; }
+  T& Out(int k, int i) const { return out[k][i]; }
+  Vec<T> Load(int k, int i, int count) const {
+    return count == Vec<T>::kLanes ? Vec<T>::Load(in[k] + i)
+                                   : Vec<T>::LoadPartial(in[k] + i, count, kTailPad<T>);
+  }
+  void Store(int k, int i, int count, Vec<T> v) const {
+    if (count == Vec<T>::kLanes) {
+      v.Store(out[k] + i);
+    } else {
+      v.StorePartial(out[k] + i, count);
+    }
+  }
+  void Report(int code, int i, const char* name) const {
+    ReportError(code, i, in[0], in[K::kInputs - 1], out[0], out[K::kResults - 1], name);
+  }
+};
+
+// Arrays and element strides of a strided call. Lanes are gathered and scattered one at a time.
+template <class K>
+struct Strided {
+  using T = typename K::T;
+  const T* in[K::kInputs];
+  int in_inc[K::kInputs];
+  T* out[K::kResults];
+  int out_inc[K::kResults];
+
+  const T& In(int k, int i) const { return in[k][static_cast<ptrdiff_t>(i) * in_inc[k]]; }
+  T& Out(int k, int i) const { return out[k][static_cast<ptrdiff_t>(i) * out_inc[k]]; }
+  Vec<T> Load(int k, int i, int count) const {
+    return Vec<T>::Gather(&In(k, i), in_inc[k], count, kTailPad<T>);
+  }
+  void Store(int k, int i, int count, Vec<T> v) const { v.Scatter(&Out(k, i), out_inc[k], count); }
+  void Report(int code, int i, const char* name) const {
+    constexpr int kA2 = K::kInputs - 1, kR2 = K::kResults - 1;
+    ReportError(code, i, in[0], in_inc[0], in[kA2], in_inc[kA2], out[0], out_inc[0], out[kR2],
+                out_inc[kR2], name);
+  }
+  bool AllUnitStrides() const {
+    for (int inc : in_inc) {
+      if (inc != 1) return false;
+    }
+    for (int inc : out_inc) {
+      if (inc != 1) return false;
+    }
+    return true;
+  }
+};
+
+// Flagged lanes of one group, in increasing lane order: the companion's result goes through
+// the dispatch to the result arrays and comes back, as a callback may have changed it.
+template <class K, int kRegs, class Io>
+void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typename K::T> (&x)[kRegs][K::kInputs],
+                        Vec<typename K::T> (&y)[kRegs][K::kResults], const char* name) {
+  using T = typename K::T;
+  constexpr int kLanes = Vec<T>::kLanes;
+  alignas(16) T in[K::kInputs][kRegs * kLanes];
+  alignas(16) T out[K::kResults][kRegs * kLanes];
+  for (int r = 0; r < kRegs; ++r) {
+    for (int k = 0; k < K::kInputs; ++k) x[r][k].StoreAligned(&in[k][r * kLanes]);
+    for (int k = 0; k < K::kResults; ++k) y[r][k].StoreAligned(&out[k][r * kLanes]);
+  }
+  for (int lane = 0; mask != 0; ++lane, mask >>= 1) {
+    if ((mask & 1) == 0) continue;
+    T lane_in[K::kInputs], lane_out[K::kResults];
+    for (int k = 0; k < K::kInputs; ++k) lane_in[k] = in[k][lane];
+    for (int k = 0; k < K::kResults; ++k) lane_out[k] = out[k][lane];
+    int code = K::Companion(lane_in, lane_out);
+    for (int k = 0; k < K::kResults; ++k) out[k][lane] = lane_out[k];
+    if (code == 0) continue;
+    const int i = first + lane;
+    for (int k = 0; k < K::kResults; ++k) io.Out(k, i) = out[k][lane];
+    io.Report(code, i, name);
+    for (int k = 0; k < K::kResults; ++k) out[k][lane] = io.Out(k, i);
+  }
+  for (int r = 0; r < kRegs; ++r) {
+    for (int k = 0; k < K::kResults; ++k) y[r][k] = Vec<T>::LoadAligned(&out[k][r * kLanes]);
+  }
+}
+
+// One block of kRegs registers, or a tail group of one register with `count` real lanes.
+template <class K, int kRegs, class Io>
+inline void RunGroup(const Io& io, int first, int count, bool no_error, const char* name) {
+  using V = Vec<typename K::T>;
+  constexpr int kLanes = V::kLanes;
+  V x[kRegs][K::kInputs];
+  V y[kRegs][K::kResults];
+  unsigned mask = 0;
+  for (int r = 0; r < kRegs; ++r) {
+    const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
+    for (int k = 0; k < K::kInputs; ++k) x[r][k] = io.Load(k, first + r * kLanes, lanes);
+    K::Compute(x[r], y[r]);
+    if constexpr (K::kCanFail) mask |= static_cast<unsigned>(K::Flag(x[r])) << (r * kLanes);
+  }
+  if constexpr (K::kCanFail) {
+    mask &= (1u << count) - 1;
+    if (mask != 0 && no_error) {
+      unsigned left = 0;
+      for (int r = 0; r < kRegs; ++r) {
+        unsigned lanes = (mask >> (r * kLanes)) & ((1u << kLanes) - 1);
+        if (lanes != 0) left |= static_cast<unsigned>(K::Settle(x[r], y[r], lanes)) << (r * kLanes);
+      }
+      mask = left;
+    }
+    if (mask != 0) HandleFlaggedLanes<K, kRegs>(io, first, mask, x, y, name);
+  }
+  for (int r = 0; r < kRegs; ++r) {
+    const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
+    for (int k = 0; k < K::kResults; ++k) io.Store(k, first + r * kLanes, lanes, y[r][k]);
+  }
+}
+
+// Vector form: blocks of K::kBlock lanes, then tail groups of one register. The loop kind is
+// chosen once per call from the error field.
+template <class K, class Io>
+void WalkVector(int n, const Io& io, uint32_t mode, const char* name) {
+  constexpr int kLanes = Vec<typename K::T>::kLanes;
+  constexpr int kRegs = K::kBlock / kLanes;
+  static_assert(K::kBlock % kLanes == 0 && K::kBlock <= 16, "a block is whole registers");
+  const bool no_error = (mode & 0xFF00) == TEM_ERRMODE_NOERR;
+  const int blocks_end = n - n % K::kBlock;
+  int i = 0;
+  for (; i < blocks_end; i += K::kBlock) RunGroup<K, kRegs>(io, i, K::kBlock, no_error, name);
+  for (; i < n; i += kLanes) RunGroup<K, 1>(io, i, n - i < kLanes ? n - i : kLanes, no_error, name);
+}
+
+// Loop form: element by element, each status reported as soon as its result is stored.
+template <class K, class Io>
+void WalkLoop(int n, const Io& io, const char* name) {
+  using T = typename K::T;
+  for (int i = 0; i < n; ++i) {
+    T in[K::kInputs], out[K::kResults];
+    for (int k = 0; k < K::kInputs; ++k) in[k] = io.In(k, i);
+    int code = K::Element(in, out);
+    for (int k = 0; k < K::kResults; ++k) io.Out(k, i) = out[k];
+    if (code != 0) io.Report(code, i, name);
+  }
+}
+
+// A kernel call in the frame form of function F. A count of zero or less does nothing.
+template <const FunctionInfo& F, class K, class Io>
+void Run(int n, const Io& io) {
+  static_assert(F.form != Form::kNone, "pack and unpack kernels have no frame");
+  if constexpr (F.form == Form::kVector) {
+    FpFrame frame = FpFrame::ForVector();
+    if (n > 0) WalkVector<K>(n, io, frame.mode(), F.error_name);
+  } else {
+    FpFrame frame = FpFrame::ForLoop();
+    if (n > 0) WalkLoop<K>(n, io, F.error_name);
+  }
+}
+
+// A strided vector-form kernel with every stride 1 is the contiguous function's slot 1.
+template <const FunctionInfo& F, class K>
+bool ForwardsToContiguous(const Strided<K>& io) {
+  return F.form == Form::kVector && io.AllUnitStrides();
+}
+
+template <class Fn>
+Fn Slot(TemKernelSlot (&table)[3], int slot) {
+  return reinterpret_cast<Fn>(table[slot]);
+}
+
+}  // namespace tem
+
+// Kernel symbols of one function and its strided form, for each argument shape. The frame
+// form, error name and signature come from the function list.
+#define TEM_ENTRIES_A_R(t, stem, K)                                                     \
+  extern "C" void tem_kernel_##t##stem(int n, const K::T* a, K::T* r) {                \
+    tem::Run<tem::fn::t##stem, K>(n, tem::Contiguous<K>{{a}, {r}});                     \
+  }                                                                                     \
+  extern "C" void tem_kernel_##t##stem##I(int n, const K::T* a, int inca, K::T* r,      \
+                                          int incr) {                                   \
+    const tem::Strided<K> io{{a}, {inca}, {r}, {incr}};                                 \
+    if (tem::ForwardsToContiguous<tem::fn::t##stem##I>(io)) {                           \
+      return tem::Slot<decltype(&tem_kernel_##t##stem)>(tem_ttab_##t##stem, 1)(n, a, r); \
+    }                                                                                   \
+    tem::Run<tem::fn::t##stem##I, K>(n, io);                                            \
+  }
+
+#define TEM_ENTRIES_A_AB_R(t, stem, K)                                                     \
+  extern "C" void tem_kernel_##t##stem(int n, const K::T* a, const K::T* b, K::T* r) {    \
+    tem::Run<tem::fn::t##stem, K>(n, tem::Contiguous<K>{{a, b}, {r}});                     \
+  }                                                                                        \
+  extern "C" void tem_kernel_##t##stem##I(int n, const K::T* a, int inca, const K::T* b,   \
+                                          int incb, K::T* r, int incr) {                   \
+    const tem::Strided<K> io{{a, b}, {inca, incb}, {r}, {incr}};                           \
+    if (tem::ForwardsToContiguous<tem::fn::t##stem##I>(io)) {                              \
+      return tem::Slot<decltype(&tem_kernel_##t##stem)>(tem_ttab_##t##stem, 1)(n, a, b, r); \
+    }                                                                                      \
+    tem::Run<tem::fn::t##stem##I, K>(n, io);                                               \
+  }
+
+#endif  // QOR_FRAME_KERNEL_FRAME_H_

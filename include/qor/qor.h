@@ -1,0 +1,8 @@
+/* All public interfaces of qor. */
+#ifndef QOR_QOR_H_
+#define QOR_QOR_H_
+
+#include "qor/core.h"
+#include "qor/tem.h"
+
+#endif /* QOR_QOR_H_ */
