@@ -5,6 +5,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include <type_traits>
+
 #include "frame/thread_state.h"
 #include "qor/core.h"
 
@@ -37,7 +39,7 @@ inline void Put(TemComplex16& v, double re, double im) {
 }
 
 template <class E>
-constexpr bool kComplex = sizeof(E) == 2 * sizeof(Re(E{}));
+constexpr bool kComplex = !std::is_floating_point_v<E>;
 
 // Offset of element `index` at stride `inc`, multiplied in 32 bits.
 inline int32_t Offset(int index, int inc) {

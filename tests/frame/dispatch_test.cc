@@ -1,0 +1,372 @@
+// The error dispatch: status, callback contract, errno, numbered messages, index adjustment,
+// name cut, strided reads, write-back and the trap path.
+#include <errno.h>
+#include <signal.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "frame/error_dispatch.h"
+#include "gtest/gtest.h"
+#include "qor/tem.h"
+#include "tests/frame/thread_runner.h"
+
+namespace {
+
+// What the callback saw, and what it does.
+struct CallbackScript {
+  int calls = 0;
+  temErrorContext seen{};
+  int result = 0;
+  double new_res1 = NAN;
+  double new_res2 = NAN;
+};
+thread_local CallbackScript* g_script = nullptr;
+
+int ScriptedCallback(temErrorContext* context) {
+  ++g_script->calls;
+  g_script->seen = *context;
+  if (!std::isnan(g_script->new_res1)) context->Res1 = g_script->new_res1;
+  if (!std::isnan(g_script->new_res2)) context->Res2 = g_script->new_res2;
+  return g_script->result;
+}
+
+// Runs `body` on a fresh thread with `mode` set and the scripted callback installed; the mode
+// is set after the callback, so that its error field is exactly the one asked for.
+template <class F>
+void WithMode(uint32_t mode, CallbackScript& script, F body) {
+  OnFreshThread([&] {
+    g_script = &script;
+    _temSetErrorCallBack(ScriptedCallback);
+    _temSetMode(mode);
+    body();
+  });
+}
+
+uint16_t X87Status() {
+  uint16_t status;
+  __asm__ volatile("fnstsw %0" : "=m"(status));
+  return status;
+}
+
+TEST(DispatchTest, ErrorFieldDecidesStatusAndCallback) {
+  const struct {
+    uint32_t mode;
+    bool status_set, callback_runs;
+  } cases[] = {
+      {0x2002, false, false},  // no error handling: nothing is touched
+      {0x0102, true, false},   // ignore: status only
+      {0x1102, true, true},    // ignore with callback is not the ignore field
+      {0x1002, true, true},
+      {0x2202, true, false},   // 0x2200 is not the no-error field: status and errno
+      {0x0202, true, false},
+  };
+  for (const auto& c : cases) {
+    CallbackScript script;
+    int status = -100;
+    double a[1] = {2}, r[1] = {5};
+    WithMode(c.mode, script, [&] {
+      _temSetErrStatus(-100);
+      tem::temErrorD(TEM_STATUS_OVERFLOW, 0, a, a, r, r, "vdExp");
+      status = _temGetErrStatus();
+    });
+    EXPECT_EQ(status, c.status_set ? TEM_STATUS_OVERFLOW : -100) << std::hex << c.mode;
+    EXPECT_EQ(script.calls, c.callback_runs ? 1 : 0) << std::hex << c.mode;
+  }
+}
+
+TEST(DispatchTest, StatusHoldsTheLastCodeNotAnAccumulation) {
+  CallbackScript script;
+  WithMode(0x0102, script, [] {
+    double a = 1, r = 1;
+    tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, "vdExp");
+    tem::temErrorD(TEM_STATUS_ERRDOM, 0, &a, &a, &r, &r, "vdExp");
+    EXPECT_EQ(_temGetErrStatus(), TEM_STATUS_ERRDOM);
+    tem::temErrorD(TEM_STATUS_OK, 0, &a, &a, &r, &r, "vdExp");
+    EXPECT_EQ(_temGetErrStatus(), TEM_STATUS_OK);
+  });
+}
+
+TEST(DispatchTest, CallbackResultDecidesWriteBack) {
+  for (int result : {0, 1}) {
+    CallbackScript script;
+    script.result = result;
+    script.new_res1 = 42;
+    double a[3] = {1, 2, 3}, r[3] = {10, 20, 30};
+    WithMode(0x1002, script, [&] { tem::temErrorD(TEM_STATUS_SING, 1, a, a, r, r, "vdLn"); });
+    EXPECT_EQ(r[1], result == 0 ? 42 : 20) << "callback returned " << result;
+    EXPECT_EQ(r[0], 10);
+    EXPECT_EQ(r[2], 30);
+  }
+}
+
+TEST(DispatchTest, CallbackSeesTheElementAndOneResultKeepsRes1) {
+  CallbackScript script;
+  script.new_res1 = 7;
+  script.new_res2 = 9;
+  const float a[4] = {1.5f, 2.5f, 3.5f, 4.5f};
+  const float b[4] = {-1, -2, -3, -4};
+  float r[4] = {10, 20, 30, 40};
+  WithMode(0x1002, script, [&] { tem::temErrorS(TEM_STATUS_ERRDOM, 2, a, b, r, r, "vsPow"); });
+  EXPECT_EQ(script.seen.Code, TEM_STATUS_ERRDOM);
+  EXPECT_EQ(script.seen.Index, 2);
+  EXPECT_EQ(script.seen.Arg1, 3.5);
+  EXPECT_EQ(script.seen.Arg2, -3);
+  EXPECT_EQ(script.seen.Res1, 30);
+  EXPECT_EQ(script.seen.Res2, 30);
+  EXPECT_STREQ(script.seen.FuncName, "vsPow");
+  EXPECT_EQ(script.seen.FuncNameLen, 5);
+  // Res2 is written first, then Res1 over it.
+  EXPECT_EQ(r[2], 7);
+}
+
+TEST(DispatchTest, TwoResultsAreWrittenToTheirArrays) {
+  CallbackScript script;
+  script.new_res1 = 7;
+  script.new_res2 = 9;
+  double a[2] = {1, 2}, r1[2] = {0, 0}, r2[2] = {0, 0};
+  WithMode(0x1002, script, [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 1, a, a, r1, r2, "vdSinCos"); });
+  EXPECT_EQ(r1[1], 7);
+  EXPECT_EQ(r2[1], 9);
+}
+
+TEST(DispatchTest, NameIsCutTo47Characters) {
+  const std::string sixty(60, 'x'), forty_seven(47, 'y');
+  const struct {
+    const char* name;
+    int length;
+  } cases[] = {{sixty.c_str(), 47}, {"vdExp", 5}, {"", 0}, {forty_seven.c_str(), 47}};
+  for (const auto& c : cases) {
+    CallbackScript script;
+    double a = 1, r = 1;
+    WithMode(0x1002, script, [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, c.name); });
+    EXPECT_EQ(script.seen.FuncNameLen, c.length);
+    EXPECT_EQ(std::string(script.seen.FuncName), std::string(c.name).substr(0, c.length));
+  }
+}
+
+TEST(DispatchTest, BasePointerTurnsTheIndexGlobalForEachElementSize) {
+  CallbackScript script;
+  std::vector<double> whole(200);
+  whole[105] = 3.25;
+  std::vector<TemComplex16> zwhole(200);
+  zwhole[105] = {1.5, -2.5};
+  std::vector<float> swhole(200);
+  swhole[105] = 0.5f;
+  WithMode(0x1002, script, [&] {
+    double* a = whole.data() + 100;
+    double r[8] = {};
+    _temSetInterfInputVectorPointer(whole.data());
+    tem::temErrorD(TEM_STATUS_OVERFLOW, 5, a, a, r, r, "vdExp");
+    EXPECT_EQ(script.seen.Index, 105);
+    EXPECT_EQ(script.seen.Arg1, 3.25) << "the value comes from the chunk's own index";
+
+    TemComplex16* z = zwhole.data() + 100;
+    TemComplex16 zr[8] = {};
+    _temSetInterfInputVectorPointer(zwhole.data());
+    tem::temErrorZ(TEM_STATUS_OVERFLOW, 5, z, z, zr, zr, "vzExp");
+    EXPECT_EQ(script.seen.Index, 105);
+    EXPECT_EQ(script.seen.Arg1, 1.5);
+    EXPECT_EQ(script.seen.Arg1Im, -2.5);
+
+    float* s = swhole.data() + 100;
+    float sr[8] = {};
+    _temSetInterfInputVectorPointer(swhole.data());
+    tem::temErrorS(TEM_STATUS_OVERFLOW, 5, s, s, sr, sr, "vsExp");
+    EXPECT_EQ(script.seen.Index, 105);
+    EXPECT_EQ(script.seen.Arg1, 0.5);
+  });
+}
+
+TEST(DispatchTest, StridedEntriesMultiplyTheElementNumberByEachStride) {
+  CallbackScript script;
+  script.new_res1 = -1;
+  double a[16], b[16], r[16] = {};
+  for (int i = 0; i < 16; ++i) a[i] = i, b[i] = 100 + i;
+  WithMode(0x1002, script, [&] {
+    tem::temErrorDI(TEM_STATUS_SING, 4, a, 3, b, 2, r, 2, r, 2, "vdDiv");
+  });
+  EXPECT_EQ(script.seen.Index, 4);
+  EXPECT_EQ(script.seen.Arg1, 12);
+  EXPECT_EQ(script.seen.Arg2, 108);
+  EXPECT_EQ(r[8], -1);
+  EXPECT_EQ(std::count(r, r + 16, 0.0), 15);
+}
+
+TEST(DispatchTest, ComplexElementsCarryBothParts) {
+  CallbackScript script;
+  script.new_res1 = 8;
+  TemComplex8 a[2] = {{1, 2}, {3, 4}}, r[2] = {{5, 6}, {7, -8}};
+  WithMode(0x1002, script, [&] { tem::temErrorCI(TEM_STATUS_ERRDOM, 1, a, 1, a, 1, r, 1, r, 1, "vcLn"); });
+  EXPECT_EQ(script.seen.Arg1, 3);
+  EXPECT_EQ(script.seen.Arg1Im, 4);
+  EXPECT_EQ(script.seen.Res1, 7);
+  EXPECT_EQ(script.seen.Res1Im, -8);
+  EXPECT_EQ(r[1].re, 8);
+  EXPECT_EQ(r[1].im, -8);
+}
+
+TEST(DispatchTest, SizeAndMemoryCodesReadAndWriteNoValues) {
+  for (int code : {TEM_STATUS_BADSIZE, TEM_STATUS_BADMEM}) {
+    CallbackScript script;
+    script.new_res1 = 1;
+    // Null arrays: a read or write-back would crash.
+    WithMode(0x1002, script, [&] {
+      tem::temErrorD(code, 3, nullptr, nullptr, nullptr, nullptr, "vdExp");
+      EXPECT_EQ(_temGetErrStatus(), code);
+    });
+    EXPECT_EQ(script.calls, 1);
+    EXPECT_EQ(script.seen.Code, code);
+  }
+}
+
+TEST(DispatchTest, ErrnoFollowsTheCode) {
+  const struct {
+    int code, err;
+  } cases[] = {{-2, 13}, {-1, 22}, {0, 0}, {1, 33}, {2, 34}, {3, 34}, {4, 34}, {5, 14}, {-9, 14}};
+  for (const auto& c : cases) {
+    CallbackScript script;
+    int err = -1;
+    double a = 1, r = 1;
+    WithMode(TEM_ERRMODE_ERRNO, script, [&] {
+      errno = 12345;
+      tem::temErrorD(c.code, 0, &a, &a, &r, &r, "vdExp");
+      err = errno;
+    });
+    EXPECT_EQ(err, c.err) << "code " << c.code;
+  }
+}
+
+TEST(DispatchTest, CallbackOnlyModeHasNoDefaultReactions) {
+  CallbackScript script;
+  int err = 0;
+  double a = 1, r = 1;
+  WithMode(0x1002, script, [&] {
+    errno = 12345;
+    tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, "vdExp");
+    err = errno;
+  });
+  EXPECT_EQ(err, 12345);
+}
+
+std::string PrintedBy(int code, double a1, double a2, double r1, double r2) {
+  CallbackScript script;
+  double a[2] = {a1, 0}, b[2] = {a2, 0}, x[2] = {r1, 0}, y[2] = {r2, 0};
+  std::string printed;
+  WithMode(TEM_ERRMODE_STDERR, script, [&] {
+    testing::internal::CaptureStderr();
+    tem::temErrorD(code, 0, a, b, x, y, "vdTest");
+    printed = testing::internal::GetCapturedStderr();
+  });
+  return printed;
+}
+
+int CountLines(const std::string& s) { return static_cast<int>(std::count(s.begin(), s.end(), '\n')); }
+
+TEST(DispatchTest, PrintsNameLineAndValueLinesByShape) {
+  // One argument, one result.
+  std::string one = PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, INFINITY, INFINITY);
+  EXPECT_NE(one.find("vdTest: overflow"), std::string::npos) << one;
+  EXPECT_NE(one.find("a[0] = 710"), std::string::npos) << one;
+  EXPECT_NE(one.find("r[0] = inf"), std::string::npos) << one;
+  EXPECT_EQ(CountLines(one), 3);
+  // Res2 of exactly 0.0 and Arg2 of 0.0 print as single.
+  EXPECT_EQ(PrintedBy(TEM_STATUS_OVERFLOW, 710, 0.0, 5, 0.0), PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, 5, 5));
+  // One argument, two results.
+  std::string two_results = PrintedBy(TEM_STATUS_ERRDOM, 1, 1, 2, 3);
+  EXPECT_NE(two_results.find("r1[0] = 2"), std::string::npos) << two_results;
+  EXPECT_NE(two_results.find("r2[0] = 3"), std::string::npos) << two_results;
+  EXPECT_EQ(CountLines(two_results), 4);
+  // Two arguments, one result.
+  std::string two_args = PrintedBy(TEM_STATUS_SING, 1, 0.5, 2, 2);
+  EXPECT_NE(two_args.find("b[0] = 0.5"), std::string::npos) << two_args;
+  EXPECT_EQ(CountLines(two_args), 4);
+  // Two and two.
+  EXPECT_EQ(CountLines(PrintedBy(TEM_STATUS_UNDERFLOW, 1, 0.5, 2, 3)), 5);
+  // Unknown code: the name line of its own, then values.
+  std::string unknown = PrintedBy(77, 1, 1, 2, 2);
+  EXPECT_NE(unknown.find("unknown"), std::string::npos) << unknown;
+  // Code 0 prints nothing; size and memory codes print their name line only.
+  EXPECT_EQ(PrintedBy(TEM_STATUS_OK, 1, 1, 1, 1), "");
+  EXPECT_EQ(CountLines(PrintedBy(TEM_STATUS_BADMEM, 1, 1, 1, 1)), 1);
+  std::string size = PrintedBy(TEM_STATUS_BADSIZE, 1, 1, 1, 1);
+  EXPECT_EQ(CountLines(size), 1);
+  EXPECT_NE(size.find("element 0"), std::string::npos) << size;
+}
+
+TEST(DispatchTest, ValueLinesPrintTheGlobalIndex) {
+  CallbackScript script;
+  std::vector<double> whole(64, 1.0);
+  std::string printed;
+  WithMode(TEM_ERRMODE_STDERR, script, [&] {
+    _temSetInterfInputVectorPointer(whole.data());
+    testing::internal::CaptureStderr();
+    tem::temErrorD(TEM_STATUS_OVERFLOW, 2, whole.data() + 30, whole.data() + 30, whole.data() + 30,
+                   whole.data() + 30, "vdExp");
+    printed = testing::internal::GetCapturedStderr();
+  });
+  EXPECT_NE(printed.find("a[32]"), std::string::npos) << printed;
+}
+
+TEST(DispatchTest, ExceptionModeWithoutTrapLeavesTheX87Flag) {
+  const struct {
+    int code;
+    uint16_t flag;
+  } cases[] = {{1, 0x1}, {2, 0x4}, {3, 0x8}, {4, 0x10}, {7, 0x0}};
+  for (const auto& c : cases) {
+    CallbackScript script;
+    uint16_t status = 0;
+    double a = 1, r = 1;
+    WithMode(TEM_ERRMODE_EXCEPT, script, [&] {
+      __asm__ volatile("fnclex");
+      tem::temErrorD(c.code, 0, &a, &a, &r, &r, "vdExp");
+      status = X87Status();
+    });
+    EXPECT_EQ(status & 0x3F, c.flag) << "code " << c.code;
+  }
+}
+
+TEST(DispatchTest, TrapBitWithoutExceptionModeRaisesNothing) {
+  CallbackScript script;
+  uint16_t status = 0xFFFF;
+  double a = 1, r = 1;
+  WithMode(TEM_ERRMODE_ERRNO | TEM_TRAP_OVERFLOW, script, [&] {
+    __asm__ volatile("fnclex");
+    tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, "vdExp");
+    status = X87Status();
+  });
+  EXPECT_EQ(status & 0x3F, 0);
+}
+
+TEST(DispatchDeathTest, TrapBitWithExceptionModeRaisesSigfpe) {
+  const struct {
+    uint32_t trap;
+    int code;
+  } cases[] = {{TEM_TRAP_INVALID, 1}, {TEM_TRAP_DIVBYZERO, 2}, {TEM_TRAP_OVERFLOW, 3},
+               {TEM_TRAP_UNDERFLOW, 4}};
+  for (const auto& c : cases) {
+    EXPECT_EXIT(
+        {
+          _temSetMode(TEM_ERRMODE_EXCEPT | c.trap);
+          double v = 1;
+          tem::temErrorD(c.code, 0, &v, &v, &v, &v, "vdExp");
+          exit(0);
+        },
+        testing::KilledBySignal(SIGFPE), "")
+        << "code " << c.code;
+  }
+}
+
+TEST(DispatchDeathTest, TrapOfAnotherKindDoesNotFire) {
+  EXPECT_EXIT(
+      {
+        _temSetMode(TEM_ERRMODE_EXCEPT | TEM_TRAP_INVALID);
+        double v = 1;
+        tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &v, &v, &v, &v, "vdExp");
+        exit(0);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

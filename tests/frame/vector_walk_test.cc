@@ -1,0 +1,222 @@
+// The element walk of both frame forms, driven by a test kernel: blocks, tails, flagged lanes,
+// the no-error loop, companion order, write-back through the dispatch, strides.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "qor/tem.h"
+#include "tests/frame/test_kernels.h"
+#include "tests/frame/thread_runner.h"
+
+namespace {
+
+using test_kernels::Doubling;
+using test_kernels::g_record;
+
+template <class T>
+class VectorWalkTest : public testing::Test {};
+using RealTypes = testing::Types<float, double>;
+TYPED_TEST_SUITE(VectorWalkTest, RealTypes);
+
+// What the frame must produce for one element, and whether the companion sees it.
+template <class T>
+struct Expected {
+  T value;
+  bool companion;
+  bool reported;
+};
+
+template <class T>
+Expected<T> Model(T x, bool no_error) {
+  using K = Doubling<T>;
+  if (x < K::kFlagFrom) return {x + x, false, false};
+  if (no_error && !(x < K::kSettleFrom)) return {T(INFINITY), false, false};
+  return {-x, true, !(x < K::kReportFrom)};
+}
+
+template <class T>
+std::vector<T> MixedInputs(int n, unsigned seed) {
+  std::mt19937 gen(seed);
+  const T kinds[] = {T(1.5), T(-3), T(1500), T(2500), T(2e6), T(NAN), T(999.5), T(0)};
+  std::vector<T> a(n);
+  for (T& x : a) x = kinds[gen() % 8];
+  return a;
+}
+
+template <class T>
+bool SameValue(T x, T y) {
+  return (std::isnan(x) && std::isnan(y)) || x == y;
+}
+
+TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
+  using T = TypeParam;
+  const T kSentinel = T(-77);
+  for (uint32_t error_field : {0x1A00u, 0x2000u}) {
+    const bool no_error = error_field == 0x2000;
+    for (int n = 0; n <= 40; ++n) {
+      const std::vector<T> a = MixedInputs<T>(n, 17 * n + 3);
+      std::vector<T> r(n + 8, kSentinel);
+      int status = 0;
+      std::vector<double> companions;
+      OnFreshThread([&] {
+        _temSetMode(error_field);
+        g_record = {};
+        test_kernels::RunVector<Doubling<T>>(n, a.data(), r.data());
+        status = _temGetErrStatus();
+        companions = g_record.companion_inputs;
+      });
+      std::vector<double> expected_companions;
+      bool any_reported = false;
+      for (int i = 0; i < n; ++i) {
+        Expected<T> e = Model(a[i], no_error);
+        EXPECT_TRUE(SameValue(r[i], e.value)) << "n " << n << " i " << i << " a " << a[i];
+        if (e.companion) expected_companions.push_back(a[i]);
+        any_reported |= e.reported;
+      }
+      for (int i = n; i < n + 8; ++i) EXPECT_EQ(r[i], kSentinel) << "n " << n << " wrote past";
+      ASSERT_EQ(companions.size(), expected_companions.size()) << "n " << n;
+      for (size_t k = 0; k < companions.size(); ++k) {
+        EXPECT_TRUE(SameValue(companions[k], expected_companions[k])) << "order at " << k;
+      }
+      EXPECT_EQ(status, any_reported && !no_error ? TEM_STATUS_OVERFLOW : 0) << "n " << n;
+    }
+  }
+}
+
+TYPED_TEST(VectorWalkTest, NegativeCountDoesNothing) {
+  using T = TypeParam;
+  const T a[4] = {1, 2, 3, 4};
+  T r[4] = {9, 9, 9, 9};
+  test_kernels::RunVector<Doubling<T>>(-3, a, r);
+  test_kernels::RunLoop<Doubling<T>>(-1, a, r);
+  for (T x : r) EXPECT_EQ(x, 9);
+}
+
+// A buffer whose end touches an unmapped page: reading past it faults.
+template <class T>
+struct GuardedArray {
+  explicit GuardedArray(int n) : page(sysconf(_SC_PAGESIZE)) {
+    base = static_cast<char*>(
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    mprotect(base + page, page, PROT_NONE);
+    data = reinterpret_cast<T*>(base + page) - n;
+  }
+  ~GuardedArray() { munmap(base, 2 * page); }
+  long page;
+  char* base;
+  T* data;
+};
+
+TYPED_TEST(VectorWalkTest, TailReadsAndWritesNothingPastTheEnd) {
+  using T = TypeParam;
+  for (int n : {1, 2, 3, 5, 7, 9}) {
+    GuardedArray<T> in(n), out(n);
+    for (int i = 0; i < n; ++i) in.data[i] = T(i);
+    test_kernels::RunVector<Doubling<T>>(n, in.data, out.data);
+    test_kernels::RunVectorStrided<Doubling<T>>(n, in.data, 1, out.data, 1);
+    for (int i = 0; i < n; ++i) EXPECT_EQ(out.data[i], T(2 * i));
+  }
+}
+
+template <class T>
+struct CallbackEffect {
+  int result;
+  double new_res1;
+};
+thread_local CallbackEffect<double> g_effect;
+thread_local std::vector<int> g_indices;
+thread_local std::vector<double> g_args;
+
+int RecordingCallback(temErrorContext* c) {
+  g_indices.push_back(c->Index);
+  g_args.push_back(c->Arg1);
+  c->Res1 = g_effect.new_res1;
+  return g_effect.result;
+}
+
+TYPED_TEST(VectorWalkTest, CallbackReplacementReachesTheBlockStore) {
+  using T = TypeParam;
+  // Lanes 1 and 6 of the first block and lane 0 of the tail report; 3 is flagged silently.
+  std::vector<T> a = {1, 2500, 2, 1500, 4, 5, 3000, 6, 7, 8, 9, 10, 11, 12, 13, 14, 4000};
+  const int n = static_cast<int>(a.size());
+  for (int result : {0, 1}) {
+    std::vector<T> r(n);
+    std::vector<int> indices;
+    OnFreshThread([&] {
+      g_effect = {result, 123};
+      _temSetErrorCallBack(RecordingCallback);
+      test_kernels::RunVector<Doubling<T>>(n, a.data(), r.data());
+      indices = g_indices;
+    });
+    EXPECT_EQ(indices, (std::vector<int>{1, 6, 16}));
+    for (int i : {1, 6, 16}) EXPECT_EQ(r[i], result == 0 ? T(123) : -a[i]) << i;
+    EXPECT_EQ(r[3], T(-1500));
+    EXPECT_EQ(r[0], T(2));
+  }
+}
+
+TYPED_TEST(VectorWalkTest, InPlaceCallsReportTheStoredResultAsArgument) {
+  using T = TypeParam;
+  std::vector<T> a = {1, 2, 2500, 4, 5};
+  std::vector<double> args;
+  OnFreshThread([&] {
+    g_effect = {1, 0};
+    _temSetErrorCallBack(RecordingCallback);
+    test_kernels::RunVector<Doubling<T>>(5, a.data(), a.data());
+    args = g_args;
+  });
+  EXPECT_EQ(a, (std::vector<T>{2, 4, -2500, 8, 10}));
+  EXPECT_EQ(args, (std::vector<double>{-2500}));
+}
+
+TYPED_TEST(VectorWalkTest, StridedWalkUsesElementNumbersAndEachStride) {
+  using T = TypeParam;
+  const int n = 11;
+  for (int inca : {0, 1, 2, -3}) {
+    for (int incr : {1, 3, -2}) {
+      std::vector<T> a(40), r(40, T(-77));
+      for (int i = 0; i < 40; ++i) a[i] = i == 9 ? T(2500) : T(i);
+      const T* a0 = inca < 0 ? a.data() + (n - 1) * -inca : a.data();
+      T* r0 = incr < 0 ? r.data() + (n - 1) * -incr : r.data();
+      std::vector<int> indices;
+      std::vector<double> args;
+      OnFreshThread([&] {
+        g_effect = {1, 0};
+        _temSetErrorCallBack(RecordingCallback);
+        test_kernels::RunVectorStrided<Doubling<T>>(n, a0, inca, r0, incr);
+        indices = g_indices;
+        args = g_args;
+      });
+      std::vector<int> expected_indices;
+      for (int i = 0; i < n; ++i) {
+        const T x = a0[static_cast<ptrdiff_t>(i) * inca];
+        EXPECT_EQ(r0[static_cast<ptrdiff_t>(i) * incr], Model(x, false).value) << inca << incr;
+        if (x == T(2500)) expected_indices.push_back(i);
+      }
+      EXPECT_EQ(indices, expected_indices) << inca << " " << incr;
+      for (double arg : args) EXPECT_EQ(arg, 2500);
+      EXPECT_EQ(std::count(r.begin(), r.end(), T(-77)), 40 - n) << inca << " " << incr;
+    }
+  }
+}
+
+TYPED_TEST(VectorWalkTest, LoopFormReportsEachElementAsItIsStored) {
+  using T = TypeParam;
+  std::vector<T> a = {2500, 1, 3000, 2};
+  std::vector<T> r(4);
+  std::vector<int> indices;
+  OnFreshThread([&] {
+    g_effect = {0, 55};
+    _temSetErrorCallBack(RecordingCallback);
+    test_kernels::RunLoop<Doubling<T>>(4, a.data(), r.data());
+    indices = g_indices;
+  });
+  EXPECT_EQ(indices, (std::vector<int>{0, 2}));
+  EXPECT_EQ(r, (std::vector<T>{55, -1, 55, -2}));
+}
+
+}  // namespace

@@ -1,0 +1,122 @@
+// sAbs and dAdd through their exported stubs, contiguous and strided.
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "qor/tem.h"
+
+namespace {
+
+uint32_t Bits(float x) {
+  uint32_t b;
+  memcpy(&b, &x, 4);
+  return b;
+}
+float FromBits(uint32_t b) {
+  float x;
+  memcpy(&x, &b, 4);
+  return x;
+}
+
+using AbsEntry = void (*)(int, const float*, float*);
+using AddEntry = void (*)(int, const double*, const double*, double*);
+
+TEST(AbsTest, ClearsOnlyTheSignBitInEveryEntry) {
+  const uint32_t inputs[] = {
+      0x80000000,  // -0
+      0x00000000,  // +0
+      0xBF800000,  // -1
+      0x80000001,  // smallest negative subnormal
+      0xFF800000,  // -inf
+      0xFF800001,  // negative signalling NaN: stays signalling
+      0xFFC00123,  // negative quiet NaN with payload
+      0x7FA00000,  // positive signalling NaN
+      0xC2F6E979,  // -123.456
+      0x3F000000,
+  };
+  const int n = sizeof inputs / sizeof inputs[0];
+  std::vector<float> a(n);
+  for (int i = 0; i < n; ++i) a[i] = FromBits(inputs[i]);
+  for (AbsEntry entry : {_temsAbs, _temsAbs_HA, _temsAbs_21, _temsAbs_11}) {
+    std::vector<float> r(n + 1, 5.0f);
+    entry(n, a.data(), r.data());
+    for (int i = 0; i < n; ++i) EXPECT_EQ(Bits(r[i]), inputs[i] & 0x7FFFFFFF) << i;
+    EXPECT_EQ(r[n], 5.0f);
+  }
+}
+
+TEST(AbsTest, StridedFormGathersAndScattersWithAnyStride) {
+  std::vector<float> a(64);
+  for (int i = 0; i < 64; ++i) a[i] = (i % 2 ? -1.0f : 1.0f) * static_cast<float>(i);
+  const struct {
+    int n, inca, incr;
+  } cases[] = {{7, 1, 1}, {9, 2, 3}, {13, 3, 1}, {5, 0, 2}, {6, -2, 1}, {8, 1, -3}, {0, 2, 2},
+               {-4, 2, 2}};
+  for (const auto& c : cases) {
+    std::vector<float> r(64, 99.0f);
+    const float* a0 = c.inca < 0 ? a.data() + (c.n - 1) * -c.inca : a.data();
+    float* r0 = c.incr < 0 ? r.data() + (c.n - 1) * -c.incr : r.data();
+    _temsAbsI(c.n, a0, c.inca, r0, c.incr);
+    for (int i = 0; i < c.n; ++i) {
+      EXPECT_EQ(r0[static_cast<ptrdiff_t>(i) * c.incr], std::fabs(a0[static_cast<ptrdiff_t>(i) * c.inca]))
+          << c.n << " " << c.inca << " " << c.incr << " at " << i;
+    }
+    EXPECT_EQ(std::count(r.begin(), r.end(), 99.0f), 64 - std::max(c.n, 0));
+  }
+}
+
+TEST(AddTest, PlainHardwareSumOfEveryLengthThroughEveryEntry) {
+  for (AddEntry entry : {_temdAdd, _temdAdd_HA, _temdAdd_50, _temdAdd_26}) {
+    for (int n = 0; n <= 35; ++n) {
+      std::vector<double> a(n), b(n), r(n + 2, -1.0);
+      for (int i = 0; i < n; ++i) a[i] = 0.1 * i, b[i] = 1.0 / (i + 3);
+      entry(n, a.data(), b.data(), r.data());
+      for (int i = 0; i < n; ++i) EXPECT_EQ(r[i], a[i] + b[i]) << n << " " << i;
+      EXPECT_EQ(r[n], -1.0);
+      EXPECT_EQ(r[n + 1], -1.0);
+    }
+  }
+}
+
+TEST(AddTest, OverflowAndNaNAreSilent) {
+  const double max = std::numeric_limits<double>::max();
+  const double a[4] = {max, -max, NAN, INFINITY};
+  const double b[4] = {max, -max, 1.0, -INFINITY};
+  double r[4];
+  _temClearErrStatus();
+  _temdAdd(4, a, b, r);
+  EXPECT_EQ(r[0], INFINITY);
+  EXPECT_EQ(r[1], -INFINITY);
+  EXPECT_TRUE(std::isnan(r[2]));
+  EXPECT_TRUE(std::isnan(r[3]));
+  EXPECT_EQ(_temGetErrStatus(), 0);
+}
+
+TEST(AddTest, InPlaceAndStridedForms) {
+  std::vector<double> a = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+  std::vector<double> b = {10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110};
+  _temdAdd(11, a.data(), b.data(), a.data());
+  for (int i = 0; i < 11; ++i) EXPECT_EQ(a[i], 11.0 * (i + 1));
+  // Stride 0 broadcasts one input; negative strides walk backwards.
+  const double scalar = 0.5;
+  std::vector<double> r(12, 0);
+  _temdAddI(4, &scalar, 0, b.data(), 3, r.data(), 3);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(r[3 * i], 0.5 + b[3 * i]);
+  std::vector<double> rev(5);
+  _temdAddI(5, b.data() + 4, -1, b.data(), 1, rev.data(), 1);
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(rev[i], b[4 - i] + b[i]);
+}
+
+TEST(AddTest, TableSlotsReachTheSameKernel) {
+  const double a[3] = {1, 2, 3}, b[3] = {3, 2, 1};
+  for (int slot = 0; slot < 3; ++slot) {
+    double r[3] = {};
+    qor_tem_kernel_dAdd_ttab[slot](3, a, b, r);
+    EXPECT_EQ(r[0] + r[1] + r[2], 12.0);
+  }
+}
+
+}  // namespace
