@@ -123,6 +123,8 @@ inline void RunGroup(const Io& io, int first, int count, bool no_error, const ch
   V x[kRegs][K::kInputs];
   V y[kRegs][K::kResults];
   unsigned mask = 0;
+  // Unrolled, so that a block stays in registers on the fast path.
+#pragma GCC unroll 16
   for (int r = 0; r < kRegs; ++r) {
     const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
     for (int k = 0; k < K::kInputs; ++k) x[r][k] = io.Load(k, first + r * kLanes, lanes);
@@ -141,6 +143,7 @@ inline void RunGroup(const Io& io, int first, int count, bool no_error, const ch
     }
     if (mask != 0) HandleFlaggedLanes<K, kRegs>(io, first, mask, x, y, name);
   }
+#pragma GCC unroll 16
   for (int r = 0; r < kRegs; ++r) {
     const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
     for (int k = 0; k < K::kResults; ++k) io.Store(k, first + r * kLanes, lanes, y[r][k]);
