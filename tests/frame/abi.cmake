@@ -1,0 +1,23 @@
+# The built libqor.so as a user sees it: the function list, the dynamic exports, stubs and
+# tables, imports and instruction set. The test reads the built files with binutils and dlopen;
+# their paths are compiled in. A sanitized library links its runtime and is not what ships, so
+# sanitizer builds skip these tests.
+find_program(QOR_OBJDUMP objdump REQUIRED)
+find_program(QOR_NM nm REQUIRED)
+find_program(QOR_READELF readelf REQUIRED)
+
+add_executable(abi_tests
+  function_list_test.cc
+  exports_test.cc
+  stubs_test.cc
+  instruction_set_test.cc
+  imports_test.cc)
+target_include_directories(abi_tests PRIVATE ${PROJECT_SOURCE_DIR})
+target_link_libraries(abi_tests PRIVATE qor GTest::gtest_main ${CMAKE_DL_LIBS})
+target_compile_definitions(abi_tests PRIVATE
+  QOR_ABI_LIBQOR="$<TARGET_FILE:qor>"
+  QOR_ABI_LIBQOR_CORE="$<TARGET_FILE:qor_core>"
+  QOR_ABI_OBJDUMP="${QOR_OBJDUMP}"
+  QOR_ABI_NM="${QOR_NM}"
+  QOR_ABI_READELF="${QOR_READELF}")
+gtest_discover_tests(abi_tests PROPERTIES LABELS no_sanitizer)
