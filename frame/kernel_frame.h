@@ -181,6 +181,7 @@ void WalkLoop(int n, const Io& io, const char* name) {
 template <const FunctionInfo& F, class K, class Io>
 void Run(int n, const Io& io) {
   static_assert(F.form != Form::kNone, "pack and unpack kernels have no frame");
+  static_assert(F.have, "the function list marks this kernel as absent");
   if constexpr (F.form == Form::kVector) {
     FpFrame frame = FpFrame::ForVector();
     if (n > 0) WalkVector<K>(n, io, frame.mode(), F.error_name);

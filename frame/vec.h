@@ -15,7 +15,6 @@ struct Vec;
 // Lane-wise access shared by both element types.
 template <class T>
 struct VecBase {
-  using Element = T;
   static constexpr int kLanes = 16 / sizeof(T);
 
   // Lanes past `count` are not read; they hold `pad`.
@@ -40,14 +39,10 @@ struct Vec<float> : VecBase<float> {
   Vec(__m128 r) : raw(r) {}  // NOLINT: implicit, so that intrinsics' results convert
   static Vec Load(const float* p) { return {_mm_loadu_ps(p)}; }
   static Vec LoadAligned(const float* p) { return {_mm_load_ps(p)}; }
-  static Vec Set(float v) { return {_mm_set1_ps(v)}; }
   static Vec FromBits(uint32_t bits) { return {_mm_castsi128_ps(_mm_set1_epi32(bits))}; }
   void Store(float* p) const { _mm_storeu_ps(p, raw); }
   void StoreAligned(float* p) const { _mm_store_ps(p, raw); }
   friend Vec operator+(Vec a, Vec b) { return {_mm_add_ps(a.raw, b.raw)}; }
-  friend Vec operator-(Vec a, Vec b) { return {_mm_sub_ps(a.raw, b.raw)}; }
-  friend Vec operator*(Vec a, Vec b) { return {_mm_mul_ps(a.raw, b.raw)}; }
-  friend Vec operator/(Vec a, Vec b) { return {_mm_div_ps(a.raw, b.raw)}; }
   friend Vec operator&(Vec a, Vec b) { return {_mm_and_ps(a.raw, b.raw)}; }
 };
 
@@ -58,16 +53,12 @@ struct Vec<double> : VecBase<double> {
   Vec(__m128d r) : raw(r) {}  // NOLINT: implicit, so that intrinsics' results convert
   static Vec Load(const double* p) { return {_mm_loadu_pd(p)}; }
   static Vec LoadAligned(const double* p) { return {_mm_load_pd(p)}; }
-  static Vec Set(double v) { return {_mm_set1_pd(v)}; }
   static Vec FromBits(uint64_t bits) {
     return {_mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(bits)))};
   }
   void Store(double* p) const { _mm_storeu_pd(p, raw); }
   void StoreAligned(double* p) const { _mm_store_pd(p, raw); }
   friend Vec operator+(Vec a, Vec b) { return {_mm_add_pd(a.raw, b.raw)}; }
-  friend Vec operator-(Vec a, Vec b) { return {_mm_sub_pd(a.raw, b.raw)}; }
-  friend Vec operator*(Vec a, Vec b) { return {_mm_mul_pd(a.raw, b.raw)}; }
-  friend Vec operator/(Vec a, Vec b) { return {_mm_div_pd(a.raw, b.raw)}; }
   friend Vec operator&(Vec a, Vec b) { return {_mm_and_pd(a.raw, b.raw)}; }
 };
 
