@@ -220,3 +220,26 @@ TYPED_TEST(VectorWalkTest, LoopFormReportsEachElementAsItIsStored) {
 }
 
 }  // namespace
+
+namespace {
+
+int g_slot_one_calls = 0;
+void SlotOneSpy(int, const double*, const double*, double*) { ++g_slot_one_calls; }
+
+// With every stride 1 the strided kernel is the contiguous function's slot 1, read at call time.
+TEST(StridedFormTest, UnitStridesGoThroughSlotOneOfTheContiguousTable) {
+  using Add = void (*)(int, const double*, const double*, double*);
+  Add saved = qor_tem_kernel_dAdd_ttab[1];
+  qor_tem_kernel_dAdd_ttab[1] = SlotOneSpy;
+  const double a[3] = {1, 2, 3};
+  double r[3] = {0, 0, 0};
+  _temdAddI(3, a, 1, a, 1, r, 1);
+  const int unit_calls = g_slot_one_calls;
+  _temdAddI(2, a, 1, a, 1, r, 2);
+  qor_tem_kernel_dAdd_ttab[1] = saved;
+  EXPECT_EQ(unit_calls, 1);
+  EXPECT_EQ(g_slot_one_calls, 1) << "another stride runs the strided frame itself";
+  EXPECT_EQ(r[2], 4.0);
+}
+
+}  // namespace
