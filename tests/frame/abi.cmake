@@ -3,7 +3,6 @@
 # their paths are compiled in. A sanitized library links its runtime and is not what ships, so
 # sanitizer builds skip these tests.
 find_program(QOR_OBJDUMP objdump REQUIRED)
-find_program(QOR_NM nm REQUIRED)
 find_program(QOR_READELF readelf REQUIRED)
 
 add_executable(abi_tests
@@ -18,6 +17,5 @@ target_compile_definitions(abi_tests PRIVATE
   QOR_ABI_LIBQOR="$<TARGET_FILE:qor>"
   QOR_ABI_LIBQOR_CORE="$<TARGET_FILE:qor_core>"
   QOR_ABI_OBJDUMP="${QOR_OBJDUMP}"
-  QOR_ABI_NM="${QOR_NM}"
   QOR_ABI_READELF="${QOR_READELF}")
 gtest_discover_tests(abi_tests PROPERTIES LABELS no_sanitizer)

@@ -29,9 +29,6 @@
 #ifndef QOR_ABI_OBJDUMP
 #error "QOR_ABI_OBJDUMP must be defined"
 #endif
-#ifndef QOR_ABI_NM
-#error "QOR_ABI_NM must be defined"
-#endif
 #ifndef QOR_ABI_READELF
 #error "QOR_ABI_READELF must be defined"
 #endif

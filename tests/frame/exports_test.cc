@@ -51,11 +51,6 @@ std::string Join(const std::set<std::string>& names) {
   return text;
 }
 
-TEST_F(Exports, NonVectorListHasNoDuplicates) {
-  const std::vector<std::string>& list = qor_abi::NonVectorExports();
-  EXPECT_EQ(std::set<std::string>(list.begin(), list.end()).size(), list.size());
-}
-
 TEST_F(Exports, ExactlyThePresentRowsAndTheNonVectorNames) {
   const std::set<std::string> expected = ExpectedExports();
   const std::set<std::string> exported = Exported();
@@ -130,21 +125,6 @@ TEST_F(Exports, NonVectorNamesAreFunctions) {
     EXPECT_EQ(symbol->type, "FUNC") << name;
     EXPECT_EQ(symbol->binding, "GLOBAL") << name;
   }
-}
-
-// A second reading of the export set with nm, so that a readelf parsing slip cannot hide a
-// name.
-TEST_F(Exports, NmAgreesWithReadelf) {
-  qor_abi::ToolResult nm = qor_abi::RunTool(QOR_ABI_NM, "-D --defined-only", QOR_ABI_LIBQOR);
-  ASSERT_EQ(nm.status, 0);
-  std::set<std::string> names;
-  for (const std::string& line : qor_abi::SplitLines(nm.output)) {
-    std::vector<std::string> words = qor_abi::SplitWords(line);
-    if (words.size() < 3) continue;
-    std::string name = words[2].substr(0, words[2].find('@'));
-    names.insert(name);
-  }
-  EXPECT_EQ(names, Exported());
 }
 
 }  // namespace

@@ -163,19 +163,4 @@ TEST(FunctionList, CtabBitPatternsAreTheNearestFloats) {
   }
 }
 
-TEST(FunctionList, StubSuffixMacros) {
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_LA_s), qor_abi::SlotZeroSuffix("s").c_str());
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_LA_c), qor_abi::SlotZeroSuffix("c").c_str());
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_LA_d), qor_abi::SlotZeroSuffix("d").c_str());
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_LA_z), qor_abi::SlotZeroSuffix("z").c_str());
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_EP_s), qor_abi::SlotTwoSuffix("s").c_str());
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_EP_c), qor_abi::SlotTwoSuffix("c").c_str());
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_EP_d), qor_abi::SlotTwoSuffix("d").c_str());
-  EXPECT_STREQ(QOR_ABI_STR(TEM_SUFFIX_EP_z), qor_abi::SlotTwoSuffix("z").c_str());
-  EXPECT_EQ(qor_abi::SlotZeroSuffix("s"), "_21");
-  EXPECT_EQ(qor_abi::SlotZeroSuffix("d"), "_50");
-  EXPECT_EQ(qor_abi::SlotTwoSuffix("s"), "_11");
-  EXPECT_EQ(qor_abi::SlotTwoSuffix("d"), "_26");
-}
-
 }  // namespace
