@@ -146,37 +146,32 @@ TEST(DispatchTest, NameIsCutTo47Characters) {
   }
 }
 
-TEST(DispatchTest, BasePointerTurnsTheIndexGlobalForEachElementSize) {
+// The context an error at element 5 of a chunk starting at element 100 of `whole` produces.
+template <class E, class Entry>
+temErrorContext ChunkErrorContext(E value_at_105, Entry entry) {
   CallbackScript script;
-  std::vector<double> whole(200);
-  whole[105] = 3.25;
-  std::vector<TemComplex16> zwhole(200);
-  zwhole[105] = {1.5, -2.5};
-  std::vector<float> swhole(200);
-  swhole[105] = 0.5f;
+  std::vector<E> whole(200);
+  whole[105] = value_at_105;
   WithMode(0x1002, script, [&] {
-    double* a = whole.data() + 100;
-    double r[8] = {};
+    E* chunk = whole.data() + 100;
+    E r[8] = {};
     _temSetInterfInputVectorPointer(whole.data());
-    tem::temErrorD(TEM_STATUS_OVERFLOW, 5, a, a, r, r, "vdExp");
-    EXPECT_EQ(script.seen.Index, 105);
-    EXPECT_EQ(script.seen.Arg1, 3.25) << "the value comes from the chunk's own index";
-
-    TemComplex16* z = zwhole.data() + 100;
-    TemComplex16 zr[8] = {};
-    _temSetInterfInputVectorPointer(zwhole.data());
-    tem::temErrorZ(TEM_STATUS_OVERFLOW, 5, z, z, zr, zr, "vzExp");
-    EXPECT_EQ(script.seen.Index, 105);
-    EXPECT_EQ(script.seen.Arg1, 1.5);
-    EXPECT_EQ(script.seen.Arg1Im, -2.5);
-
-    float* s = swhole.data() + 100;
-    float sr[8] = {};
-    _temSetInterfInputVectorPointer(swhole.data());
-    tem::temErrorS(TEM_STATUS_OVERFLOW, 5, s, s, sr, sr, "vsExp");
-    EXPECT_EQ(script.seen.Index, 105);
-    EXPECT_EQ(script.seen.Arg1, 0.5);
+    entry(TEM_STATUS_OVERFLOW, 5, chunk, chunk, r, r, "vTest");
   });
+  return script.seen;
+}
+
+TEST(DispatchTest, BasePointerTurnsTheIndexGlobalForEachElementSize) {
+  const temErrorContext d = ChunkErrorContext(3.25, tem::temErrorD);
+  EXPECT_EQ(d.Index, 105);
+  EXPECT_EQ(d.Arg1, 3.25) << "the value comes from the chunk's own index";
+  const temErrorContext z = ChunkErrorContext(TemComplex16{1.5, -2.5}, tem::temErrorZ);
+  EXPECT_EQ(z.Index, 105);
+  EXPECT_EQ(z.Arg1, 1.5);
+  EXPECT_EQ(z.Arg1Im, -2.5);
+  const temErrorContext s = ChunkErrorContext(0.5f, tem::temErrorS);
+  EXPECT_EQ(s.Index, 105);
+  EXPECT_EQ(s.Arg1, 0.5);
 }
 
 TEST(DispatchTest, StridedEntriesMultiplyTheElementNumberByEachStride) {

@@ -122,20 +122,38 @@ TYPED_TEST(VectorWalkTest, TailReadsAndWritesNothingPastTheEnd) {
   }
 }
 
-template <class T>
+// What a callback saw: the index and first argument of each reported element.
+struct Reports {
+  std::vector<int> indices;
+  std::vector<double> args;
+};
+
 struct CallbackEffect {
   int result;
   double new_res1;
 };
-thread_local CallbackEffect<double> g_effect;
-thread_local std::vector<int> g_indices;
-thread_local std::vector<double> g_args;
+thread_local CallbackEffect g_effect;
+thread_local Reports g_reports;
 
 int RecordingCallback(temErrorContext* c) {
-  g_indices.push_back(c->Index);
-  g_args.push_back(c->Arg1);
+  g_reports.indices.push_back(c->Index);
+  g_reports.args.push_back(c->Arg1);
   c->Res1 = g_effect.new_res1;
   return g_effect.result;
+}
+
+// Runs `body` on a fresh thread whose callback records each report, sets Res1 to `new_res1`
+// and returns `result`.
+template <class F>
+Reports ReportsOf(int result, double new_res1, F body) {
+  Reports reports;
+  OnFreshThread([&] {
+    g_effect = {result, new_res1};
+    _temSetErrorCallBack(RecordingCallback);
+    body();
+    reports = g_reports;
+  });
+  return reports;
 }
 
 TYPED_TEST(VectorWalkTest, CallbackReplacementReachesTheBlockStore) {
@@ -145,14 +163,9 @@ TYPED_TEST(VectorWalkTest, CallbackReplacementReachesTheBlockStore) {
   const int n = static_cast<int>(a.size());
   for (int result : {0, 1}) {
     std::vector<T> r(n);
-    std::vector<int> indices;
-    OnFreshThread([&] {
-      g_effect = {result, 123};
-      _temSetErrorCallBack(RecordingCallback);
-      test_kernels::RunVector<Doubling<T>>(n, a.data(), r.data());
-      indices = g_indices;
-    });
-    EXPECT_EQ(indices, (std::vector<int>{1, 6, 16}));
+    const Reports reports = ReportsOf(
+        result, 123, [&] { test_kernels::RunVector<Doubling<T>>(n, a.data(), r.data()); });
+    EXPECT_EQ(reports.indices, (std::vector<int>{1, 6, 16}));
     for (int i : {1, 6, 16}) EXPECT_EQ(r[i], result == 0 ? T(123) : -a[i]) << i;
     EXPECT_EQ(r[3], T(-1500));
     EXPECT_EQ(r[0], T(2));
@@ -162,15 +175,10 @@ TYPED_TEST(VectorWalkTest, CallbackReplacementReachesTheBlockStore) {
 TYPED_TEST(VectorWalkTest, InPlaceCallsReportTheStoredResultAsArgument) {
   using T = TypeParam;
   std::vector<T> a = {1, 2, 2500, 4, 5};
-  std::vector<double> args;
-  OnFreshThread([&] {
-    g_effect = {1, 0};
-    _temSetErrorCallBack(RecordingCallback);
-    test_kernels::RunVector<Doubling<T>>(5, a.data(), a.data());
-    args = g_args;
-  });
+  const Reports reports =
+      ReportsOf(1, 0, [&] { test_kernels::RunVector<Doubling<T>>(5, a.data(), a.data()); });
   EXPECT_EQ(a, (std::vector<T>{2, 4, -2500, 8, 10}));
-  EXPECT_EQ(args, (std::vector<double>{-2500}));
+  EXPECT_EQ(reports.args, (std::vector<double>{-2500}));
 }
 
 TYPED_TEST(VectorWalkTest, StridedWalkUsesElementNumbersAndEachStride) {
@@ -182,23 +190,16 @@ TYPED_TEST(VectorWalkTest, StridedWalkUsesElementNumbersAndEachStride) {
       for (int i = 0; i < 40; ++i) a[i] = i == 9 ? T(2500) : T(i);
       const T* a0 = inca < 0 ? a.data() + (n - 1) * -inca : a.data();
       T* r0 = incr < 0 ? r.data() + (n - 1) * -incr : r.data();
-      std::vector<int> indices;
-      std::vector<double> args;
-      OnFreshThread([&] {
-        g_effect = {1, 0};
-        _temSetErrorCallBack(RecordingCallback);
-        test_kernels::RunVectorStrided<Doubling<T>>(n, a0, inca, r0, incr);
-        indices = g_indices;
-        args = g_args;
-      });
+      const Reports reports = ReportsOf(
+          1, 0, [&] { test_kernels::RunVectorStrided<Doubling<T>>(n, a0, inca, r0, incr); });
       std::vector<int> expected_indices;
       for (int i = 0; i < n; ++i) {
         const T x = a0[static_cast<ptrdiff_t>(i) * inca];
         EXPECT_EQ(r0[static_cast<ptrdiff_t>(i) * incr], Model(x, false).value) << inca << incr;
         if (x == T(2500)) expected_indices.push_back(i);
       }
-      EXPECT_EQ(indices, expected_indices) << inca << " " << incr;
-      for (double arg : args) EXPECT_EQ(arg, 2500);
+      EXPECT_EQ(reports.indices, expected_indices) << inca << " " << incr;
+      for (double arg : reports.args) EXPECT_EQ(arg, 2500);
       EXPECT_EQ(std::count(r.begin(), r.end(), T(-77)), 40 - n) << inca << " " << incr;
     }
   }
@@ -208,20 +209,11 @@ TYPED_TEST(VectorWalkTest, LoopFormReportsEachElementAsItIsStored) {
   using T = TypeParam;
   std::vector<T> a = {2500, 1, 3000, 2};
   std::vector<T> r(4);
-  std::vector<int> indices;
-  OnFreshThread([&] {
-    g_effect = {0, 55};
-    _temSetErrorCallBack(RecordingCallback);
-    test_kernels::RunLoop<Doubling<T>>(4, a.data(), r.data());
-    indices = g_indices;
-  });
-  EXPECT_EQ(indices, (std::vector<int>{0, 2}));
+  const Reports reports =
+      ReportsOf(0, 55, [&] { test_kernels::RunLoop<Doubling<T>>(4, a.data(), r.data()); });
+  EXPECT_EQ(reports.indices, (std::vector<int>{0, 2}));
   EXPECT_EQ(r, (std::vector<T>{55, -1, 55, -2}));
 }
-
-}  // namespace
-
-namespace {
 
 int g_slot_one_calls = 0;
 void SlotOneSpy(int, const double*, const double*, double*) { ++g_slot_one_calls; }
