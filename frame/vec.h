@@ -42,8 +42,25 @@ struct Vec<float> : VecBase<float> {
   static Vec FromBits(uint32_t bits) { return {_mm_castsi128_ps(_mm_set1_epi32(bits))}; }
   void Store(float* p) const { _mm_storeu_ps(p, raw); }
   void StoreAligned(float* p) const { _mm_store_ps(p, raw); }
+  static Vec Set(float v) { return {_mm_set1_ps(v)}; }
+  static Vec FromImage(__m128i i) { return {_mm_castsi128_ps(i)}; }
+  __m128i Image() const { return _mm_castps_si128(raw); }
   friend Vec operator+(Vec a, Vec b) { return {_mm_add_ps(a.raw, b.raw)}; }
+  friend Vec operator-(Vec a, Vec b) { return {_mm_sub_ps(a.raw, b.raw)}; }
+  friend Vec operator*(Vec a, Vec b) { return {_mm_mul_ps(a.raw, b.raw)}; }
   friend Vec operator&(Vec a, Vec b) { return {_mm_and_ps(a.raw, b.raw)}; }
+  friend Vec operator|(Vec a, Vec b) { return {_mm_or_ps(a.raw, b.raw)}; }
+  static Vec Select(Vec mask, Vec a, Vec b) {
+    return {_mm_or_ps(_mm_and_ps(mask.raw, a.raw), _mm_andnot_ps(mask.raw, b.raw))};
+  }
+  static Vec Greater(Vec a, Vec b) { return {_mm_cmpgt_ps(a.raw, b.raw)}; }
+  static Vec Less(Vec a, Vec b) { return {_mm_cmplt_ps(a.raw, b.raw)}; }
+  int LaneBits() const { return _mm_movemask_ps(raw); }
+  // Lanes whose magnitude's bits, as signed integers after `and_mask`, exceed `limit`.
+  int MagnitudeAbove(uint32_t limit, uint32_t and_mask = 0x7FFFFFFF) const {
+    __m128i bits = _mm_and_si128(Image(), _mm_set1_epi32(static_cast<int>(and_mask)));
+    return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(bits, _mm_set1_epi32(limit))));
+  }
 };
 
 template <>
@@ -58,9 +75,56 @@ struct Vec<double> : VecBase<double> {
   }
   void Store(double* p) const { _mm_storeu_pd(p, raw); }
   void StoreAligned(double* p) const { _mm_store_pd(p, raw); }
+  static Vec Set(double v) { return {_mm_set1_pd(v)}; }
+  static Vec FromImage(__m128i i) { return {_mm_castsi128_pd(i)}; }
+  __m128i Image() const { return _mm_castpd_si128(raw); }
+  double Lane0() const { return _mm_cvtsd_f64(raw); }
   friend Vec operator+(Vec a, Vec b) { return {_mm_add_pd(a.raw, b.raw)}; }
+  friend Vec operator-(Vec a, Vec b) { return {_mm_sub_pd(a.raw, b.raw)}; }
+  friend Vec operator*(Vec a, Vec b) { return {_mm_mul_pd(a.raw, b.raw)}; }
   friend Vec operator&(Vec a, Vec b) { return {_mm_and_pd(a.raw, b.raw)}; }
+  friend Vec operator|(Vec a, Vec b) { return {_mm_or_pd(a.raw, b.raw)}; }
+  // Lanes of `mask` (all ones or zero) take `a`, the others `b`.
+  static Vec Select(Vec mask, Vec a, Vec b) {
+    return {_mm_or_pd(_mm_and_pd(mask.raw, a.raw), _mm_andnot_pd(mask.raw, b.raw))};
+  }
+  static Vec Greater(Vec a, Vec b) { return {_mm_cmpgt_pd(a.raw, b.raw)}; }
+  static Vec Less(Vec a, Vec b) { return {_mm_cmplt_pd(a.raw, b.raw)}; }
+  int LaneBits() const { return _mm_movemask_pd(raw); }
+  // Lanes whose magnitude's high word exceeds `limit` as a signed integer: infinities and
+  // NaNs lie above every finite limit.
+  int HighWordAbove(uint32_t limit) const {
+    __m128i high = _mm_and_si128(Image(), _mm_set1_epi64x(0x7FFFFFFF00000000ll));
+    __m128i above = _mm_cmpgt_epi32(high, _mm_set1_epi64x(static_cast<long long>(limit) << 32));
+    return _mm_movemask_pd(_mm_castsi128_pd(above));
+  }
+  // Adds k * 2^52 to each lane's image, k being the bits of `n` from bit `index_bits` up:
+  // a scaling by 2^k with no multiplication, valid while the result stays normal.
+  template <int kIndexBits>
+  Vec AddToExponent(__m128i n) const {
+    __m128i field = _mm_and_si128(_mm_slli_epi64(n, 52 - kIndexBits),
+                                  _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
+    return {_mm_castsi128_pd(_mm_add_epi64(Image(), field))};
+  }
+  // Rows i and j of a table of pairs: the first members to `a`, the second to `b`.
+  static void GatherPairs(const double (*table)[2], int i, int j, Vec& a, Vec& b) {
+    __m128d row_i = _mm_load_pd(table[i]), row_j = _mm_load_pd(table[j]);
+    a = {_mm_unpacklo_pd(row_i, row_j)};
+    b = {_mm_unpackhi_pd(row_i, row_j)};
+  }
+  // The low 32 bits of each lane's image, as signed integers.
+  static void LowWords(__m128i image, int& lane0, int& lane1) {
+    lane0 = _mm_cvtsi128_si32(image);
+    lane1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(image, image));
+  }
 };
+
+// Single lanes widened to two double registers and narrowed back.
+inline Vec<double> WidenLow(Vec<float> v) { return {_mm_cvtps_pd(v.raw)}; }
+inline Vec<double> WidenHigh(Vec<float> v) { return {_mm_cvtps_pd(_mm_movehl_ps(v.raw, v.raw))}; }
+inline Vec<float> Narrow(Vec<double> low, Vec<double> high) {
+  return {_mm_movelh_ps(_mm_cvtpd_ps(low.raw), _mm_cvtpd_ps(high.raw))};
+}
 
 }  // namespace tem
 

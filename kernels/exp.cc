@@ -1,0 +1,185 @@
+// e^x, 2^x and 10^x: x = (n + i/N) * log_b(2) + r, b^x = 2^n * 2^(i/N) * b^r, with 2^(i/N)
+// from a table and 2^n added to the exponent field by an integer add.
+#include "kernels/exp_common.h"
+
+namespace tem {
+namespace expo {
+namespace {
+
+// dExp2: the shifter rounds x itself to a multiple of 1/64; r = x - n, |r| <= 1/128.
+struct Exp2Core {
+  static constexpr int kIndexBits = 6;
+  static constexpr uint32_t kFlagHigh = 0x408FEFFF;  // |x| >= 1022
+  static constexpr double kOverflow = kExp2Overflow;
+  static constexpr double kUnderflow = kExp2Zero;
+  static constexpr double kSubnormal = -1022.0;
+  static constexpr double kShifter = 0x1.8p46;
+
+  template <class Poly>
+  static void ReduceWith(D x, D& hi, D& v, __m128i& n_image, Poly poly) {
+    const D t = x + D::Set(kShifter);
+    const D r = x - (t - D::Set(kShifter));
+    n_image = t.Image();
+    int i0, i1;
+    Indices<kIndexBits>(n_image, i0, i1);
+    D lo;
+    D::GatherPairs(kExp64, i0, i1, hi, lo);
+    v = poly(r) * hi + lo;
+  }
+  static void Reduce(D x, D& hi, D& v, __m128i& n) {
+    // 2^r - 1 on |r| <= 1/128.
+    ReduceWith(x, hi, v, n, [](D r) {
+      return ((((D::Set(0.0013333417185814622) * r + D::Set(0.009618142269653759)) * r +
+                D::Set(0.05550410866607508)) * r + D::Set(0.24022650695884967)) * r +
+              D::Set(0.6931471805599453)) * r;
+    });
+  }
+  static void Scalar(double x, double& hi, double& v, int& k) {
+    ScalarFromBlock(x, hi, v, k, kIndexBits, Reduce);
+  }
+};
+
+// dExp10: N = 128, |r| <= log10(2)/256.
+struct Exp10Core {
+  static constexpr int kIndexBits = 7;
+  static constexpr uint32_t kFlagHigh = 0x40733A70;  // |x| above 307.65 = log10 2^1022
+  static constexpr double kOverflow = kExp10Overflow;
+  static constexpr double kUnderflow = kExp10Zero;
+  static constexpr double kSubnormal = kExp10Subnormal;
+  static constexpr double kK = 425.20679614558236;  // 128 log2 10
+  static constexpr double kShifter = 6896136929411072.0;
+  static constexpr double kL1 = 0x1.3441350a00000p-9;  // log10(2)/128, high part
+  static constexpr double kL2 = -0x1.0c0219dc1da99p-46;  // rest: L1 lies above log10(2)/128
+
+  template <class Poly>
+  static void ReduceWith(D x, D& hi, D& v, __m128i& n_image, Poly poly) {
+    const D t = x * D::Set(kK) + D::Set(kShifter);
+    const D n = t - D::Set(kShifter);
+    n_image = t.Image();
+    int i0, i1;
+    Indices<kIndexBits>(n_image, i0, i1);
+    D lo;
+    D::GatherPairs(kExp128, i0, i1, hi, lo);
+    const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
+    v = poly(r) * hi + lo;
+  }
+  static void Reduce(D x, D& hi, D& v, __m128i& n) {
+    // 10^r - 1 on |r| <= log10(2)/256.
+    ReduceWith(x, hi, v, n, [](D r) {
+      return ((((D::Set(0.5396424512945068) * r + D::Set(1.1712555494866221)) * r +
+                D::Set(2.0346785917911965)) * r + D::Set(2.650949055239026)) * r +
+              D::Set(2.302585092994046)) * r;
+    });
+  }
+  static void Scalar(double x, double& hi, double& v, int& k) {
+    ScalarFromBlock(x, hi, v, k, kIndexBits, Reduce);
+  }
+};
+
+// The single members of Exp2 and Exp10 run the double reduction with a fitted cubic.
+template <class Core, const double (&kPoly)[4]>
+struct ShortPoly {
+  static D Eval(D r) {
+    return (((D::Set(kPoly[3]) * r + D::Set(kPoly[2])) * r + D::Set(kPoly[1])) * r +
+            D::Set(kPoly[0])) * r;
+  }
+  static D Block(D x) {
+    D hi, v;
+    __m128i n;
+    Core::ReduceWith(x, hi, v, n, Eval);
+    return (v + hi).template AddToExponent<Core::kIndexBits>(n);
+  }
+};
+
+struct SingleExp2 : ShortPoly<Exp2Core, kExp2ShortPoly> {
+  static constexpr uint32_t kFlagBits = 0x42FC0000;  // |x| > 126
+  static constexpr float kOverflow = 128.0f, kOverflowValue = INFINITY;
+  static constexpr float kUnderflow = -150.0f, kUnderflowValue = 0.0f;
+  static constexpr bool kCanUnderflow = true;
+  static double Scalar(double x) {
+    int status;
+    return ExpKernel<Exp2Core>::Scalar(x, &status);
+  }
+};
+
+struct SingleExp10 : ShortPoly<Exp10Core, kExp10ShortPoly> {
+  static constexpr uint32_t kFlagBits = 0x4217999A;  // |x| > 37.9, inside log10 2^-126
+  static constexpr float kOverflow = static_cast<float>(kExp10FOverflow);
+  static constexpr float kOverflowValue = INFINITY;
+  static constexpr float kUnderflow = -46.0f, kUnderflowValue = 0.0f;
+  static constexpr bool kCanUnderflow = true;
+  static double Scalar(double x) {
+    int status;
+    return ExpKernel<Exp10Core>::Scalar(x, &status);
+  }
+};
+
+// sExp in single precision: N = 128, e^r ~ 1 + r + r^2/2, 2^n built and multiplied.
+struct SingleExp {
+  using T = float;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  static constexpr bool kCanFail = true;
+  static constexpr float kK = 184.6649627685547f;  // 128 / ln 2
+  static constexpr float kShifter = 12582912.0f;    // 1.5 * 2^23
+  static constexpr float kL1 = 0.0054168701171875f, kL2 = -1.6577690757912933e-06f;
+  // 0x42AEAC4F: 87.33654 = ln 2^-126, on the magnitude with its low 4 bits cleared.
+  static constexpr uint32_t kFlagBits = 0x42AEAC4F;
+  static constexpr float kOverflow = 88.72283172607422f;    // 0x42B17217
+  static constexpr float kUnderflow = -103.97207641601562f;  // 0xC2CFF1B4
+
+  static void Compute(const F (&in)[1], F (&out)[1]) {
+    const F x = in[0];
+    const F t = x * F::Set(kK) + F::Set(kShifter);
+    const F n = t - F::Set(kShifter);
+    alignas(16) int32_t lanes[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(lanes), t.Image());
+    __m128i rows[4];
+    for (int l = 0; l < 4; ++l) {
+      rows[l] = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kExpF128[lanes[l] & 127]));
+    }
+    const __m128 a = _mm_castsi128_ps(_mm_unpacklo_epi64(rows[0], rows[1]));
+    const __m128 b = _mm_castsi128_ps(_mm_unpacklo_epi64(rows[2], rows[3]));
+    const F hi = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
+    const F lo = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
+    const F r = (x - n * F::Set(kL1)) - n * F::Set(kL2);
+    const F p = F::Set(0.5f) * r * r + r;
+    const F y = (p * hi + lo) + hi;
+    const __m128i scale =
+        _mm_and_si128(_mm_add_epi32(_mm_slli_epi32(t.Image(), 16), _mm_set1_epi32(0x3F800000)),
+                      _mm_set1_epi32(0x7F800000));
+    out[0] = y * F::FromImage(scale);
+  }
+  static int Flag(const F (&in)[1]) { return in[0].MagnitudeAbove(kFlagBits, 0x7FFFFFF0); }
+  static int Settle(const F (&in)[1], F (&out)[1], int lanes) {
+    const F over = F::Greater(in[0], F::Set(kOverflow));
+    const F under = F::Less(in[0], F::Set(kUnderflow));
+    out[0] = F::Select(over, F::Set(INFINITY), F::Select(under, F::Set(0.0f), out[0]));
+    return lanes & ~(over | under).LaneBits();
+  }
+  // In double with the constants of dExp.
+  static int Companion(const float (&in)[1], float (&out)[1]) {
+    const float x = in[0];
+    const uint32_t bits = BitsOf(x);
+    if ((bits & 0x7F800000) == 0x7F800000) {
+      out[0] = x == -INFINITY ? 0.0f : x * x;
+      return TEM_STATUS_OK;
+    }
+    if ((bits & 0x7F800000) < 0x25000001) return out[0] = x + 1.0f, TEM_STATUS_OK;
+    if (x > kOverflow) return out[0] = INFINITY, TEM_STATUS_OVERFLOW;
+    if (x < kUnderflow) return out[0] = 0.0f, TEM_STATUS_UNDERFLOW;
+    int status;
+    out[0] = static_cast<float>(ExpKernel<ExpCore>::Scalar(x, &status));
+    return x < kExpFSubnormal ? TEM_STATUS_UNDERFLOW : TEM_STATUS_OK;
+  }
+};
+
+}  // namespace
+}  // namespace expo
+}  // namespace tem
+
+TEM_ENTRIES_A_R(d, Exp, tem::expo::ExpKernel<tem::expo::ExpCore>)
+TEM_ENTRIES_A_R(d, Exp2, tem::expo::ExpKernel<tem::expo::Exp2Core>)
+TEM_ENTRIES_A_R(d, Exp10, tem::expo::ExpKernel<tem::expo::Exp10Core>)
+TEM_ENTRIES_A_R(s, Exp, tem::expo::SingleExp)
+TEM_ENTRIES_A_R(s, Exp2, tem::expo::WidenedKernel<tem::expo::SingleExp2>)
+TEM_ENTRIES_A_R(s, Exp10, tem::expo::WidenedKernel<tem::expo::SingleExp10>)

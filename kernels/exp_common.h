@@ -1,0 +1,212 @@
+// Pieces shared by the exponential family: the generated tables, the scaling of a companion's
+// result by 2^k with gradual underflow rounded once, and the frame policies that turn a
+// double-precision core into the d kernel and into the s kernel that runs in double.
+#ifndef QOR_KERNELS_EXP_COMMON_H_
+#define QOR_KERNELS_EXP_COMMON_H_
+
+#include <math.h>
+#include <stdint.h>
+#include <string.h>
+
+#include "frame/kernel_frame.h"
+
+namespace tem {
+namespace expo {
+
+#include "kernels/exp_fits.inc"
+#include "kernels/exp_tables.inc"
+
+using D = Vec<double>;
+using F = Vec<float>;
+
+inline uint64_t BitsOf(double x) {
+  uint64_t b;
+  memcpy(&b, &x, 8);
+  return b;
+}
+inline double FromBits(uint64_t b) {
+  double x;
+  memcpy(&x, &b, 8);
+  return x;
+}
+inline uint32_t BitsOf(float x) {
+  uint32_t b;
+  memcpy(&b, &x, 4);
+  return b;
+}
+inline double Pow2(int k) { return FromBits(static_cast<uint64_t>(k + 1023) << 52); }
+
+// (hi + v) * 2^k for a normal result, k up to 1024, with one rounding.
+inline double ScaleNormal(double hi, double v, int k) {
+  if (k > 1023) return (hi + v) * Pow2(1023) * 2.0;
+  return (hi + v) * Pow2(k);
+}
+
+// (hi + v) * 2^k below 2^-1022, rounded once to the subnormal grid: the sum is scaled to
+// [0, 2^-1022 * 2) as a multiple of 2^-1022, 1.0 is added so that the one rounding lands on
+// the grid of 2^-52 that the final exact scaling by 2^-1022 turns into the subnormal grid.
+inline double ScaleSubnormal(double hi, double v, int k) {
+  if (k < -1022 - 60) return 0.0 * hi;
+  const double scale = Pow2(k + 1022);
+  const double a = hi * scale, b = v * scale;
+  const double s = 1.0 + a;
+  const double e = (1.0 - s) + a;
+  const double y = s + (e + b);
+  return (y - 1.0) * 0x1p-1022;
+}
+
+// The result of a companion of double precision: NaN passes through x * x, -inf gives +0,
+// +inf itself, all with status 0.
+inline double NonFinite(double x) { return x == -INFINITY ? 0.0 : x * x; }
+
+// The d policy of an exponential-like core C, which supplies
+//   kIndexBits, kFlagHigh, kOverflow (inf above), kUnderflow (+0 below), kSubnormal;
+//   Reduce(x, hi, v, n): the result is (hi + v) * 2^k, k = n >> kIndexBits (n in the image);
+//   Scalar(x, hi, v, k): the same for one lane, possibly with a longer polynomial.
+template <class C>
+struct ExpKernel {
+  using T = double;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr bool kCanFail = true;
+  static void Compute(const D (&in)[1], D (&out)[1]) {
+    D hi, v;
+    __m128i n;
+    C::Reduce(in[0], hi, v, n);
+    out[0] = (v + hi).template AddToExponent<C::kIndexBits>(n);
+  }
+  static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(C::kFlagHigh); }
+  // No-error loop: overflow lanes take +inf and underflow lanes +0 by selects.
+  static int Settle(const D (&in)[1], D (&out)[1], int lanes) {
+    const D over = D::Greater(in[0], D::Set(C::kOverflow));
+    const D under = D::Less(in[0], D::Set(C::kUnderflow));
+    out[0] = D::Select(over, D::Set(INFINITY), D::Select(under, D::Set(0.0), out[0]));
+    return lanes & ~(over | under).LaneBits();
+  }
+  static int Companion(const double (&in)[1], double (&out)[1]) {
+    int status;
+    out[0] = Scalar(in[0], &status);
+    return status;
+  }
+  static double Scalar(double x, int* status) {
+    *status = TEM_STATUS_OK;
+    const uint64_t bits = BitsOf(x);
+    if ((bits >> 52 & 0x7FF) == 0x7FF) return NonFinite(x);
+    if ((bits >> 52 & 0x7FF) < 0x3CB) return x + 1.0;  // |x| < 2^-52: e^x rounds to 1 + x
+    if (x > C::kOverflow) return *status = TEM_STATUS_OVERFLOW, INFINITY;
+    if (x < C::kUnderflow) return *status = TEM_STATUS_UNDERFLOW, 0.0;
+    double hi, v;
+    int k;
+    C::Scalar(x, hi, v, k);
+    if (x >= C::kSubnormal) return ScaleNormal(hi, v, k);
+    *status = TEM_STATUS_UNDERFLOW;  // every subnormal result is reported
+    return ScaleSubnormal(hi, v, k);
+  }
+};
+
+// The s policy of a core that runs in double: four float lanes as two double registers.
+// Flagged lanes are those whose magnitude's bits exceed kFlagBits of the single core S;
+// the companion rounds the double result once more and reports overflow for an infinite
+// result and underflow for one below 2^-126.
+template <class S>
+struct WidenedKernel {
+  using T = float;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  static constexpr bool kCanFail = true;
+  static void Compute(const F (&in)[1], F (&out)[1]) {
+    out[0] = Narrow(S::Block(WidenLow(in[0])), S::Block(WidenHigh(in[0])));
+  }
+  static int Flag(const F (&in)[1]) { return in[0].MagnitudeAbove(S::kFlagBits); }
+  static int Settle(const F (&in)[1], F (&out)[1], int lanes) {
+    const F over = F::Greater(in[0], F::Set(S::kOverflow));
+    const F under = F::Less(in[0], F::Set(S::kUnderflow));
+    out[0] = F::Select(over, F::Set(S::kOverflowValue),
+                       F::Select(under, F::Set(S::kUnderflowValue), out[0]));
+    return lanes & ~(over | under).LaneBits();
+  }
+  static int Companion(const float (&in)[1], float (&out)[1]) {
+    const double x = in[0];
+    const double y = S::Scalar(x);
+    out[0] = static_cast<float>(y);
+    if (!isfinite(x)) return TEM_STATUS_OK;
+    if (isinf(out[0])) return TEM_STATUS_OVERFLOW;
+    if (S::kCanUnderflow && fabs(y) < 0x1p-126) return TEM_STATUS_UNDERFLOW;
+    return TEM_STATUS_OK;
+  }
+  static int Element(const float (&in)[1], float (&out)[1]) {
+    if ((BitsOf(in[0]) & 0x7FFFFFFF) > S::kFlagBits) return Companion(in, out);
+    F x = F::Set(in[0]), y;
+    const F xs[1] = {x};
+    F ys[1];
+    Compute(xs, ys);
+    y = ys[0];
+    out[0] = _mm_cvtss_f32(y.raw);
+    return TEM_STATUS_OK;
+  }
+};
+
+// Row indices of both lanes: the low kIndexBits of n.
+template <int kIndexBits>
+inline void Indices(__m128i n, int& i0, int& i1) {
+  D::LowWords(n, i0, i1);
+  i0 &= (1 << kIndexBits) - 1;
+  i1 &= (1 << kIndexBits) - 1;
+}
+
+// Lane 0 of a vector reduction, for the companions: (hi + v) * 2^k.
+template <class Reduce>
+inline void ScalarFromBlock(double x, double& hi, double& v, int& k, int index_bits, Reduce reduce) {
+  D vhi, vv;
+  __m128i n;
+  reduce(D::Set(x), vhi, vv, n);
+  hi = vhi.Lane0();
+  v = vv.Lane0();
+  k = _mm_cvtsi128_si32(n) >> index_bits;
+}
+
+// dExp: N = 64, |r| <= ln2/128.
+struct ExpCore {
+  static constexpr int kIndexBits = 6;
+  // 0x4086232A: high word of 708.4 = ln 2^1022; flags overflow, subnormal results, inf, NaN.
+  static constexpr uint32_t kFlagHigh = 0x4086232A;
+  static constexpr double kOverflow = 0x1.62e42fefa39efp+9;    // 709.782712893384
+  static constexpr double kUnderflow = -0x1.74910d52d3051p+9;  // -745.1332191019411
+  static constexpr double kSubnormal = -708.3964185322641;     // ln 2^-1022
+  static constexpr double kK = 92.33248261689366;               // 64 / ln 2
+  static constexpr double kShifter = 0x1.8p52;
+  static constexpr double kL1 = 0x1.62e42fefa0000p-7;  // ln2/64, high part
+  static constexpr double kL2 = 0x1.cf79abc9e3b3ap-46;  // ln2/64, rest
+
+  static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
+    const D t = x * D::Set(kK) + D::Set(kShifter);
+    const D n = t - D::Set(kShifter);
+    n_image = t.Image();
+    int i0, i1;
+    Indices<kIndexBits>(n_image, i0, i1);
+    D lo;
+    D::GatherPairs(kExp64, i0, i1, hi, lo);
+    const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
+    // e^r - 1 on |r| <= ln2/128.
+    const D p = ((D::Set(0.00833333416441411) * r + D::Set(0.04166672368662385)) * r +
+                 D::Set(0.1666666666667797)) * r + D::Set(0.4999999999994775);
+    const D q = p * r * r + r;
+    v = q * hi + lo;
+  }
+  // One degree longer, with the rest of the table entry taken relative to it.
+  static void Scalar(double x, double& hi, double& v, int& k) {
+    const double t = x * kK + kShifter;
+    const double n = t - kShifter;
+    const int ni = static_cast<int>(n);
+    const int i = ni & 63;
+    k = ni >> 6;
+    const double r = (x - n * kL1) - n * kL2;
+    const double q = ((((0.0013888870459233254 * r + 0.008333341995140497) * r +
+                        0.04166666666677052) * r + 0.1666666666665788) * r + 0.5) * r * r + r;
+    hi = kExp64Relative[i][0];
+    v = (q + kExp64Relative[i][1]) * hi;
+  }
+};
+
+}  // namespace expo
+}  // namespace tem
+
+#endif  // QOR_KERNELS_EXP_COMMON_H_

@@ -1,0 +1,113 @@
+// e^x - 1: x = (n + i/128) ln 2 + r, e^x - 1 = (2^n 2^(i/128) - 1) + 2^n 2^(i/128) (e^r - 1),
+// the first term summed with its rounding error so that small results keep their bits.
+// Below |x| = ln2/128 the reduction is skipped and the result is the polynomial itself.
+#include "kernels/exp_common.h"
+
+namespace tem {
+namespace expo {
+namespace {
+
+constexpr double kK = 184.6649652337873;  // 128 / ln 2
+constexpr double kShifter = 0x1.8p52;
+// ln2/128 = L1 + L2, L1 with 21 significant bits so that n * L1 is exact.
+constexpr double kL1 = 0x1.62e4200000000p-8, kL2 = 0x1.fdf473de6af28p-29;
+constexpr double kNoReduction = 0x1.62e42fefa39efp-8;                     // ln2/128
+constexpr double kOverflow = 0x1.62e42fefa39efp+9;                         // 709.782712893384
+
+// e^r - 1 on |r| <= ln2/128.
+struct DoublePoly {
+  static D Eval(D r) {
+    const D tail = (((D::Set(0.001388889298015527) * r + D::Set(0.008333335878865304)) * r +
+                     D::Set(0.0416666666666645)) * r + D::Set(0.16666666666665733)) * r +
+                   D::Set(0.5);
+    return r + r * r * tail;
+  }
+};
+struct ShortPoly {
+  static D Eval(D r) {
+    return (((D::Set(kExpm1ShortPoly[3]) * r + D::Set(kExpm1ShortPoly[2])) * r +
+             D::Set(kExpm1ShortPoly[1])) * r + D::Set(kExpm1ShortPoly[0])) * r;
+  }
+};
+
+// |x| up to 708.4, where 2^n is normal.
+template <class Poly>
+D Expm1Block(D x) {
+  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
+  D t = x * D::Set(kK) + D::Set(kShifter);
+  t = D::Select(D::Less(ax, D::Set(kNoReduction)), D::Set(kShifter), t);
+  const D n = t - D::Set(kShifter);
+  const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
+  int i0, i1;
+  Indices<7>(t.Image(), i0, i1);
+  D hi, lo;
+  D::GatherPairs(kExp128, i0, i1, hi, lo);
+  const __m128i k_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 45),
+                                        _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
+  const D scale = D::FromImage(_mm_add_epi64(k_field, _mm_set1_epi64x(0x3FF0000000000000ll)));
+  const D a = hi * scale;
+  // s + err = a - 1 exactly (2Sum).
+  const D s = a - D::Set(1.0);
+  const D bb = s - a;
+  const D err = (a - (s - bb)) + (D::Set(-1.0) - bb);
+  const D corr = (hi * Poly::Eval(r) + lo) * scale;
+  return s + (err + corr);
+}
+
+// One element: infinities, NaN, overflow, the -1 side and the range next to overflow.
+double Expm1Scalar(double x, int* status) {
+  *status = TEM_STATUS_OK;
+  if (x != x) return x + x;
+  if (x > kOverflow) {
+    if (x != INFINITY) *status = TEM_STATUS_OVERFLOW;
+    return INFINITY;
+  }
+  if (x < -40.0) return -1.0;  // e^x below 2^-57: -1 rounds
+  if (x > 708.0) {
+    double hi, v;
+    int k;
+    ExpCore::Scalar(x, hi, v, k);
+    return ScaleNormal(hi, v, k);
+  }
+  return Expm1Block<DoublePoly>(D::Set(x)).Lane0();
+}
+
+struct DoubleKernel {
+  using T = double;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr bool kCanFail = true;
+  static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Expm1Block<DoublePoly>(in[0]); }
+  static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x4086232A); }
+  static int Settle(const D (&in)[1], D (&out)[1], int lanes) {
+    const D over = D::Greater(in[0], D::Set(kOverflow));
+    const D under = D::Less(in[0], D::Set(-40.0));
+    out[0] = D::Select(over, D::Set(INFINITY), D::Select(under, D::Set(-1.0), out[0]));
+    return lanes & ~(over | under).LaneBits();
+  }
+  static int Companion(const double (&in)[1], double (&out)[1]) {
+    int status;
+    out[0] = Expm1Scalar(in[0], &status);
+    return status;
+  }
+  static int Element(const double (&in)[1], double (&out)[1]) { return Companion(in, out); }
+};
+
+struct Single {
+  // 0x42B17217: 88.72283, the largest float whose e^x - 1 is finite; flags both sides.
+  static constexpr uint32_t kFlagBits = 0x42B17217;
+  static constexpr float kOverflow = 88.72283172607422f, kOverflowValue = INFINITY;
+  static constexpr float kUnderflow = -88.72283172607422f, kUnderflowValue = -1.0f;
+  static constexpr bool kCanUnderflow = false;
+  static D Block(D x) { return Expm1Block<ShortPoly>(x); }
+  static double Scalar(double x) {
+    int status;
+    return Expm1Scalar(x, &status);
+  }
+};
+
+}  // namespace
+}  // namespace expo
+}  // namespace tem
+
+TEM_ENTRIES_A_R(d, Expm1, tem::expo::DoubleKernel)
+TEM_ENTRIES_A_R(s, Expm1, tem::expo::WidenedKernel<tem::expo::Single>)

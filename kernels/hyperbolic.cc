@@ -1,0 +1,144 @@
+// sinh and cosh: |x| = (m + j/16) ln 2 + r, e^|x| = 2^m 2^(j/16) e^r, and with A = 2^(m+j/16)/2,
+// B = 2^-(m+j/16)/2, C = cosh r, S = sinh r:
+//   sinh |x| = (A - B) + ((A - B)(C - 1) + (A + B) S),
+//   cosh x   = (A + B) + ((A + B)(C - 1) + (A - B) S),
+// with A and B as double-double values, so that the leading term rounds once.
+#include "kernels/exp_common.h"
+
+namespace tem {
+namespace expo {
+namespace {
+
+constexpr double kLog2e = 1.4426950408889634;
+constexpr double kShifter = 0x1.8p48;  // rounds |x| log2 e to a multiple of 1/16
+constexpr double kL1 = 0x1.62e42fefa0000p-1, kL2 = 0x1.cf79abc9e3b3ap-40;  // ln 2
+
+// The double forms; kOddPoly and kEvenPoly are S(r)/r - 1 over r^2 and (C(r) - 1)/r^2 - 1/2
+// over r^2, on |r| <= ln2/32.
+struct DoublePolys {
+  static D Odd(D r, D r2) {
+    return r + r * r2 *
+                   (D::Set(0.16666666666671864) +
+                    r2 * (D::Set(0.008333333269141919) + r2 * D::Set(0.0001984365544582726)));
+  }
+  static D EvenMinusOne(D r2) {
+    return r2 * (D::Set(0.5) +
+                 r2 * (D::Set(0.04166666666664884) +
+                       r2 * (D::Set(0.0013888888970874393) + r2 * D::Set(2.4801762009559563e-05))));
+  }
+};
+// The single forms run in double with Taylor terms: errors below 2^-40 on |r| <= ln2/32.
+struct ShortPolys {
+  static D Odd(D r, D r2) {
+    return r + r * r2 * (D::Set(1.0 / 6) + r2 * D::Set(1.0 / 120));
+  }
+  static D EvenMinusOne(D r2) { return r2 * (D::Set(0.5) + r2 * D::Set(1.0 / 24)); }
+};
+
+// sinh |x| (kSinh) or cosh x for |x| below 669.8, where 2^-m is still normal.
+template <bool kSinh, class Polys>
+D Hyperbolic(D x) {
+  const D sign = x & D::FromBits(0x8000000000000000ull);
+  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
+  const D t = ax * D::Set(kLog2e) + D::Set(kShifter);
+  const D n = t - D::Set(kShifter);
+  const D r = (ax - n * D::Set(kL1)) - n * D::Set(kL2);
+  int j0, j1;
+  Indices<4>(t.Image(), j0, j1);
+  const __m128d up0 = _mm_load_pd(&kHyperbolicPowers[j0][0]);
+  const __m128d up1 = _mm_load_pd(&kHyperbolicPowers[j1][0]);
+  const __m128d down0 = _mm_load_pd(&kHyperbolicPowers[j0][2]);
+  const __m128d down1 = _mm_load_pd(&kHyperbolicPowers[j1][2]);
+  // 2^m and 2^-m from the bits of n above the 4 index bits.
+  const __m128i m_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 48),
+                                        _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
+  const __m128i one = _mm_set1_epi64x(0x3FF0000000000000ll);
+  const D scale_up = D::FromImage(_mm_add_epi64(one, m_field));
+  const D scale_down = D::FromImage(_mm_sub_epi64(one, m_field));
+  const D a_hi = D(_mm_unpacklo_pd(up0, up1)) * scale_up;
+  const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * scale_up;
+  const D b_hi = D(_mm_unpacklo_pd(down0, down1)) * scale_down;
+  const D b_lo = D(_mm_unpackhi_pd(down0, down1)) * scale_down;
+  const D r2 = r * r;
+  const D odd = Polys::Odd(r, r2);
+  const D even = Polys::EvenMinusOne(r2);
+  // A >= B, so both sums are exact with their errors by Fast2Sum.
+  const D diff = a_hi - b_hi;
+  const D diff_lo = ((a_hi - diff) - b_hi) + (a_lo - b_lo);
+  const D sum = a_hi + b_hi;
+  const D sum_lo = ((a_hi - sum) + b_hi) + (a_lo + b_lo);
+  if constexpr (kSinh) {
+    return (diff + (diff_lo + (diff * even + sum * odd))) | sign;
+  } else {
+    return sum + (sum_lo + (sum * even + diff * odd));
+  }
+}
+
+// One lane past the block's range: e^|x| / 2, or overflow.
+template <bool kSinh>
+double HyperbolicScalar(double x, int* status) {
+  *status = TEM_STATUS_OK;
+  const double ax = fabs(x);
+  if (!(ax < INFINITY)) return kSinh ? x + x : ax + ax;  // NaN, +-inf
+  double y;
+  if (ax > kCoshOverflow) {
+    *status = TEM_STATUS_OVERFLOW;
+    y = INFINITY;
+  } else if (ax < 669.0) {
+    y = _mm_cvtsd_f64(Hyperbolic<kSinh, DoublePolys>(D::Set(ax)).raw);
+  } else {
+    double hi, v;
+    int k;
+    ExpCore::Scalar(ax, hi, v, k);
+    y = ScaleNormal(hi, v, k - 1);
+  }
+  return kSinh ? copysign(y, x) : y;
+}
+
+template <bool kSinh>
+struct DoubleKernel {
+  using T = double;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr bool kCanFail = true;
+  static void Compute(const D (&in)[1], D (&out)[1]) {
+    out[0] = Hyperbolic<kSinh, DoublePolys>(in[0]);
+  }
+  // 0x4084EE33: high word of 669.8; flags lanes near overflow, inf and NaN.
+  static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x4084EE33); }
+  static int Settle(const D (&in)[1], D (&out)[1], int lanes) {
+    const D over = D::Greater(in[0], D::Set(kCoshOverflow));
+    const D under = D::Less(in[0], D::Set(-kCoshOverflow));
+    const D low = D::Set(kSinh ? -INFINITY : INFINITY);
+    out[0] = D::Select(over, D::Set(INFINITY), D::Select(under, low, out[0]));
+    return lanes & ~(over | under).LaneBits();
+  }
+  static int Companion(const double (&in)[1], double (&out)[1]) {
+    int status;
+    out[0] = HyperbolicScalar<kSinh>(in[0], &status);
+    return status;
+  }
+};
+
+template <bool kSinh>
+struct Single {
+  // 89.4159927368164: the largest float whose cosh is finite.
+  static constexpr uint32_t kFlagBits = 0x42B2D4FD;
+  static constexpr float kOverflow = 89.4159927368164f, kOverflowValue = INFINITY;
+  static constexpr float kUnderflow = -89.4159927368164f;
+  static constexpr float kUnderflowValue = kSinh ? -INFINITY : INFINITY;
+  static constexpr bool kCanUnderflow = false;
+  static D Block(D x) { return Hyperbolic<kSinh, ShortPolys>(x); }
+  static double Scalar(double x) {
+    int status;
+    return HyperbolicScalar<kSinh>(x, &status);
+  }
+};
+
+}  // namespace
+}  // namespace expo
+}  // namespace tem
+
+TEM_ENTRIES_A_R(d, Sinh, tem::expo::DoubleKernel<true>)
+TEM_ENTRIES_A_R(d, Cosh, tem::expo::DoubleKernel<false>)
+TEM_ENTRIES_A_R(s, Sinh, tem::expo::WidenedKernel<tem::expo::Single<true>>)
+TEM_ENTRIES_A_R(s, Cosh, tem::expo::WidenedKernel<tem::expo::Single<false>>)

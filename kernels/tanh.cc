@@ -1,0 +1,68 @@
+// tanh by pieces, with no exponential: |x| picks one of 15 intervals by integer arithmetic on
+// its high word, and a polynomial in the distance to the interval's anchor, read from a table
+// with one row per coefficient, gives the value; the sign of x goes back on at the end.
+#include "kernels/exp_common.h"
+
+namespace tem {
+namespace expo {
+namespace {
+
+#include "kernels/tanh_table.inc"
+
+// The interval of a magnitude's high word: the binades split at 1.25 and 1.75, from
+// [0.1875, 0.21875) as 0 (with everything below) to [20, inf) as 14.
+inline int Interval(uint32_t high) {
+  high = high < 0x3FC80000 ? 0x3FC80000 : high > 0x40340000 ? 0x40340000 : high;
+  return static_cast<int>((high + 0x40000) >> 19) - 0x7F9;
+}
+
+D Tanh(D x) {
+  const D sign = x & D::FromBits(0x8000000000000000ull);
+  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
+  const __m128i high = _mm_srli_epi64(ax.Image(), 32);
+  int h0, h1;
+  D::LowWords(high, h0, h1);
+  const int j0 = Interval(h0), j1 = Interval(h1);
+  auto row = [&](int k) { return D(_mm_loadh_pd(_mm_load_sd(&kTanhTable[k][j0]), &kTanhTable[k][j1])); };
+  const D d = ax - row(0);
+  D p = row(2 + kTanhDegree);
+#pragma GCC unroll 32
+  for (int k = kTanhDegree - 1; k >= 2; --k) p = p * d + row(2 + k);
+  return (row(1) + (row(3) * d + (row(2) + d * (d * p)))) | sign;
+}
+
+double TanhScalar(double x) {
+  if (x != x) return x + x;
+  if (x == INFINITY || x == -INFINITY) return x > 0 ? 1.0 : -1.0;
+  return Tanh(D::Set(x)).Lane0();
+}
+
+struct DoubleKernel {
+  using T = double;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr bool kCanFail = true;
+  static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Tanh(in[0]); }
+  // Only infinities and NaNs leave the block path; tanh reports nothing.
+  static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x7FEFFFFF); }
+  static int Settle(const D (&)[1], D (&)[1], int lanes) { return lanes; }
+  static int Companion(const double (&in)[1], double (&out)[1]) {
+    out[0] = TanhScalar(in[0]);
+    return TEM_STATUS_OK;
+  }
+};
+
+struct Single {
+  static constexpr uint32_t kFlagBits = 0x7F7FFFFF;
+  static constexpr float kOverflow = INFINITY, kOverflowValue = 1.0f;
+  static constexpr float kUnderflow = -INFINITY, kUnderflowValue = -1.0f;
+  static constexpr bool kCanUnderflow = false;
+  static D Block(D x) { return Tanh(x); }
+  static double Scalar(double x) { return TanhScalar(x); }
+};
+
+}  // namespace
+}  // namespace expo
+}  // namespace tem
+
+TEM_ENTRIES_A_R(d, Tanh, tem::expo::DoubleKernel)
+TEM_ENTRIES_A_R(s, Tanh, tem::expo::WidenedKernel<tem::expo::Single>)

@@ -1,0 +1,283 @@
+// Generates the tables of the exponential family with MPFR: the 2^(i/N) reduction tables with
+// their rest parts, the hyperbolic power table, the fitted polynomials of the single-precision
+// members, the overflow and underflow bounds, and the piecewise Tanh coefficients.
+//
+//   gen_exp_tables tables > kernels/exp_tables.inc
+//   gen_exp_tables fits   > kernels/exp_fits.inc
+//   gen_exp_tables tanh   > kernels/tanh_table.inc
+#include <math.h>
+#include <mpfr.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <functional>
+#include <vector>
+
+namespace {
+
+constexpr mpfr_prec_t kPrec = 512;
+
+// An MPFR number with value semantics, enough for the fits below.
+class Big {
+ public:
+  Big() { mpfr_init2(v_, kPrec); mpfr_set_zero(v_, 1); }
+  Big(double d) { mpfr_init2(v_, kPrec); mpfr_set_d(v_, d, MPFR_RNDN); }  // NOLINT
+  Big(const Big& o) { mpfr_init2(v_, kPrec); mpfr_set(v_, o.v_, MPFR_RNDN); }
+  Big& operator=(const Big& o) { mpfr_set(v_, o.v_, MPFR_RNDN); return *this; }
+  ~Big() { mpfr_clear(v_); }
+  mpfr_ptr get() { return v_; }
+  mpfr_srcptr get() const { return v_; }
+  double D() const { return mpfr_get_d(v_, MPFR_RNDN); }
+  float F() const { return mpfr_get_flt(v_, MPFR_RNDN); }
+  friend Big operator+(const Big& a, const Big& b) { Big r; mpfr_add(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
+  friend Big operator-(const Big& a, const Big& b) { Big r; mpfr_sub(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
+  friend Big operator*(const Big& a, const Big& b) { Big r; mpfr_mul(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
+  friend Big operator/(const Big& a, const Big& b) { Big r; mpfr_div(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
+  friend bool operator<(const Big& a, const Big& b) { return mpfr_less_p(a.v_, b.v_); }
+
+ private:
+  mpfr_t v_;
+};
+
+using Fn = std::function<Big(const Big&)>;
+using MpfrFn = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+
+Big Apply(MpfrFn f, const Big& x) { Big r; f(r.get(), x.get(), MPFR_RNDN); return r; }
+Big Exp2(const Big& x) { return Apply(mpfr_exp2, x); }
+Big Pi() { Big r; mpfr_const_pi(r.get(), MPFR_RNDN); return r; }
+
+// 2^(i/rows) as a double and its rest, divided by the double when `relative`.
+void PrintPowerTable(const char* name, int rows, bool relative) {
+  printf("alignas(16) const double %s[%d][2] = {\n", name, rows);
+  for (int i = 0; i < rows; ++i) {
+    Big v = Exp2(Big(i) / Big(rows));
+    double hi = v.D();
+    Big rest = v - Big(hi);
+    if (relative) rest = rest / Big(hi);
+    printf("    {%a, %a},  // 2^(%d/%d)\n", hi, rest.D(), i, rows);
+  }
+  printf("};\n\n");
+}
+
+// Coefficients c[0..degree] of the polynomial through f at the Chebyshev nodes of [a, b]:
+// within a small factor of the minimax polynomial.
+std::vector<Big> ChebyshevFit(const Fn& f, double a, double b, int degree) {
+  const int m = degree + 1;
+  std::vector<std::vector<Big>> rows(m, std::vector<Big>(m + 1));
+  for (int k = 0; k < m; ++k) {
+    Big angle = Pi() * Big(2 * k + 1) / Big(2 * m);
+    Big x = Big(0.5 * (a + b)) + Big(0.5 * (b - a)) * Apply(mpfr_cos, angle);
+    Big p = 1.0;
+    for (int j = 0; j < m; ++j, p = p * x) rows[k][j] = p;
+    rows[k][m] = f(x);
+  }
+  for (int c = 0; c < m; ++c) {  // Gaussian elimination with partial pivoting.
+    int pivot = c;
+    for (int r = c + 1; r < m; ++r) {
+      if (mpfr_cmpabs(rows[r][c].get(), rows[pivot][c].get()) > 0) pivot = r;
+    }
+    std::swap(rows[c], rows[pivot]);
+    for (int r = 0; r < m; ++r) {
+      if (r == c) continue;
+      Big factor = rows[r][c] / rows[c][c];
+      for (int j = c; j <= m; ++j) rows[r][j] = rows[r][j] - factor * rows[c][j];
+    }
+  }
+  std::vector<Big> coef(m);
+  for (int c = 0; c < m; ++c) coef[c] = rows[c][m] / rows[c][c];
+  return coef;
+}
+
+// Error of a double result in ulps of the exact value, as a double of the given precision.
+double UlpError(double got, const Big& exact, int mantissa_bits) {
+  double e = exact.D();
+  if (e == 0) return got == 0 ? 0 : INFINITY;
+  int exponent;
+  frexp(e, &exponent);
+  Big diff = Big(got) - exact;
+  return fabs(diff.D()) / ldexp(1.0, exponent - mantissa_bits);
+}
+
+// Powers of two for sinh and cosh: 2^(j/16)/2 and 2^(-j/16)/2, each as a double and its rest.
+void PrintHyperbolicTable() {
+  printf("// Row j: 2^(j/16)/2 and its rest, 2^(-j/16)/2 and its rest.\n");
+  printf("alignas(16) const double kHyperbolicPowers[16][4] = {\n");
+  for (int j = 0; j < 16; ++j) {
+    Big up = Exp2(Big(j) / Big(16)) / Big(2), down = Exp2(Big(-j) / Big(16)) / Big(2);
+    double uh = up.D(), dh = down.D();
+    printf("    {%a, %a, %a, %a},\n", uh, (up - Big(uh)).D(), dh, (down - Big(dh)).D());
+  }
+  printf("};\n\n");
+}
+
+void PrintTables() {
+  printf("// dExp and dExp2 block paths: 2^(i/64) and its rest.\n");
+  PrintPowerTable("kExp64", 64, false);
+  printf("// dExp companion: 2^(i/64) and its rest divided by it.\n");
+  PrintPowerTable("kExp64Relative", 64, true);
+  printf("// dExp10, Expm1: 2^(i/128) and its rest.\n");
+  PrintPowerTable("kExp128", 128, false);
+  printf("// sExp block path: 2^(i/128) as a float and its rest.\n");
+  printf("alignas(16) const float kExpF128[128][2] = {\n");
+  for (int i = 0; i < 128; ++i) {
+    Big v = Exp2(Big(i) / Big(128));
+    float hi = v.F();
+    printf("    {%af, %af},\n", hi, (v - Big(hi)).F());
+  }
+  printf("};\n\n");
+  PrintHyperbolicTable();
+}
+
+// A polynomial r * (c1 + c2 r + ...) fitted to f(r) - with f(0) = 0 - over [-h, h], as double
+// coefficients from c1 up, with its worst relative error measured on a grid.
+void PrintSeriesFit(const char* name, MpfrFn f, const Big& scale, double h, int degree) {
+  Fn g = [&](const Big& r) { return Apply(f, r * scale) / r; };
+  std::vector<Big> c = ChebyshevFit(g, -h, h, degree - 1);
+  double worst = 0;
+  for (int k = -2000; k <= 2000; ++k) {
+    double r = h * k / 2000.0;
+    if (r == 0) continue;
+    double p = c[degree - 1].D();
+    for (int j = degree - 2; j >= 0; --j) p = p * r + c[j].D();
+    Big exact = g(Big(r));
+    worst = fmax(worst, fabs((Big(p) - exact).D() / exact.D()));
+  }
+  printf("// %s(r) ~ r * (c1 + c2 r + ...), |r| <= %a; relative error %.2e.\n", name, h, worst);
+  printf("inline constexpr double k%sPoly[%d] = {", name, degree);
+  for (int j = 0; j < degree; ++j) printf("%s%a", j ? ", " : "", c[j].D());
+  printf("};\n\n");
+}
+
+// The largest double x with f(x) at most `limit` (by bisection on the bit patterns).
+double LargestBelow(MpfrFn f, double lo, double hi, const Big& limit) {
+  while (nextafter(lo, hi) != hi) {
+    double mid = lo + (hi - lo) / 2;
+    if (mid == lo || mid == hi) break;
+    (Apply(f, Big(mid)) < limit ? lo : hi) = mid;
+  }
+  return lo;
+}
+
+void PrintBound(const char* name, MpfrFn f, double lo, double hi, const Big& limit,
+                const char* what) {
+  printf("// %s\ninline constexpr double %s = %a;  // %.17g\n", what, name,
+         LargestBelow(f, lo, hi, limit), LargestBelow(f, lo, hi, limit));
+}
+
+int Exp10M(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return mpfr_exp10(r, x, rnd); }
+int Expm1M(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return mpfr_expm1(r, x, rnd); }
+int ExpM(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return mpfr_exp(r, x, rnd); }
+int Exp2M(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return mpfr_exp2(r, x, rnd); }
+int CoshM(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return mpfr_cosh(r, x, rnd); }
+
+void PrintFits() {
+  Big ln2 = Apply(mpfr_log, Big(2.0)), ln10 = Apply(mpfr_log, Big(10.0));
+  printf("// Single-precision members run in double with these shorter polynomials.\n");
+  PrintSeriesFit("Expm1Short", Expm1M, Big(1.0), 0.5 * M_LN2 / 64 * 1.01, 4);
+  PrintSeriesFit("Exp2Short", Expm1M, ln2, 1.0 / 128 * 1.01, 4);
+  PrintSeriesFit("Exp10Short", Expm1M, ln10, M_LN2 / M_LN10 / 256 * 1.01, 4);
+  // Double limits: the largest finite double, half the least normal, the least normal.
+  Big max_double = Big(0x1.fffffffffffffp1023) + Big(0x1p970) * Big(0.999);
+  Big zero_limit = Big(0x1p-1074) * Big(0.5), normal = Big(0x1p-1022);
+  printf("// Bounds of dExp2 and dExp10: above the first, overflow; at or below the second, a\n");
+  printf("// result that rounds to zero; below the third, a subnormal result.\n");
+  PrintBound("kExp2Overflow", Exp2M, 1023, 1025, max_double, "2^x finite up to here.");
+  PrintBound("kExp2Zero", Exp2M, -1100, -1000, zero_limit, "2^x rounds to +0 at or below.");
+  PrintBound("kExp10Overflow", Exp10M, 300, 310, max_double, "10^x finite up to here.");
+  PrintBound("kExp10Zero", Exp10M, -330, -320, zero_limit, "10^x rounds to +0 at or below.");
+  PrintBound("kExp10Subnormal", Exp10M, -310, -300, normal, "10^x subnormal below.");
+  PrintBound("kCoshOverflow", CoshM, 700, 720, max_double, "cosh and |sinh| finite up to here.");
+  // Single limits, in double: the largest finite float and half the least subnormal float.
+  Big max_float = Big(0x1.fffffep127) + Big(0x1p103) * Big(0.999);
+  Big zero_float = Big(0x1p-150), normal_float = Big(0x1p-126);
+  PrintBound("kExpFZero", ExpM, -110, -100, zero_float, "Single e^x rounds to +0 at or below.");
+  PrintBound("kExpFSubnormal", ExpM, -90, -80, normal_float, "Single e^x subnormal below.");
+  PrintBound("kExp10FOverflow", Exp10M, 30, 40, max_float, "Single 10^x finite up to here.");
+  PrintBound("kExp10FZero", Exp10M, -50, -40, zero_float, "Single 10^x rounds to +0 at or below.");
+  PrintBound("kExp10FSubnormal", Exp10M, -40, -30, normal_float, "Single 10^x subnormal below.");
+  PrintBound("kExpm1FOverflow", Expm1M, 80, 90, max_float, "Single e^x - 1 finite up to here.");
+  (void)ln10;
+}
+
+}  // namespace
+
+void PrintTanh();
+
+int main(int argc, char** argv) {
+  const char* what = argc > 1 ? argv[1] : "";
+  printf("// BEGIN GENERATED CODE; DO NOT EDIT\n");
+  printf("// Made by: build/tools/gen_exp_tables %s > kernels/%s\n", what,
+         !strcmp(what, "tables") ? "exp_tables.inc"
+         : !strcmp(what, "fits") ? "exp_fits.inc"
+                                 : "tanh_table.inc");
+  printf("// clang-format off\n\n");
+  if (!strcmp(what, "tables")) {
+    PrintTables();
+  } else if (!strcmp(what, "fits")) {
+    PrintFits();
+  } else if (!strcmp(what, "tanh")) {
+    PrintTanh();
+  } else {
+    fprintf(stderr, "usage: gen_exp_tables tables|fits|tanh\n");
+    return 1;
+  }
+  printf("// END GENERATED CODE\n");
+  return 0;
+}
+
+// Tanh in 15 intervals of |x|: below 0.21875 an odd polynomial x + x^3 P(x^2); from 20 up
+// 1; between, a polynomial of degree kTanhDegree in the distance d to the interval's middle,
+// summed as c0 + (c1 d + (c0 rest + d^2 (c2 + c3 d + ...))), so that the odd polynomial
+// keeps x exact and the leading terms round once.
+// Rows: 0 the anchor, 1 and 2 the value at the anchor and its rest, 2 + k the coefficient of
+// d^k; column j is interval j.
+void PrintTanh() {
+  const double kEnds[16] = {0,   0.21875, 0.3125, 0.4375, 0.625, 0.875, 1.25, 1.75,
+                            2.5, 3.5,     5.0,    7.0,    10.0,  14.0,  20.0, 20.0};
+  const int kDegree = 16;
+  const int rows = kDegree + 3;
+  std::vector<std::vector<double>> table(rows, std::vector<double>(16, 0.0));
+  auto tanh_big = [](const Big& x) { return Apply(mpfr_tanh, x); };
+  // Interval 0: odd coefficients of x from the fit of (tanh x - x) / x^3 in u = x^2.
+  const double small = kEnds[1];
+  Fn g = [&](const Big& u) {
+    Big x = Apply(mpfr_sqrt, u);
+    return (tanh_big(x) - x) / (u * x);
+  };
+  std::vector<Big> odd = ChebyshevFit(g, 0, small * small, (kDegree - 3) / 2);
+  table[3][0] = 1.0;
+  for (size_t k = 0; k < odd.size(); ++k) table[2 + 3 + 2 * k][0] = odd[k].D();
+  for (int j = 1; j < 14; ++j) {
+    double a = kEnds[j], b = kEnds[j + 1], anchor = 0.5 * (a + b), h = 0.5 * (b - a);
+    std::vector<Big> c = ChebyshevFit([&](const Big& d) { return tanh_big(Big(anchor) + d); },
+                                      -h, h, kDegree);
+    table[0][j] = anchor;
+    table[1][j] = c[0].D();
+    table[2][j] = (c[0] - Big(c[0].D())).D();
+    for (int k = 1; k <= kDegree; ++k) table[2 + k][j] = c[k].D();
+  }
+  table[1][14] = 1.0;
+  // Worst error of the kernel's evaluation order, per interval, on a grid.
+  printf("// Fit: Chebyshev interpolation of degree %d per interval (odd part of degree %d below\n",
+         kDegree, kDegree);
+  printf("// 0.21875), coefficients rounded to double. Worst error in ulps, by interval:\n//");
+  for (int j = 0; j < 14; ++j) {
+    double worst = 0;
+    for (int s = 0; s < 4000; ++s) {
+      double x = kEnds[j] + (kEnds[j + 1] - kEnds[j]) * (s + 0.5) / 4000;
+      double d = x - table[0][j], p = table[2 + kDegree][j];
+      for (int k = kDegree - 1; k >= 2; --k) p = p * d + table[2 + k][j];
+      double y = table[1][j] + (table[3][j] * d + (table[2][j] + d * (d * p)));
+      worst = fmax(worst, UlpError(y, tanh_big(Big(x)), 53));
+    }
+    printf(" %.3f", worst);
+  }
+  printf("\ninline constexpr int kTanhDegree = %d;\n", kDegree);
+  printf("alignas(16) const double kTanhTable[%d][16] = {\n", rows);
+  for (int r = 0; r < rows; ++r) {
+    printf("    {");
+    for (int j = 0; j < 16; ++j) printf("%s%a", j ? ", " : "", table[r][j]);
+    printf("},\n");
+  }
+  printf("};\n\n");
+}
