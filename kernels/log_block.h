@@ -1,0 +1,100 @@
+// The block reduction of the double logarithms, two lanes per register: m = mantissa of x in
+// [2^-10, 2^-9), c = round(1 / m) by a true division, an integer 512..1024, and
+// log_b(x) = n log_b(2) + (-log_b(c) - 1013 log_b(2)) + log_b(1 + r), r = m c - 1,
+// with n the biased exponent and the middle term read from a 513-row table by the bits of c.
+#ifndef QOR_KERNELS_LOG_BLOCK_H_
+#define QOR_KERNELS_LOG_BLOCK_H_
+
+#include <emmintrin.h>
+
+#include "kernels/log_core.h"
+
+namespace tem {
+
+struct LnBase {
+  static constexpr const double (*kTable)[2] = kLnBlockTable;
+  // ln 2 in two parts of 36 bits (0x3FE62E42FEFA0000, 0x3D7CF79ABC9E0000).
+  static constexpr double kLog2Hi = 0.6931471805582987, kLog2Lo = 1.6465949582866463e-12;
+  static constexpr bool kScaled = false;
+  static constexpr double kScaleHi = 1, kScaleLo = 0, kScale = 1;
+};
+struct Log2Base {
+  static constexpr const double (*kTable)[2] = kLog2BlockTable;
+  static constexpr double kLog2Hi = 1, kLog2Lo = 0;
+  // log2(e) = 1.44140625 (9 bits) + the rest.
+  static constexpr bool kScaled = true;
+  static constexpr double kScaleHi = 1.44140625, kScaleLo = 0x1.51d94ae0bf85ep-10,
+                          kScale = 1.4426950408889634;
+};
+struct Log10Base {
+  static constexpr const double (*kTable)[2] = kLog10BlockTable;
+  // log10(2) in two parts of 36 bits (0x3FD34413509F0000, 0x3D7E7FBCC47C0000).
+  static constexpr double kLog2Hi = 0.30102999566224753, kLog2Lo = 1.7336659603714182e-12;
+  // log10(e) = 0.43359375 (7 bits) + the rest.
+  static constexpr bool kScaled = true;
+  static constexpr double kScaleHi = 0.43359375, kScaleLo = 0x1.6f62a4dca1c65p-11,
+                          kScale = 0.4342944819032518;
+};
+
+inline __m128d BitsPd(uint64_t bits) {
+  return _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(bits)));
+}
+
+// Biased exponents of both lanes as doubles (the sign bit is not masked: negative lanes are
+// flagged anyway).
+inline __m128d BiasedExponent(__m128d x) {
+  const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 1, 3, 1));
+  return _mm_cvtepi32_pd(_mm_srli_epi32(high, 20));
+}
+
+// log_b(x) for positive normal lanes, whose biased exponent is n.
+template <class B>
+inline __m128d LogBlock(__m128d x, __m128d n) {
+  const __m128d one = _mm_set1_pd(1.0);
+  // m in [2^-10, 2^-9): the mantissa with the exponent of 0.0009765625.
+  const __m128d m = _mm_or_pd(_mm_and_pd(x, BitsPd(0x000FFFFFFFFFFFFFull)),
+                              BitsPd(0x3F50000000000000ull));
+  // c = round(1 / m) by adding and subtracting 1.5 * 2^52.
+  const __m128d round = _mm_set1_pd(6755399441055744.0);
+  const __m128d c = _mm_sub_pd(_mm_add_pd(_mm_div_pd(one, m), round), round);
+  // mh keeps 26 mantissa bits, so that mh * c (c < 2^11) is exact and so is mh * c - 1.
+  const __m128d mh = _mm_and_pd(m, BitsPd(0x3F5FFFFFFC000000ull));
+  // r = rh + rl, rh = mh * c - 1 exact (37 bits), rl = (m - mh) * c.
+  const __m128d rh = _mm_sub_pd(_mm_mul_pd(mh, c), one);
+  const __m128d rl = _mm_mul_pd(_mm_sub_pd(m, mh), c);
+  const __m128d r = _mm_add_pd(rh, rl);
+  // Row byte offsets: the image of c shifted right by 39, less that of 512.
+  const __m128i offset =
+      _mm_sub_epi32(_mm_srli_epi64(_mm_castpd_si128(c), 39), _mm_set1_epi32(0x810000));
+  const char* table = reinterpret_cast<const char*>(B::kTable);
+  const __m128d row0 = _mm_load_pd(reinterpret_cast<const double*>(table + _mm_cvtsi128_si32(offset)));
+  const __m128d row1 = _mm_load_pd(reinterpret_cast<const double*>(
+      table + _mm_cvtsi128_si32(_mm_unpackhi_epi64(offset, offset))));
+  const __m128d hi = _mm_unpacklo_pd(row0, row1);
+  const __m128d lo = _mm_unpackhi_pd(row0, row1);
+  // s = n log_b(2) + hi is exact: both are multiples of 2^-40 below 2^11.
+  const __m128d s = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Hi)), hi);
+  // t = rh log_b(e) exact (rh has 37 bits, the short part 9), the rest of r log_b(e) apart.
+  __m128d t = rh, rest = rl;
+  if constexpr (B::kScaled) {
+    t = _mm_mul_pd(rh, _mm_set1_pd(B::kScaleHi));
+    rest = _mm_add_pd(_mm_mul_pd(rl, _mm_set1_pd(B::kScaleHi)),
+                      _mm_mul_pd(r, _mm_set1_pd(B::kScaleLo)));
+  }
+  const __m128d w = _mm_add_pd(s, t);
+  const __m128d err = _mm_add_pd(_mm_sub_pd(s, w), t);
+  const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
+  // ln(1 + r) - r on |r| <= 2^-10, in two halves on r^2.
+  const __m128d r2 = _mm_mul_pd(r, r);
+  const __m128d odd = _mm_sub_pd(_mm_mul_pd(_mm_set1_pd(0.2000003665949424), r),
+                                 _mm_set1_pd(0.2500003054940248));
+  const __m128d even = _mm_sub_pd(_mm_mul_pd(_mm_set1_pd(0.33333333333308374), r),
+                                  _mm_set1_pd(0.49999999999988803));
+  __m128d p = _mm_mul_pd(_mm_add_pd(_mm_mul_pd(odd, r2), even), r2);
+  if constexpr (B::kScaled) p = _mm_mul_pd(p, _mm_set1_pd(B::kScale));
+  return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(_mm_add_pd(err, low), rest), p));
+}
+
+}  // namespace tem
+
+#endif  // QOR_KERNELS_LOG_BLOCK_H_
