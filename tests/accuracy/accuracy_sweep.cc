@@ -1,0 +1,214 @@
+// Full accuracy sweep: every float for the s functions of one input, and --count inputs (10^7
+// by default) for the others, through every exported entry, on --threads threads. Prints the
+// largest error per function and entry with the input that gave it; fails when one reaches
+// 1 ulp or a result that must match does not.
+//
+//   accuracy_sweep [--filter=REGEX] [--threads=N] [--count=N] [--float-step=K]
+//
+// REGEX must match a whole function name: --filter=sExp, --filter='d.*', --filter='.(Ln|Exp)'.
+// --float-step=K sweeps every K-th float bit pattern only, for a quicker look.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <regex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/accuracy/function_table.h"
+#include "tests/accuracy/inputs.h"
+#include "tests/accuracy/kernels.h"
+#include "tests/accuracy/measure.h"
+
+namespace accuracy {
+namespace {
+
+struct Options {
+  std::string filter = ".*";
+  int threads = 2;
+  uint64_t count = 10'000'000;
+  uint64_t float_step = 1;
+};
+
+constexpr uint64_t kChunk = 1 << 16;  // inputs per unit of work
+
+// The entries of a row, grouped by the kernel each reaches: one evaluation serves a group.
+struct KernelGroup {
+  Entry entry;  // the first entry that reaches the kernel
+  std::vector<std::string> symbols;
+};
+
+std::vector<KernelGroup> GroupByKernel(const std::vector<Entry>& entries) {
+  std::vector<KernelGroup> groups;
+  for (const Entry& e : entries) {
+    auto same = [&](const KernelGroup& g) {
+      return g.entry.kernel == e.kernel && g.entry.strided == e.strided;
+    };
+    auto it = std::find_if(groups.begin(), groups.end(), same);
+    if (it == groups.end()) {
+      groups.push_back({e, {e.symbol}});
+    } else {
+      it->symbols.push_back(e.symbol);
+    }
+  }
+  return groups;
+}
+
+// Chunk `chunk` of the inputs: for an all-floats sweep the bit patterns in order; otherwise the
+// special values first, then the three random draws in turn.
+template <class T>
+Inputs<T> ChunkInputs(const FunctionRow& row, bool all_floats, uint64_t chunk, uint64_t step) {
+  if (all_floats) {
+    Inputs<T> inputs;
+    inputs.a.resize(kChunk);
+    for (uint64_t i = 0; i < kChunk; ++i) {
+      const uint32_t bits = static_cast<uint32_t>((chunk * kChunk + i) * step);
+      std::memcpy(&inputs.a[i], &bits, sizeof bits);
+    }
+    return inputs;
+  }
+  if (chunk == 0) return SpecialInputs<T>(row);
+  const Draw draws[] = {Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange};
+  return RandomInputs<T>(row, draws[chunk % 3], kChunk, 0x5EED0000u + chunk);
+}
+
+// The expectations of an all-floats chunk. The double libm function is accurate to a few
+// double ulps, 2^-27 float ulps and less, so it stands for the exact value; MPFR decides only
+// where that value lies so close to a float or to a midpoint between floats that rounding or
+// exactness depends on the last bits, which happens for about one input in 2^19.
+std::vector<Expected<float>> ExpectationsFromLibm(const FunctionRow& row,
+                                                  const Inputs<float>& inputs, mpfr_ptr x,
+                                                  mpfr_ptr y) {
+  std::vector<Expected<float>> expected(inputs.size());
+  for (size_t i = 0; i < inputs.size(); ++i) {
+    const double reference = row.libm(inputs.a[i]);
+    expected[i] = NeedsExactReference(reference, row.libm_exact)
+                      ? ExactExpectation(row, inputs.a[i], x, y)
+                      : FromDouble(reference, row.libm_exact);
+  }
+  return expected;
+}
+
+template <class T>
+std::vector<ErrorStats<T>> Sweep(const FunctionRow& row, const std::vector<KernelGroup>& groups,
+                                 const Options& options, uint64_t* inputs_per_kernel) {
+  const bool all_floats = sizeof(T) == 4 && row.arity() == 1 && row.libm != nullptr;
+  const uint64_t chunks = all_floats ? (uint64_t(1) << 32) / kChunk / options.float_step
+                                     : 1 + (options.count + kChunk - 1) / kChunk;
+  std::vector<ErrorStats<T>> total(groups.size());
+  std::mutex merge;
+  auto work = [&](int thread) {
+    ScopedMode mode(DefaultMode());
+    mpfr_t x, y;
+    mpfr_init2(x, std::numeric_limits<T>::digits);
+    mpfr_init2(y, kReferencePrecision);
+    std::vector<ErrorStats<T>> stats(groups.size());
+    std::vector<T> results;
+    for (uint64_t chunk = thread; chunk < chunks; chunk += options.threads) {
+      const Inputs<T> inputs = ChunkInputs<T>(row, all_floats, chunk, options.float_step);
+      std::vector<Expected<T>> expected;
+      if constexpr (sizeof(T) == 4) {
+        if (all_floats) expected = ExpectationsFromLibm(row, inputs, x, y);
+      }
+      if (!all_floats) expected = ExactExpectations(row, inputs);
+      for (size_t g = 0; g < groups.size(); ++g) {
+        Evaluate(groups[g].entry, inputs, &results);
+        Measure(inputs, results, expected, &stats[g]);
+      }
+    }
+    mpfr_clears(x, y, static_cast<mpfr_ptr>(nullptr));
+    mpfr_free_cache();
+    std::lock_guard<std::mutex> lock(merge);
+    for (size_t g = 0; g < groups.size(); ++g) total[g].Merge(stats[g]);
+  };
+  std::vector<std::thread> threads;
+  for (int t = 0; t < options.threads; ++t) threads.emplace_back(work, t);
+  for (std::thread& t : threads) t.join();
+  *inputs_per_kernel = total.empty() ? 0 : total[0].count;
+  return total;
+}
+
+// Sweeps one row and prints its lines; false when an entry fails.
+template <class T>
+bool SweepRow(const FunctionRow& row, const std::vector<Entry>& entries, const Options& options) {
+  const auto start = std::chrono::steady_clock::now();
+  const std::vector<KernelGroup> groups = GroupByKernel(entries);
+  uint64_t inputs = 0;
+  const std::vector<ErrorStats<T>> stats = Sweep<T>(row, groups, options, &inputs);
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  bool passed = true;
+  for (const Entry& e : entries) {
+    size_t g = 0;
+    while (std::find(groups[g].symbols.begin(), groups[g].symbols.end(), e.symbol) ==
+           groups[g].symbols.end()) {
+      ++g;
+    }
+    const bool first = groups[g].symbols.front() == e.symbol;
+    std::printf("%-8s %-16s %4d %12llu  %s  %s\n", row.name.c_str(), e.symbol.c_str(), e.slot,
+                static_cast<unsigned long long>(inputs), stats[g].Passed() ? "ok  " : "FAIL",
+                first ? stats[g].Describe(row.arity() == 2).c_str()
+                      : ("same kernel as " + groups[g].symbols.front()).c_str());
+    passed = passed && stats[g].Passed();
+  }
+  std::printf("%-8s %.1f s\n", row.name.c_str(), seconds);
+  std::fflush(stdout);
+  return passed;
+}
+
+bool ParseOptions(int argc, char** argv, Options* options) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    auto value = [&](const char* key) -> const char* {
+      const size_t length = std::strlen(key);
+      return arg.compare(0, length, key) == 0 ? argv[i] + length : nullptr;
+    };
+    if (const char* v = value("--filter=")) {
+      options->filter = v;
+    } else if (const char* v = value("--threads=")) {
+      options->threads = std::max(1, std::atoi(v));
+    } else if (const char* v = value("--count=")) {
+      options->count = std::strtoull(v, nullptr, 10);
+    } else if (const char* v = value("--float-step=")) {
+      options->float_step = std::max<uint64_t>(1, std::strtoull(v, nullptr, 10));
+    } else {
+      std::fprintf(stderr, "usage: %s [--filter=REGEX] [--threads=N] [--count=N] "
+                 "[--float-step=K]\n", argv[0]);
+      return false;
+    }
+  }
+  return true;
+}
+
+int Main(int argc, char** argv) {
+  Options options;
+  if (!ParseOptions(argc, argv, &options)) return 2;
+  const std::regex filter(options.filter);
+  std::printf("%-8s %-16s %4s %12s  %s\n", "function", "entry", "slot", "inputs",
+              "max error, at the worst input");
+  bool passed = true;
+  int swept = 0;
+  for (const FunctionRow& row : Functions()) {
+    if (!std::regex_match(row.name, filter)) continue;
+    const std::vector<Entry> entries = ExportedEntries(row);
+    if (entries.empty()) {
+      std::printf("%-8s no kernel in this build\n", row.name.c_str());
+      continue;
+    }
+    ++swept;
+    passed = (row.type() == 's' ? SweepRow<float>(row, entries, options)
+                                : SweepRow<double>(row, entries, options)) &&
+             passed;
+  }
+  if (swept == 0) std::printf("no function with a kernel matches '%s'\n", options.filter.c_str());
+  std::printf("%s\n", passed ? "all below 1 ulp" : "FAILED");
+  return passed ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace accuracy
+
+int main(int argc, char** argv) { return accuracy::Main(argc, argv); }

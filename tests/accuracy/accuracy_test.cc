@@ -1,0 +1,129 @@
+// Fast accuracy sample of every function of the table whose kernel libqor.so exports: each
+// exported name against MPFR, below 1 ulp, over special and boundary values, bit patterns of
+// the whole format, and the typical range; the strided members on a sample.
+#include <ostream>
+
+#include "gtest/gtest.h"
+#include "tests/accuracy/function_table.h"
+#include "tests/accuracy/inputs.h"
+#include "tests/accuracy/kernels.h"
+#include "tests/accuracy/measure.h"
+
+namespace accuracy {
+
+void PrintTo(const FunctionRow& row, std::ostream* out) { *out << row.name; }
+
+namespace {
+
+constexpr size_t kSampleSize = 8192;
+constexpr size_t kStridedSampleSize = 2048;
+
+// A fixed seed per function (FNV-1a of its name), so that the s and d twins differ.
+uint64_t SeedOf(const std::string& name) {
+  uint64_t hash = 0xCBF29CE484222325u;
+  for (char c : name) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
+  return hash;
+}
+
+class AccuracyTest : public testing::TestWithParam<FunctionRow> {
+ protected:
+  void SetUp() override {
+    entries_ = ExportedEntries(GetParam());
+    if (entries_.empty()) GTEST_SKIP() << GetParam().name << " has no kernel in this build";
+  }
+
+  // Every entry of the chosen layout below 1 ulp on `inputs`.
+  template <class T>
+  void ExpectBelowOneUlp(const Inputs<T>& inputs, bool strided, const char* what) {
+    const FunctionRow& row = GetParam();
+    const std::vector<Expected<T>> expected = ExactExpectations(row, inputs);
+    std::vector<T> results;
+    for (const Entry& entry : entries_) {
+      if (entry.strided != strided) continue;
+      ErrorStats<T> stats;
+      Evaluate(entry, inputs, &results);
+      Measure(inputs, results, expected, &stats);
+      EXPECT_TRUE(stats.Passed()) << entry.symbol << ", " << what << ": "
+                                  << stats.Describe(row.arity() == 2);
+    }
+  }
+
+  template <class T>
+  void Special() {
+    const Inputs<T> inputs = SpecialInputs<T>(GetParam());
+    {
+      ScopedMode mode(DefaultMode());
+      ExpectBelowOneUlp(inputs, false, "special values");
+      ExpectBelowOneUlp(inputs, true, "special values");
+    }
+    // Without error handling flagged lanes may be settled apart: the results must not change.
+    ScopedMode mode(NoErrorMode());
+    ExpectBelowOneUlp(inputs, false, "special values, no-error mode");
+    ExpectBelowOneUlp(inputs, true, "special values, no-error mode");
+  }
+
+  template <class T>
+  void Draws(std::initializer_list<Draw> draws, size_t count, bool strided) {
+    ScopedMode mode(DefaultMode());
+    const FunctionRow& row = GetParam();
+    for (Draw draw : draws) {
+      const Inputs<T> inputs = RandomInputs<T>(row, draw, count, SeedOf(row.name) + int(draw));
+      ExpectBelowOneUlp(inputs, strided, draw == Draw::kBitPatterns ? "bit patterns"
+                                         : draw == Draw::kTypicalRange
+                                             ? "uniform in the typical range"
+                                             : "bit patterns in the typical range");
+    }
+  }
+
+  std::vector<Entry> entries_;
+};
+
+TEST_P(AccuracyTest, SpecialAndBoundaryValues) {
+  if (GetParam().type() == 's') {
+    Special<float>();
+  } else {
+    Special<double>();
+  }
+}
+
+TEST_P(AccuracyTest, WholeFormatByBitPattern) {
+  if (GetParam().type() == 's') {
+    Draws<float>({Draw::kBitPatterns}, kSampleSize, false);
+  } else {
+    Draws<double>({Draw::kBitPatterns}, kSampleSize, false);
+  }
+}
+
+TEST_P(AccuracyTest, TypicalRange) {
+  const auto draws = {Draw::kTypicalRange, Draw::kBitPatternsInRange};
+  if (GetParam().type() == 's') {
+    Draws<float>(draws, kSampleSize, false);
+  } else {
+    Draws<double>(draws, kSampleSize, false);
+  }
+}
+
+TEST_P(AccuracyTest, StridedMembers) {
+  const auto draws = {Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange};
+  if (GetParam().type() == 's') {
+    Draws<float>(draws, kStridedSampleSize, true);
+  } else {
+    Draws<double>(draws, kStridedSampleSize, true);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Functions, AccuracyTest, testing::ValuesIn(Functions()),
+                         [](const testing::TestParamInfo<FunctionRow>& info) {
+                           return info.param.name;
+                         });
+
+// MPFR keeps constant caches per thread; free them so that leak checkers see none.
+class MpfrCaches : public testing::Environment {
+ public:
+  void TearDown() override { mpfr_free_cache(); }
+};
+const testing::Environment* const kMpfrCaches =
+    testing::AddGlobalTestEnvironment(new MpfrCaches);
+
+}  // namespace
+}  // namespace accuracy

@@ -1,0 +1,57 @@
+// The vector functions under accuracy test, one row each: the exact reference in MPFR, a
+// double-precision libm reference for sweeping all floats, the typical range, and the
+// function's own thresholds. Special-value statuses are tested with the kernels, not here.
+#ifndef QOR_TESTS_ACCURACY_FUNCTION_TABLE_H_
+#define QOR_TESTS_ACCURACY_FUNCTION_TABLE_H_
+
+#include <mpfr.h>
+
+#include <string>
+#include <vector>
+
+namespace accuracy {
+
+using MpfrUnary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+using MpfrBinary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
+using LibmUnary = double (*)(double);
+
+struct Range {
+  double lo, hi;
+};
+
+struct FunctionRow {
+  // One input: `libm` is the double function whose error is far below a float ulp, used by the
+  // all-floats sweep of `s` rows (nullptr: MPFR only). `libm_exact` says it is exact.
+  FunctionRow(std::string name, MpfrUnary exact, LibmUnary libm, Range typical,
+              std::vector<double> boundaries = {}, bool libm_exact = false)
+      : name(std::move(name)), unary(exact), libm(libm), libm_exact(libm_exact),
+        typical(typical), boundaries(std::move(boundaries)) {}
+  // Two inputs, each drawn from the same sets.
+  FunctionRow(std::string name, MpfrBinary exact, Range typical,
+              std::vector<double> boundaries = {})
+      : name(std::move(name)), binary(exact), typical(typical),
+        boundaries(std::move(boundaries)) {}
+
+  char type() const { return name[0]; }
+  int arity() const { return binary != nullptr ? 2 : 1; }
+
+  std::string name;  // "dExp": the kernels are _temdExp, _temdExp_HA, ... and _temdExpI, ...
+  MpfrUnary unary = nullptr;
+  MpfrBinary binary = nullptr;
+  LibmUnary libm = nullptr;
+  bool libm_exact = false;
+  Range typical;
+  // Overflow and underflow bounds, path switches and other points where the formula changes;
+  // each is tested with its neighbours.
+  std::vector<double> boundaries;
+};
+
+// Every row, present kernel or not.
+const std::vector<FunctionRow>& Functions();
+
+// The row called `name`, or nullptr.
+const FunctionRow* FindFunction(const std::string& name);
+
+}  // namespace accuracy
+
+#endif  // QOR_TESTS_ACCURACY_FUNCTION_TABLE_H_

@@ -1,0 +1,98 @@
+#include "tests/accuracy/kernels.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "qor/tem.h"
+
+namespace accuracy {
+
+std::vector<Entry> ExportedEntries(const FunctionRow& row) {
+  const bool single = row.type() == 's' || row.type() == 'c';
+  const struct {
+    const char* suffix;
+    int slot;
+  } names[] = {{"", 1}, {"_HA", 1}, {single ? "_21" : "_50", 0}, {single ? "_11" : "_26", 2}};
+  std::vector<Entry> entries;
+  for (bool strided : {false, true}) {
+    const std::string function = row.name + (strided ? "I" : "");
+    const auto* table = static_cast<void* const*>(
+        dlsym(RTLD_DEFAULT, ("qor_tem_kernel_" + function + "_ttab").c_str()));
+    if (table == nullptr) continue;
+    for (const auto& name : names) {
+      const std::string symbol = "_tem" + function + name.suffix;
+      void* address = dlsym(RTLD_DEFAULT, symbol.c_str());
+      if (address != nullptr) entries.push_back({symbol, name.slot, strided, address, table[name.slot]});
+    }
+  }
+  return entries;
+}
+
+namespace {
+
+template <class T>
+using Unary = void (*)(int, const T*, T*);
+template <class T>
+using Binary = void (*)(int, const T*, const T*, T*);
+template <class T>
+using UnaryStrided = void (*)(int, const T*, int, T*, int);
+template <class T>
+using BinaryStrided = void (*)(int, const T*, int, const T*, int, T*, int);
+
+// Spreads `n` values `stride` apart, NaN in between.
+template <class T>
+std::vector<T> Scatter(const T* values, int n, int stride) {
+  std::vector<T> spread(static_cast<size_t>(n) * stride, std::numeric_limits<T>::quiet_NaN());
+  for (int i = 0; i < n; ++i) spread[static_cast<size_t>(i) * stride] = values[i];
+  return spread;
+}
+
+template <class T>
+void CallStrided(const Entry& entry, int n, const T* a, const T* b, T* r) {
+  const std::vector<T> spread_a = Scatter(a, n, kStrideA);
+  std::vector<T> spread_r(static_cast<size_t>(n) * kStrideR);
+  if (b == nullptr) {
+    reinterpret_cast<UnaryStrided<T>>(entry.address)(n, spread_a.data(), kStrideA,
+                                                     spread_r.data(), kStrideR);
+  } else {
+    const std::vector<T> spread_b = Scatter(b, n, kStrideB);
+    reinterpret_cast<BinaryStrided<T>>(entry.address)(n, spread_a.data(), kStrideA,
+                                                      spread_b.data(), kStrideB,
+                                                      spread_r.data(), kStrideR);
+  }
+  for (int i = 0; i < n; ++i) r[i] = spread_r[static_cast<size_t>(i) * kStrideR];
+}
+
+}  // namespace
+
+template <class T>
+void Evaluate(const Entry& entry, const Inputs<T>& inputs, std::vector<T>* results) {
+  results->resize(inputs.size());
+  const bool binary = !inputs.b.empty();
+  for (size_t begin = 0; begin < inputs.size(); begin += kCallLength) {
+    const int n = static_cast<int>(std::min<size_t>(kCallLength, inputs.size() - begin));
+    const T* a = inputs.a.data() + begin;
+    const T* b = binary ? inputs.b.data() + begin : nullptr;
+    T* r = results->data() + begin;
+    if (entry.strided) {
+      CallStrided(entry, n, a, b, r);
+    } else if (binary) {
+      reinterpret_cast<Binary<T>>(entry.address)(n, a, b, r);
+    } else {
+      reinterpret_cast<Unary<T>>(entry.address)(n, a, r);
+    }
+  }
+}
+
+template void Evaluate<float>(const Entry&, const Inputs<float>&, std::vector<float>*);
+template void Evaluate<double>(const Entry&, const Inputs<double>&, std::vector<double>*);
+
+ScopedMode::ScopedMode(unsigned mode) : saved_(_temSetMode(mode)) {}
+ScopedMode::~ScopedMode() { _temSetMode(saved_); }
+
+unsigned DefaultMode() { return TEM_HA | TEM_ERRMODE_DEFAULT | TEM_FTZDAZ_OFF; }
+unsigned NoErrorMode() { return TEM_HA | TEM_ERRMODE_NOERR | TEM_FTZDAZ_OFF; }
+
+}  // namespace accuracy
