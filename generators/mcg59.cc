@@ -1,0 +1,128 @@
+// MCG59: x' = a * x mod 2^59, a = 13^13. The main loop writes blocks of sixteen from the
+// powers a^1..a^8 and a^16, whose products are independent and so overlap; products wrap in
+// 64 bits, which leaves the low 59 bits exact.
+#include "streams/modular_power.h"
+#include "streams/registry.h"
+
+namespace rof {
+namespace {
+
+constexpr uint64_t kMultiplier = 302875106592253ull;  // 13^13
+constexpr double kScale = 0x1p-59;
+
+struct State {
+  rofStreamHeader header;
+  uint64_t x;  // the next output, below 2^59
+  uint64_t a;  // the multiplier in force; leapfrog changes it
+};
+static_assert(sizeof(State) == 32, "MCG59 record size");
+
+struct IntegerOutput {
+  uint64_t* r;
+  void operator()(int i, uint64_t x) const { r[i] = x; }
+};
+
+// x converted as a signed 64-bit integer, then k * x + a as two rounded operations.
+struct DoubleOutput {
+  double* r;
+  double k, a;
+  void operator()(int i, uint64_t x) const {
+    r[i] = k * static_cast<double>(static_cast<int64_t>(x)) + a;
+  }
+};
+
+// All in float: x converted straight to float, k rounded from its double value.
+struct SingleOutput {
+  float* r;
+  float k, a;
+  void operator()(int i, uint64_t x) const {
+    r[i] = static_cast<float>(static_cast<int64_t>(x)) * k + a;
+  }
+};
+
+// A count below 1 writes nothing and leaves the state.
+template <class Output>
+void Generate(State* state, int n, const Output& out) {
+  if (n < 1) return;
+  const uint64_t a = state->a;
+  uint64_t x = state->x;
+  uint64_t power[9];  // a^0 .. a^8, wrapping in 64 bits
+  power[0] = 1;
+  for (int j = 1; j <= 8; ++j) power[j] = power[j - 1] * a;
+  const uint64_t a8 = power[8], a16 = a8 * a8;
+  int i = 0;
+  for (const int end = n & ~15; i < end; i += 16) {
+    uint64_t y[8];
+    for (int j = 0; j < 8; ++j) y[j] = (power[j] * x) & kMask59;
+    for (int j = 0; j < 8; ++j) out(i + j, y[j]);
+    for (int j = 0; j < 8; ++j) out(i + 8 + j, (a8 * y[j]) & kMask59);
+    x = (a16 * x) & kMask59;
+  }
+  if (n - i >= 8) {
+    for (int j = 0; j < 8; ++j) out(i + j, (power[j] * x) & kMask59);
+    x = (a8 * x) & kMask59;
+    i += 8;
+  }
+  for (; i < n; ++i) {
+    out(i, x);
+    x = (a * x) & kMask59;
+  }
+  state->x = x;
+}
+
+}  // namespace
+}  // namespace rof
+
+using namespace rof;
+
+extern "C" {
+
+QOR_API int __rofBRngMCG59InitStream(int method, void* stream, int n, const void* params) {
+  State* state = static_cast<State*>(stream);
+  switch (method) {
+    case rofInitStandard: {
+      // One word is zero-extended; two or more give a little-endian 64-bit seed cut to 59 bits.
+      const uint32_t* seed = static_cast<const uint32_t*>(params);
+      uint64_t x = 1;
+      if (n == 1) x = seed[0];
+      if (n >= 2) x = (seed[0] | static_cast<uint64_t>(seed[1]) << 32) & kMask59;
+      state->x = x == 0 ? 1 : x;
+      state->a = kMultiplier;
+      return ROF_STATUS_OK;
+    }
+    case rofInitLeapfrog: {
+      const int64_t k = *static_cast<const int32_t*>(params);
+      const uint64_t a = state->a;
+      state->x = (state->x * __rofiPowMod2P59(a, static_cast<uint64_t>(k))) & kMask59;
+      state->a = __rofiPowMod2P59(a, static_cast<uint64_t>(static_cast<int64_t>(n)));
+      return ROF_STATUS_OK;
+    }
+    case rofInitSkipAhead: {
+      const uint64_t nskip = *static_cast<const uint64_t*>(params);
+      state->x = (state->x * __rofiPowMod2P59(state->a, nskip)) & kMask59;
+      return ROF_STATUS_OK;
+    }
+    case rofInitSkipAheadEx:
+      return ROF_STATUS_NO_SKIPAHEAD_EX;
+    default:
+      return ROF_STATUS_BAD_METHOD;
+  }
+}
+
+QOR_API int __rofiBRngMCG59(void* stream, int n, void* r) {
+  Generate(static_cast<State*>(stream), n, IntegerOutput{static_cast<uint64_t*>(r)});
+  return ROF_STATUS_OK;
+}
+
+QOR_API int __rofdBRngMCG59(void* stream, int n, double r[], double a, double b) {
+  Generate(static_cast<State*>(stream), n, DoubleOutput{r, (b - a) * kScale, a});
+  return ROF_STATUS_OK;
+}
+
+QOR_API int __rofsBRngMCG59(void* stream, int n, float r[], float a, float b) {
+  const float k = static_cast<float>((static_cast<double>(b) - static_cast<double>(a)) * kScale);
+  Generate(static_cast<State*>(stream), n, SingleOutput{r, k, a});
+  return ROF_STATUS_OK;
+}
+
+}  // extern "C"
