@@ -1,5 +1,5 @@
 // MCG31M1: x' = a * x mod (2^31 - 1), a = 1132489760. The main loop runs eight lanes, each
-// stepping by a^8, in SSE2 two-lane 64-bit products with the same reduction as the scalar
+// stepping by a^8, in SSE2 64-bit products with the same reduction as the scalar
 // recurrence; the output equals the one-at-a-time sequence.
 #include <emmintrin.h>
 
@@ -21,41 +21,39 @@ struct State {
 };
 static_assert(sizeof(State) == 24, "MCG31M1 record size");
 
-// Eight consecutive elements: v[j] holds elements 2j and 2j + 1 in its 64-bit halves.
+// Eight consecutive elements as 32-bit integers, four in each register.
 struct Lanes {
-  __m128i v[4];
+  __m128i v[2];
 };
 
-// x * a mod (2^31 - 1) in both 64-bit lanes (values below 2^31 in the low dwords).
+// x * a mod (2^31 - 1) in four lanes, `a` in every dword. The products of the even and the odd
+// lanes are formed in the two 64-bit halves and folded as (p & m) + (p >> 31), which is below
+// 2^32; then r >= m takes one m off, compared unsigned through a sign flip.
 inline __m128i MulMod(__m128i x, __m128i a) {
-  const __m128i modulus = _mm_set1_epi64x(kModulus);
-  const __m128i p = _mm_mul_epu32(x, a);
-  const __m128i r = _mm_add_epi64(_mm_and_si128(p, modulus), _mm_srli_epi64(p, 31));
-  // r < 2^32 lies in the low dword; r >= m is compared unsigned through a sign flip.
+  const __m128i modulus64 = _mm_set1_epi64x(kModulus);
+  const __m128i even = _mm_mul_epu32(x, a);
+  const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(x, 32), a);
+  const __m128i r_even = _mm_add_epi64(_mm_and_si128(even, modulus64), _mm_srli_epi64(even, 31));
+  const __m128i r_odd = _mm_add_epi64(_mm_and_si128(odd, modulus64), _mm_srli_epi64(odd, 31));
+  const __m128i r = _mm_or_si128(r_even, _mm_slli_epi64(r_odd, 32));
   const __m128i bias = _mm_set1_epi32(static_cast<int>(0x80000000u));
   const __m128i limit = _mm_set1_epi32(static_cast<int>((kModulus - 1) ^ 0x80000000u));
   const __m128i at_least_m = _mm_cmpgt_epi32(_mm_xor_si128(r, bias), limit);
-  return _mm_sub_epi32(r, _mm_and_si128(at_least_m, modulus));
+  return _mm_sub_epi32(r, _mm_and_si128(at_least_m, _mm_set1_epi32(kModulus)));
 }
 
-// Low dwords of the two lanes of `lo` and of `hi`: four elements as 32-bit integers.
-inline __m128i Pack(__m128i lo, __m128i hi) {
-  return _mm_unpacklo_epi64(_mm_shuffle_epi32(lo, _MM_SHUFFLE(3, 1, 2, 0)),
-                            _mm_shuffle_epi32(hi, _MM_SHUFFLE(3, 1, 2, 0)));
-}
-
-// k * x + a for the two elements of a lane pair, as two rounded operations.
-inline __m128d Map(__m128i lanes, __m128d k, __m128d a) {
-  const __m128d x = _mm_cvtepi32_pd(_mm_shuffle_epi32(lanes, _MM_SHUFFLE(3, 1, 2, 0)));
-  return _mm_add_pd(_mm_mul_pd(k, x), a);
+// k * x + a for the four elements of a register, as two rounded operations each.
+inline void Map(__m128i x, __m128d k, __m128d a, __m128d* lo, __m128d* hi) {
+  *lo = _mm_add_pd(_mm_mul_pd(k, _mm_cvtepi32_pd(x)), a);
+  *hi = _mm_add_pd(_mm_mul_pd(k, _mm_cvtepi32_pd(_mm_unpackhi_epi64(x, x))), a);
 }
 
 struct IntegerOutput {
   uint32_t* r;
   void One(int i, uint32_t x) const { r[i] = x; }
   void Eight(int i, const Lanes& l) const {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i), Pack(l.v[0], l.v[1]));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i + 4), Pack(l.v[2], l.v[3]));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i), l.v[0]);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i + 4), l.v[1]);
   }
 };
 
@@ -65,7 +63,12 @@ struct DoubleOutput {
   void One(int i, uint32_t x) const { r[i] = k * static_cast<double>(x) + a; }
   void Eight(int i, const Lanes& l) const {
     const __m128d kk = _mm_set1_pd(k), aa = _mm_set1_pd(a);
-    for (int j = 0; j < 4; ++j) _mm_storeu_pd(r + i + 2 * j, Map(l.v[j], kk, aa));
+    for (int j = 0; j < 2; ++j) {
+      __m128d lo, hi;
+      Map(l.v[j], kk, aa, &lo, &hi);
+      _mm_storeu_pd(r + i + 4 * j, lo);
+      _mm_storeu_pd(r + i + 4 * j + 2, hi);
+    }
   }
 };
 
@@ -77,9 +80,9 @@ struct SingleOutput {
   void Eight(int i, const Lanes& l) const {
     const __m128d kk = _mm_set1_pd(k), aa = _mm_set1_pd(a);
     for (int j = 0; j < 2; ++j) {
-      const __m128 lo = _mm_cvtpd_ps(Map(l.v[2 * j], kk, aa));
-      const __m128 hi = _mm_cvtpd_ps(Map(l.v[2 * j + 1], kk, aa));
-      _mm_storeu_ps(r + i + 4 * j, _mm_movelh_ps(lo, hi));
+      __m128d lo, hi;
+      Map(l.v[j], kk, aa, &lo, &hi);
+      _mm_storeu_ps(r + i + 4 * j, _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi)));
     }
   }
 };
@@ -103,14 +106,15 @@ void Generate(State* state, int n, const Output& out) {
   if (blocks_end > 8) {
     uint32_t a8 = a;
     for (int i = 0; i < 3; ++i) a8 = Reduce2P31M1(static_cast<uint64_t>(a8) * a8);
-    const __m128i step = _mm_set1_epi64x(a8);
+    const __m128i step = _mm_set1_epi32(static_cast<int>(a8));
     Lanes lanes;
-    for (int j = 0; j < 4; ++j) lanes.v[j] = _mm_set_epi64x(first[2 * j + 1], first[2 * j]);
+    for (int j = 0; j < 2; ++j)
+      lanes.v[j] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first + 4 * j));
     for (int i = 8; i < blocks_end; i += 8) {
-      for (int j = 0; j < 4; ++j) lanes.v[j] = MulMod(lanes.v[j], step);
+      for (int j = 0; j < 2; ++j) lanes.v[j] = MulMod(lanes.v[j], step);
       out.Eight(i, lanes);
     }
-    const uint32_t last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(lanes.v[3], 8)));
+    const uint32_t last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(lanes.v[1], 12)));
     x = Reduce2P31M1(static_cast<uint64_t>(a) * last);
   }
   for (int i = head > blocks_end ? head : blocks_end; i < count; ++i) {

@@ -1,6 +1,8 @@
 // MCG59: x' = a * x mod 2^59, a = 13^13. The main loop writes blocks of sixteen from the
 // powers a^1..a^8 and a^16, whose products are independent and so overlap; products wrap in
 // 64 bits, which leaves the low 59 bits exact.
+#include <emmintrin.h>
+
 #include "streams/modular_power.h"
 #include "streams/registry.h"
 
@@ -17,17 +19,43 @@ struct State {
 };
 static_assert(sizeof(State) == 32, "MCG59 record size");
 
+// Each output writes one element or a block of eight.
 struct IntegerOutput {
   uint64_t* r;
-  void operator()(int i, uint64_t x) const { r[i] = x; }
+  void One(int i, uint64_t x) const { r[i] = x; }
+  void Eight(int i, const uint64_t y[8]) const {
+#pragma GCC unroll 8
+    for (int j = 0; j < 8; ++j) r[i + j] = y[j];
+  }
 };
+
+// Two values below 2^59 converted to double with one rounding, as the signed 64-bit
+// conversion does: (2^84 + hi * 2^32) - (2^84 + 2^52) is exact, and adding 2^52 + lo rounds
+// once.
+inline __m128d ToDouble(__m128i x) {
+  const __m128i low = _mm_or_si128(_mm_and_si128(x, _mm_set1_epi64x(0xFFFFFFFF)),
+                                   _mm_set1_epi64x(0x4330000000000000));  // 2^52 + lo
+  const __m128i high = _mm_or_si128(_mm_srli_epi64(x, 32),
+                                    _mm_set1_epi64x(0x4530000000000000));  // 2^84 + hi 2^32
+  const __m128d high_part = _mm_sub_pd(_mm_castsi128_pd(high), _mm_set1_pd(0x1.00000001p+84));
+  return _mm_add_pd(high_part, _mm_castsi128_pd(low));
+}
 
 // x converted as a signed 64-bit integer, then k * x + a as two rounded operations.
 struct DoubleOutput {
   double* r;
   double k, a;
-  void operator()(int i, uint64_t x) const {
+  void One(int i, uint64_t x) const {
     r[i] = k * static_cast<double>(static_cast<int64_t>(x)) + a;
+  }
+  void Eight(int i, const uint64_t y[8]) const {
+    const __m128d kk = _mm_set1_pd(k), aa = _mm_set1_pd(a);
+#pragma GCC unroll 4
+    for (int j = 0; j < 8; j += 2) {
+      const __m128d x = ToDouble(_mm_set_epi64x(static_cast<int64_t>(y[j + 1]),
+                                                static_cast<int64_t>(y[j])));
+      _mm_storeu_pd(r + i + j, _mm_add_pd(_mm_mul_pd(kk, x), aa));
+    }
   }
 };
 
@@ -35,8 +63,12 @@ struct DoubleOutput {
 struct SingleOutput {
   float* r;
   float k, a;
-  void operator()(int i, uint64_t x) const {
+  void One(int i, uint64_t x) const {
     r[i] = static_cast<float>(static_cast<int64_t>(x)) * k + a;
+  }
+  void Eight(int i, const uint64_t y[8]) const {
+#pragma GCC unroll 8
+    for (int j = 0; j < 8; ++j) One(i + j, y[j]);
   }
 };
 
@@ -51,20 +83,25 @@ void Generate(State* state, int n, const Output& out) {
   for (int j = 1; j <= 8; ++j) power[j] = power[j - 1] * a;
   const uint64_t a8 = power[8], a16 = a8 * a8;
   int i = 0;
+  uint64_t y[8];
   for (const int end = n & ~15; i < end; i += 16) {
-    uint64_t y[8];
+#pragma GCC unroll 8
     for (int j = 0; j < 8; ++j) y[j] = (power[j] * x) & kMask59;
-    for (int j = 0; j < 8; ++j) out(i + j, y[j]);
-    for (int j = 0; j < 8; ++j) out(i + 8 + j, (a8 * y[j]) & kMask59);
+    out.Eight(i, y);
+#pragma GCC unroll 8
+    for (int j = 0; j < 8; ++j) y[j] = (a8 * y[j]) & kMask59;
+    out.Eight(i + 8, y);
     x = (a16 * x) & kMask59;
   }
   if (n - i >= 8) {
-    for (int j = 0; j < 8; ++j) out(i + j, (power[j] * x) & kMask59);
+#pragma GCC unroll 8
+    for (int j = 0; j < 8; ++j) y[j] = (power[j] * x) & kMask59;
+    out.Eight(i, y);
     x = (a8 * x) & kMask59;
     i += 8;
   }
   for (; i < n; ++i) {
-    out(i, x);
+    out.One(i, x);
     x = (a * x) & kMask59;
   }
   state->x = x;
