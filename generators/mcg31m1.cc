@@ -6,7 +6,9 @@
 #include "streams/modular_power.h"
 #include "streams/registry.h"
 
-namespace rof {
+using rof::kModulus2P31M1;
+using rof::Reduce2P31M1;
+
 namespace {
 
 constexpr uint32_t kMultiplier = 1132489760;
@@ -129,9 +131,6 @@ uint32_t MulModDivide(uint32_t x, uint32_t y) {
 }
 
 }  // namespace
-}  // namespace rof
-
-using namespace rof;
 
 extern "C" {
 

@@ -6,7 +6,8 @@
 #include "streams/modular_power.h"
 #include "streams/registry.h"
 
-namespace rof {
+using rof::kMask59;
+
 namespace {
 
 constexpr uint64_t kMultiplier = 302875106592253ull;  // 13^13
@@ -108,9 +109,6 @@ void Generate(State* state, int n, const Output& out) {
 }
 
 }  // namespace
-}  // namespace rof
-
-using namespace rof;
 
 extern "C" {
 

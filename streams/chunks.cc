@@ -6,7 +6,10 @@
 #include "streams/registry.h"
 #include "streams/shared_data.h"
 
-namespace rof {
+using rof::kSharedEntries;
+using rof::ShareOrAdd;
+using rof::SharedEntryCount;
+
 namespace {
 
 constexpr int kChunkAlignment = 128;
@@ -31,9 +34,6 @@ void ReleaseChunk(rofChunk* chunk) {
 }
 
 }  // namespace
-}  // namespace rof
-
-using namespace rof;
 
 extern "C" {
 

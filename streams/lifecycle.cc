@@ -5,7 +5,11 @@
 #include "qor/core.h"
 #include "streams/registry.h"
 
-namespace rof {
+using rof::kHeaderSize;
+using rof::kRecordAlignment;
+using rof::kRecordSpare;
+using rof::RowOfStream;
+
 namespace {
 
 bool IsAbstractFamily(int brng) {
@@ -26,9 +30,6 @@ int AllocateRecord(void** stream, const rofBrngProperties& row, int brng) {
 }
 
 }  // namespace
-}  // namespace rof
-
-using namespace rof;
 
 extern "C" {
 

@@ -5,7 +5,12 @@
 #include <stddef.h>
 #include <string.h>
 
-namespace rof {
+using rof::kBuiltInRows;
+using rof::kFirstNewId;
+using rof::kLegacyRows;
+using rof::kNewRegistryCapacity;
+using rof::RowOfStream;
+
 namespace {
 
 static_assert(sizeof(rofBrngProperties) == 56, "a registry row is 56 bytes");
@@ -37,9 +42,6 @@ int g_sub_id_counts[kNewRegistryCapacity] = {1, 1, 1, 1, 273, 1, 1, 1, 6024, 1, 
 int g_row_count = kBuiltInRows;
 
 }  // namespace
-}  // namespace rof
-
-using namespace rof;
 
 // 273 copies of the WH row: 3 * 7 * 13.
 #define QOR_TIMES3(...) __VA_ARGS__, __VA_ARGS__, __VA_ARGS__

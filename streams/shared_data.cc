@@ -6,7 +6,8 @@
 
 #include "qor/core.h"
 
-namespace rof {
+using rof::kSharedEntries;
+
 namespace {
 
 rofRODataEntry g_entries[kSharedEntries];
@@ -34,6 +35,8 @@ rofRODataEntry* FindLocked(const uint64_t key[2]) {
 
 }  // namespace
 
+namespace rof {
+
 int SharedEntryCount() { return __atomic_load_n(&g_count, __ATOMIC_RELAXED); }
 
 void* ShareOrAdd(const uint64_t key[2], void* data) {
@@ -50,8 +53,6 @@ void* ShareOrAdd(const uint64_t key[2], void* data) {
 }
 
 }  // namespace rof
-
-using namespace rof;
 
 extern "C" {
 
