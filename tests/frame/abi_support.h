@@ -60,8 +60,29 @@ inline const std::vector<std::string>& NonVectorExports() {
       "qor_tem_kernel_GetTTableIndex",
       "qor_tem_kernel_GetTTableIndexM",
       "dll_cpu_version",
+      // Random streams: registry, lifecycle, chunks and shared data, leapfrog and skip-ahead.
+      "__rofGetBrngBaseOffset", "__rofIsBrngValid", "__rofGetBrngProperties",
+      "__rofGetNumRegBrngs", "__rofRegisterBrng", "__rofGetStreamStateBrng", "__rofGetStreamSize",
+      "__rofNewStreamEx", "__rofAllocateStream", "__rofDeleteStream", "__rofCopyStream",
+      "__rofCopyStreamState",
+      "__rofAddChunk", "__rofSearchChunk", "__rofGetNumChunks", "__rofDeleteChunks",
+      "__rofDeleteChunksById", "__rofCopyChunks",
+      "__rofFindGlobRODataTableEntry", "__rofCreateGlobRODataTableEntry",
+      "__rofRegisterGlobRODataReference", "__rofUnregisterGlobRODataReference",
+      "__rofGenerateNewGlobalRODataTableEntryId",
+      "__rofLeapfrogStream", "__rofSkipAheadStream", "__rofSkipAheadStreamEx",
+      "__rofiPowMod", "__rofiPowMod2P31M1", "__rofiPowMod2P59",
+      // Basic generators.
+      "__rofBRngMCG31M1InitStream", "__rofsBRngMCG31M1", "__rofdBRngMCG31M1", "__rofiBRngMCG31M1",
+      "__rofBRngMCG59InitStream", "__rofsBRngMCG59", "__rofdBRngMCG59", "__rofiBRngMCG59",
   };
   // clang-format on
+  return names;
+}
+
+// Exported data objects outside the vector function list (the generator registries).
+inline const std::vector<std::string>& NonVectorDataExports() {
+  static const std::vector<std::string> names = {"__RegBrngsNew", "__RegBrngs"};
   return names;
 }
 

@@ -40,6 +40,7 @@ std::string Exports::error_;
 std::set<std::string> ExpectedExports() {
   std::set<std::string> expected(qor_abi::NonVectorExports().begin(),
                                  qor_abi::NonVectorExports().end());
+  expected.insert(qor_abi::NonVectorDataExports().begin(), qor_abi::NonVectorDataExports().end());
   for (const qor_abi::Row& row : qor_abi::PresentRows())
     for (const std::string& name : qor_abi::NamesOf(row).All()) expected.insert(name);
   return expected;
@@ -123,6 +124,12 @@ TEST_F(Exports, NonVectorNamesAreFunctions) {
     const DynamicSymbol* symbol = Find(name);
     ASSERT_NE(symbol, nullptr) << name;
     EXPECT_EQ(symbol->type, "FUNC") << name;
+    EXPECT_EQ(symbol->binding, "GLOBAL") << name;
+  }
+  for (const std::string& name : qor_abi::NonVectorDataExports()) {
+    const DynamicSymbol* symbol = Find(name);
+    ASSERT_NE(symbol, nullptr) << name;
+    EXPECT_EQ(symbol->type, "OBJECT") << name;
     EXPECT_EQ(symbol->binding, "GLOBAL") << name;
   }
 }

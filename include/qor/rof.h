@@ -1,0 +1,181 @@
+/* Random streams: the stream record, the generator registries, chunks and shared read-only
+   data, leapfrog and skip-ahead, and the basic generators. Every call returns a status of the
+   ROF_STATUS_ list unless noted; handles and arguments are trusted. */
+#ifndef QOR_ROF_H_
+#define QOR_ROF_H_
+
+#include <stdint.h>
+
+#include "qor/export.h"
+
+QOR_EXTERN_C_BEGIN
+
+/* Status codes of the random streams, the basic and the distribution generators. */
+enum {
+  ROF_STATUS_OK = 0,
+  ROF_STATUS_BAD_METHOD = -2,
+  ROF_STATUS_BAD_ARGS = -3,
+  ROF_STATUS_NO_MEMORY = -4,
+  ROF_STATUS_NULL_POINTER = -5,
+  ROF_STATUS_BAD_BRNG = -1000,
+  ROF_STATUS_NO_LEAPFROG = -1002,
+  ROF_STATUS_NO_SKIPAHEAD = -1003,
+  ROF_STATUS_NO_SKIPAHEAD_EX = -1004,
+  ROF_STATUS_BAD_STATE_SIZE = -1008,
+  ROF_STATUS_BAD_WORD_SIZE = -1009,
+  ROF_STATUS_BAD_SEED_COUNT = -1010,
+  ROF_STATUS_BAD_BIT_COUNT = -1011,
+  ROF_STATUS_QRNG_EXHAUSTED = -1012,
+  ROF_STATUS_BAD_STREAM_COUNT = -1013,
+  ROF_STATUS_BRNG_UNSUITABLE = -1014,
+  ROF_STATUS_FILE_CLOSE = -1100,
+  ROF_STATUS_FILE_OPEN = -1101,
+  ROF_STATUS_FILE_WRITE = -1102,
+  ROF_STATUS_FILE_READ = -1103,
+  ROF_STATUS_BAD_FILE_FORMAT = -1110,
+  ROF_STATUS_BAD_FILE_VERSION = -1111,
+  ROF_STATUS_ABSTRACT_BAD_UPDATE = -1120,
+  ROF_STATUS_ABSTRACT_NO_NUMBERS = -1121,
+  ROF_STATUS_ABSTRACT_WRONG_FORM = -1122,
+  ROF_STATUS_NO_RDRAND = -1130,
+  ROF_STATUS_RDRAND_FAILED = -1131,
+  ROF_STATUS_NO_AES = -1140,
+  ROF_STATUS_BAD_CATEGORY_COUNT = -1150,
+  ROF_STATUS_BAD_MEMORY_FORMAT = -1200,
+  ROF_STATUS_RO_NOT_FOUND = -3000,
+  ROF_STATUS_RO_TABLE_FULL = -3001
+};
+
+/* Methods of an initStream function. */
+enum { rofInitStandard = 0, rofInitLeapfrog = 1, rofInitSkipAhead = 2, rofInitSkipAheadEx = 3 };
+
+/* Family identifiers: ((row + 1) << 20); a member adds its sub-identifier. */
+enum {
+  ROF_BRNG_MCG31M1 = 0x100000,
+  ROF_BRNG_R250 = 0x200000,
+  ROF_BRNG_MRG32K3A = 0x300000,
+  ROF_BRNG_MCG59 = 0x400000,
+  ROF_BRNG_WH = 0x500000,
+  ROF_BRNG_SOBOL = 0x600000,
+  ROF_BRNG_NIEDERR = 0x700000,
+  ROF_BRNG_MT19937 = 0x800000,
+  ROF_BRNG_MT2203 = 0x900000,
+  ROF_BRNG_IABSTRACT = 0xA00000,
+  ROF_BRNG_DABSTRACT = 0xB00000,
+  ROF_BRNG_SABSTRACT = 0xC00000,
+  ROF_BRNG_SFMT19937 = 0xD00000,
+  ROF_BRNG_NONDETERM = 0xE00000,
+  ROF_BRNG_ARS5 = 0xF00000,
+  ROF_BRNG_PHILOX4X32X10 = 0x1000000
+};
+
+/* A node of a stream's list of cached data (40 bytes). A nonzero key names data shared
+   through the table of read-only entries. */
+typedef struct rofChunk {
+  uint32_t id;
+  int32_t size;
+  void* data;
+  struct rofChunk* next;
+  uint64_t key[2];
+} rofChunk;
+
+/* An entry of the process-wide table of shared read-only data. */
+typedef struct rofRODataEntry {
+  uint64_t key[2];
+  uint32_t references;
+  void* data;
+} rofRODataEntry;
+
+/* The first 16 bytes of every stream record; the generator's state follows. A stream handle
+   (void*) points to this header. */
+typedef struct rofStreamHeader {
+  int32_t brng;     /* identifier as created, sub-identifier included */
+  int32_t reserved; /* 1 at creation */
+  rofChunk* chunks; /* newest first, NULL when none */
+} rofStreamHeader;
+
+/* Generator functions. The integer form writes n elements of the row's wordSize bytes. */
+typedef int (*rofInitStreamFn)(int method, void* stream, int n, const void* params);
+typedef int (*rofsBrngFn)(void* stream, int n, float r[], float a, float b);
+typedef int (*rofdBrngFn)(void* stream, int n, double r[], double a, double b);
+typedef int (*rofiBrngFn)(void* stream, int n, void* r);
+
+/* One registry row (56 bytes). */
+typedef struct rofBrngProperties {
+  int32_t stateSize; /* bytes of the whole stream record, header included */
+  int32_t seedCount; /* 32-bit seed words that determine the state */
+  int32_t includesZero;
+  int32_t wordSize; /* bytes per element of the integer form: 4, 8 or 16 */
+  int32_t bitCount; /* meaningful low bits of an integer element */
+  int32_t zero;     /* always 0 */
+  rofInitStreamFn initStream;
+  rofsBrngFn sBrng;
+  rofdBrngFn dBrng;
+  rofiBrngFn iBrng;
+} rofBrngProperties;
+
+/* The current registry (512 rows, 16 built in) and the legacy one (281 rows). */
+QOR_API extern rofBrngProperties __RegBrngsNew[512];
+QOR_API extern rofBrngProperties __RegBrngs[281];
+
+/* Registry. */
+QOR_API rofBrngProperties* __rofGetBrngBaseOffset(int brng, int* row, int* subId);
+QOR_API int __rofIsBrngValid(const rofBrngProperties* table, int row, int subId);
+QOR_API int __rofGetBrngProperties(int brng, rofBrngProperties* properties);
+QOR_API int __rofGetNumRegBrngs(void);
+/* Appends a user generator's row; returns its family id or a negative status. */
+QOR_API int __rofRegisterBrng(const rofBrngProperties* properties);
+QOR_API int __rofGetStreamStateBrng(const void* stream);
+/* Bytes of the memory image of the stream, chunks included. */
+QOR_API int __rofGetStreamSize(const void* stream);
+
+/* Lifecycle. */
+QOR_API int __rofNewStreamEx(void** stream, int brng, int n, const uint32_t params[]);
+QOR_API int __rofAllocateStream(void** stream, const rofBrngProperties* table, int brng, int row,
+                                int subId);
+QOR_API int __rofDeleteStream(void** stream);
+QOR_API int __rofCopyStream(void** newStream, const void* source);
+QOR_API int __rofCopyStreamState(void* destination, const void* source);
+
+/* Leapfrog and skip-ahead, through the generator's initStream. */
+QOR_API int __rofLeapfrogStream(void* stream, int k, int nstreams);
+QOR_API int __rofSkipAheadStream(void* stream, long long nskip);
+QOR_API int __rofSkipAheadStreamEx(void* stream, int n, const uint64_t nskip[]);
+
+/* Modular powers a^e by right-to-left binary exponentiation; 1 for e = 0. */
+QOR_API uint32_t __rofiPowMod(uint32_t a, uint64_t e, uint32_t m);
+QOR_API uint32_t __rofiPowMod2P31M1(uint32_t a, uint64_t e);
+QOR_API uint64_t __rofiPowMod2P59(uint64_t a, uint64_t e);
+
+/* Chunks. __rofAddChunk takes ownership of `data` unless `key` names data already shared. */
+QOR_API int __rofAddChunk(void* stream, uint32_t id, const uint64_t key[2], void* data,
+                          int size);
+QOR_API void* __rofSearchChunk(const void* stream, uint32_t id);
+QOR_API int __rofGetNumChunks(const void* stream);
+QOR_API void __rofDeleteChunks(void* stream);
+QOR_API void __rofDeleteChunksById(void* stream, uint32_t id);
+QOR_API int __rofCopyChunks(void* destination, const void* source);
+
+/* The table of shared read-only data (128 entries, one spin lock). */
+QOR_API int __rofFindGlobRODataTableEntry(rofRODataEntry** entry, const uint64_t key[2]);
+QOR_API int __rofCreateGlobRODataTableEntry(rofRODataEntry** entry, const uint64_t key[2],
+                                            void* data);
+QOR_API void __rofRegisterGlobRODataReference(rofChunk* chunk, const uint64_t key[2]);
+QOR_API void __rofUnregisterGlobRODataReference(const uint64_t key[2]);
+QOR_API int __rofGenerateNewGlobalRODataTableEntryId(uint64_t key[2], uint64_t tag);
+
+/* MCG31M1: x' = 1132489760 * x mod (2^31 - 1). */
+QOR_API int __rofBRngMCG31M1InitStream(int method, void* stream, int n, const void* params);
+QOR_API int __rofsBRngMCG31M1(void* stream, int n, float r[], float a, float b);
+QOR_API int __rofdBRngMCG31M1(void* stream, int n, double r[], double a, double b);
+QOR_API int __rofiBRngMCG31M1(void* stream, int n, void* r);
+
+/* MCG59: x' = 13^13 * x mod 2^59; the integer form writes 64-bit words. */
+QOR_API int __rofBRngMCG59InitStream(int method, void* stream, int n, const void* params);
+QOR_API int __rofsBRngMCG59(void* stream, int n, float r[], float a, float b);
+QOR_API int __rofdBRngMCG59(void* stream, int n, double r[], double a, double b);
+QOR_API int __rofiBRngMCG59(void* stream, int n, void* r);
+
+QOR_EXTERN_C_END
+
+#endif /* QOR_ROF_H_ */

@@ -1,0 +1,194 @@
+// Chunk lists and the shared read-only table: order, search, release, sharing by key,
+// reference counts and the table's limits.
+#include "stream_helpers.h"
+#include "streams/shared_data.h"
+
+namespace {
+
+const uint64_t kKeyA[2] = {0xA, 1}, kKeyB[2] = {0xB, 1}, kKeyC[2] = {0xC, 1};
+
+uint32_t References(const uint64_t key[2]) {
+  rofRODataEntry* entry = nullptr;
+  return __rofFindGlobRODataTableEntry(&entry, key) == ROF_STATUS_OK ? entry->references : 0;
+}
+
+TEST(ChunksTest, NewestFirstAndSearchFindsTheNewest) {
+  NoLeakScope scope;
+  void* stream = NewMcgStream(1);
+  EXPECT_EQ(__rofSearchChunk(stream, 1), nullptr);
+  EXPECT_EQ(__rofGetNumChunks(stream), 0);
+  void* older = ChunkData(4, 1);
+  void* newer = ChunkData(4, 2);
+  __rofAddChunk(stream, 1, nullptr, older, 4);
+  __rofAddChunk(stream, 2, nullptr, ChunkData(4, 3), 4);
+  __rofAddChunk(stream, 1, nullptr, newer, 4);
+  EXPECT_EQ(ChunkIds(stream), (std::vector<uint32_t>{1, 2, 1}));
+  EXPECT_EQ(__rofSearchChunk(stream, 1), newer);
+  EXPECT_EQ(__rofSearchChunk(stream, 9), nullptr);
+  const rofChunk* head = static_cast<rofStreamHeader*>(stream)->chunks;
+  EXPECT_EQ(head->key[0] | head->key[1], 0u) << "a null key is the zero key";
+  __rofDeleteChunks(stream);
+  EXPECT_EQ(__rofGetNumChunks(stream), 0);
+  __rofDeleteStream(&stream);
+}
+
+TEST(ChunksTest, DeleteByIdKeepsItsListOutcome) {
+  NoLeakScope scope;
+  struct Case {
+    std::vector<uint32_t> ids;  // in order of addition, so the list is reversed
+    uint32_t removed;
+    std::vector<uint32_t> reachable;
+  };
+  const Case cases[] = {
+      {{6, 7, 5}, 7, {6}},       // list (5, 7, 6): node 5 drops out of the list
+      {{7, 7}, 7, {}},           // nothing kept: empty
+      {{6, 7}, 7, {6}},          // list (7, 6)
+      {{7, 6}, 7, {6}},          // list (6, 7)
+      {{1, 2, 3}, 9, {1}},       // nothing removed, the head still moves to the last node
+  };
+  for (const Case& c : cases) {
+    void* stream = NewMcgStream(1);
+    for (uint32_t id : c.ids) __rofAddChunk(stream, id, nullptr, ChunkData(4, 0), 4);
+    std::vector<rofChunk*> nodes;
+    for (rofChunk* n = static_cast<rofStreamHeader*>(stream)->chunks; n; n = n->next)
+      if (n->id != c.removed) nodes.push_back(n);
+    __rofDeleteChunksById(stream, c.removed);
+    EXPECT_EQ(ChunkIds(stream), c.reachable);
+    // Release what dropped out of the list by hand.
+    for (size_t i = 0; i + 1 < nodes.size(); ++i) {
+      qor_serv_deallocate(nodes[i]->data);
+      qor_serv_deallocate(nodes[i]);
+    }
+    __rofDeleteStream(&stream);
+  }
+}
+
+TEST(ChunksTest, SharedKeyIsCountedAndFreedWithTheLastStream) {
+  NoLeakScope scope;
+  void* first = NewMcgStream(1);
+  void* second = NewMcgStream(2);
+  void* table_data = ChunkData(32, 1);
+  ASSERT_EQ(__rofAddChunk(first, 9, kKeyA, table_data, 32), ROF_STATUS_OK);
+  EXPECT_EQ(References(kKeyA), 1u);
+  void* own = ChunkData(32, 2);
+  ASSERT_EQ(__rofAddChunk(second, 9, kKeyA, own, 32), ROF_STATUS_OK);
+  EXPECT_EQ(__rofSearchChunk(second, 9), table_data) << "the table's data is taken";
+  qor_serv_deallocate(own);  // left to its owner
+  EXPECT_EQ(References(kKeyA), 2u);
+
+  void* copy = nullptr;
+  ASSERT_EQ(__rofCopyStream(&copy, second), ROF_STATUS_OK);
+  EXPECT_EQ(__rofSearchChunk(copy, 9), table_data) << "shared data is not copied";
+  EXPECT_EQ(References(kKeyA), 3u);
+  __rofDeleteStream(&copy);
+  __rofDeleteStream(&first);
+  EXPECT_EQ(References(kKeyA), 1u);
+  EXPECT_EQ(static_cast<unsigned char*>(__rofSearchChunk(second, 9))[31], 1) << "still alive";
+  __rofDeleteStream(&second);
+  EXPECT_EQ(References(kKeyA), 0u);
+  EXPECT_EQ(rof::SharedEntryCount(), 0);
+}
+
+TEST(ChunksTest, CopyChunksFailureClearsTheDestination) {
+  NoLeakScope scope;
+  void* source = NewMcgStream(1);
+  void* destination = NewMcgStream(2);
+  __rofAddChunk(source, 1, kKeyB, ChunkData(8, 1), 8);  // shared: a node only
+  for (uint32_t id : {2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(8, 0), 8);
+  const auto add_old_chunk = [&] { __rofAddChunk(destination, 7, nullptr, ChunkData(8, 7), 8); };
+  add_old_chunk();
+  const int runs = alloc_control::ForEachFailure(
+      [&] { return __rofCopyChunks(destination, source); },
+      [&](int status) {
+        EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
+        EXPECT_EQ(__rofGetNumChunks(destination), 0) << "old chunks go too";
+      },
+      [&] {
+        __rofDeleteChunks(destination);
+        add_old_chunk();
+      });
+  EXPECT_EQ(runs, 5);  // data and node of each private chunk, a node for the shared one
+  EXPECT_EQ(References(kKeyB), 1u);
+  __rofDeleteStream(&source);
+  __rofDeleteStream(&destination);
+  EXPECT_EQ(References(kKeyB), 0u);
+}
+
+TEST(ChunksTest, AddChunkWithoutMemoryKeepsTheList) {
+  NoLeakScope scope;
+  void* stream = NewMcgStream(1);
+  void* data = ChunkData(4, 0);
+  alloc_control::FailAllocation(0);
+  EXPECT_EQ(__rofAddChunk(stream, 1, kKeyC, data, 4), ROF_STATUS_NO_MEMORY);
+  alloc_control::FailAllocation(-1);
+  EXPECT_EQ(__rofGetNumChunks(stream), 0);
+  EXPECT_EQ(References(kKeyC), 0u);
+  qor_serv_deallocate(data);
+  __rofDeleteStream(&stream);
+}
+
+TEST(ChunksTest, TableLimits) {
+  NoLeakScope scope;
+  ASSERT_EQ(rof::SharedEntryCount(), 0);
+  uint64_t keys[129][2];
+  rofRODataEntry* entry = nullptr;
+  for (int i = 0; i < 127; ++i) {
+    keys[i][0] = 100 + i;
+    keys[i][1] = 5;
+    ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[i], ChunkData(1, 0)), ROF_STATUS_OK);
+  }
+  // 127 in use: a chunk of a new key stays private.
+  void* stream = NewMcgStream(1);
+  __rofAddChunk(stream, 1, kKeyA, ChunkData(4, 0), 4);
+  const rofChunk* chunk = static_cast<rofStreamHeader*>(stream)->chunks;
+  EXPECT_EQ(chunk->key[0] | chunk->key[1], 0u);
+  EXPECT_EQ(References(kKeyA), 0u);
+  __rofDeleteStream(&stream);
+  // The creation call itself fills the last place; the next is refused.
+  keys[127][0] = 1000, keys[127][1] = 5;
+  keys[128][0] = 1001, keys[128][1] = 5;
+  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[127], nullptr), ROF_STATUS_OK);
+  rofRODataEntry* refused = nullptr;
+  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&refused, keys[128], nullptr),
+            ROF_STATUS_RO_TABLE_FULL);
+  EXPECT_EQ(refused, nullptr);
+  for (int i = 0; i < 128; ++i) __rofUnregisterGlobRODataReference(keys[i]);
+  EXPECT_EQ(rof::SharedEntryCount(), 0);
+}
+
+TEST(ChunksTest, EntryOperations) {
+  NoLeakScope scope;
+  rofRODataEntry* entry = nullptr;
+  const uint64_t zero[2] = {0, 0};
+  EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, nullptr), ROF_STATUS_RO_NOT_FOUND);
+  EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, zero), ROF_STATUS_RO_NOT_FOUND);
+  for (const uint64_t* key : {kKeyA, kKeyB, kKeyC})
+    ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, key, ChunkData(4, 0)), ROF_STATUS_OK);
+  EXPECT_EQ(entry->key[0], kKeyC[0]);
+
+  rofChunk chunk{};
+  __rofRegisterGlobRODataReference(&chunk, kKeyB);
+  EXPECT_EQ(References(kKeyB), 2u);
+  ASSERT_EQ(__rofFindGlobRODataTableEntry(&entry, kKeyB), ROF_STATUS_OK);
+  EXPECT_EQ(chunk.data, entry->data);
+  const uint64_t absent[2] = {0xD, 1};
+  __rofRegisterGlobRODataReference(&chunk, absent);
+  EXPECT_EQ(chunk.data, entry->data) << "no entry: nothing happens";
+
+  // The last entry moves into a freed place and stays findable.
+  __rofUnregisterGlobRODataReference(kKeyA);
+  EXPECT_EQ(rof::SharedEntryCount(), 2);
+  EXPECT_EQ(References(kKeyC), 1u);
+  __rofUnregisterGlobRODataReference(kKeyB);
+  EXPECT_EQ(References(kKeyB), 1u);
+  __rofUnregisterGlobRODataReference(kKeyB);
+  __rofUnregisterGlobRODataReference(kKeyC);
+  EXPECT_EQ(rof::SharedEntryCount(), 0);
+
+  uint64_t key[2] = {42, 0};
+  EXPECT_EQ(__rofGenerateNewGlobalRODataTableEntryId(key, 0x1234), ROF_STATUS_OK);
+  EXPECT_EQ(key[0], 42u);
+  EXPECT_EQ(key[1], 0x1234u);
+}
+
+}  // namespace

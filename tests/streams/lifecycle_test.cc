@@ -1,0 +1,140 @@
+// Creating, copying and deleting streams, with every allocation failure injected in turn.
+#include <stdint.h>
+
+#include "stream_helpers.h"
+
+namespace {
+
+uint32_t Next(void* stream) {
+  uint32_t x;
+  __rofiBRngMCG31M1(stream, 1, &x);
+  return x;
+}
+
+TEST(LifecycleTest, NewStreamSetsTheHeader) {
+  NoLeakScope scope;
+  const uint32_t seed = 9;
+  for (int brng : {0x100000, 0x400000, 0, 3}) {
+    void* stream = nullptr;
+    ASSERT_EQ(__rofNewStreamEx(&stream, brng, 1, &seed), ROF_STATUS_OK);
+    const rofStreamHeader* header = static_cast<const rofStreamHeader*>(stream);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(stream) % 128, 0u);
+    EXPECT_EQ(header->brng, brng);
+    EXPECT_EQ(header->reserved, 1);
+    EXPECT_EQ(header->chunks, nullptr);
+    EXPECT_EQ(__rofDeleteStream(&stream), ROF_STATUS_OK);
+    EXPECT_EQ(stream, nullptr);
+  }
+}
+
+TEST(LifecycleTest, NewStreamRefusalsLeaveTheHandle) {
+  NoLeakScope scope;
+  for (int brng : {0xA00000, 0xB00000, 0xC00000, 0xA00001, 0x100001, 0x1100000 + (200 << 20),
+                   281, 279}) {
+    void* stream = &stream;
+    EXPECT_EQ(__rofNewStreamEx(&stream, brng, 0, nullptr), ROF_STATUS_BAD_BRNG) << brng;
+    EXPECT_EQ(stream, &stream) << brng;
+  }
+}
+
+TEST(LifecycleTest, NewStreamWithoutMemory) {
+  NoLeakScope scope;
+  void* stream = &stream;
+  alloc_control::ForEachFailure(
+      [&] { return __rofNewStreamEx(&stream, ROF_BRNG_MCG59, 0, nullptr); },
+      [&](int status) {
+        EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
+        EXPECT_EQ(stream, nullptr);
+      },
+      [&] {
+        if (stream != nullptr) __rofDeleteStream(&stream);
+      });
+}
+
+TEST(LifecycleTest, AllocateStreamLeavesThePayloadToTheCaller) {
+  NoLeakScope scope;
+  void* stream = nullptr;
+  int row, sub_id;
+  const rofBrngProperties* table = __rofGetBrngBaseOffset(ROF_BRNG_WH + 3, &row, &sub_id);
+  ASSERT_EQ(__rofAllocateStream(&stream, table, ROF_BRNG_WH + 3, row, sub_id), ROF_STATUS_OK);
+  EXPECT_EQ(__rofGetStreamStateBrng(stream), ROF_BRNG_WH + 3);
+  EXPECT_EQ(__rofGetStreamSize(stream), 48 + 8);
+  __rofDeleteStream(&stream);
+  void* untouched = &untouched;
+  EXPECT_EQ(__rofAllocateStream(&untouched, table, ROF_BRNG_WH + 273, row, 273),
+            ROF_STATUS_BAD_BRNG);
+  EXPECT_EQ(untouched, &untouched);
+}
+
+TEST(LifecycleTest, CopyIsIndependentWithChunksReversed) {
+  NoLeakScope scope;
+  void* source = NewMcgStream(77);
+  static_cast<rofStreamHeader*>(source)->reserved = 7;
+  ASSERT_EQ(__rofAddChunk(source, 1, nullptr, ChunkData(8, 1), 8), ROF_STATUS_OK);
+  ASSERT_EQ(__rofAddChunk(source, 2, nullptr, ChunkData(0, 0), 0), ROF_STATUS_OK);
+  EXPECT_EQ(__rofGetStreamSize(source), 24 + 8 + (8 + 24) + (0 + 24));
+  Next(source);
+  void* copy = nullptr;
+  ASSERT_EQ(__rofCopyStream(&copy, source), ROF_STATUS_OK);
+  EXPECT_EQ(static_cast<rofStreamHeader*>(copy)->reserved, 7);
+  EXPECT_EQ(ChunkIds(source), (std::vector<uint32_t>{2, 1}));
+  EXPECT_EQ(ChunkIds(copy), (std::vector<uint32_t>{1, 2}));
+  EXPECT_NE(__rofSearchChunk(copy, 1), __rofSearchChunk(source, 1)) << "private data is copied";
+  EXPECT_EQ(memcmp(__rofSearchChunk(copy, 1), __rofSearchChunk(source, 1), 8), 0);
+  const uint32_t from_source = Next(source);
+  EXPECT_EQ(Next(copy), from_source);
+  const uint32_t copy_ahead = Next(copy);
+  EXPECT_EQ(Next(source), copy_ahead) << "each advances on its own";
+  __rofDeleteStream(&source);
+  __rofDeleteStream(&copy);
+}
+
+// Allocations of a copy: the record, then per chunk its data and its node.
+TEST(LifecycleTest, CopyWithoutMemory) {
+  NoLeakScope scope;
+  void* source = NewMcgStream(5);
+  for (uint32_t id : {1u, 2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(16, 0), 16);
+  void* copy = &copy;
+  const int runs = alloc_control::ForEachFailure(
+      [&] { return __rofCopyStream(&copy, source); },
+      [&](int status) {
+        EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
+        if (copy != nullptr) EXPECT_EQ(__rofGetNumChunks(copy), 0);
+      },
+      [&] {
+        if (copy != nullptr) __rofDeleteStream(&copy);
+      });
+  EXPECT_EQ(runs, 7);
+  __rofDeleteStream(&source);
+}
+
+TEST(LifecycleTest, CopyStateTakesStateAndChunks) {
+  NoLeakScope scope;
+  void* source = NewMcgStream(11);
+  void* destination = NewMcgStream(99);
+  __rofAddChunk(source, 4, nullptr, ChunkData(4, 4), 4);
+  __rofAddChunk(destination, 8, nullptr, ChunkData(4, 8), 4);
+  static_cast<rofStreamHeader*>(destination)->brng = 0;  // legacy MCG31M1: kept as it is
+
+  EXPECT_EQ(__rofCopyStreamState(source, source), ROF_STATUS_OK);
+  EXPECT_EQ(ChunkIds(source), std::vector<uint32_t>{4});
+
+  ASSERT_EQ(__rofCopyStreamState(destination, source), ROF_STATUS_OK);
+  EXPECT_EQ(__rofGetStreamStateBrng(destination), 0);
+  EXPECT_EQ(ChunkIds(destination), std::vector<uint32_t>{4});
+  EXPECT_EQ(Next(destination), 11u);
+  EXPECT_EQ(Next(source), 11u);
+
+  const int runs = alloc_control::ForEachFailure(
+      [&] { return __rofCopyStreamState(destination, source); },
+      [&](int status) {
+        EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
+        EXPECT_EQ(__rofGetNumChunks(destination), 0);
+      },
+      [] {});
+  EXPECT_EQ(runs, 2);
+  __rofDeleteStream(&source);
+  __rofDeleteStream(&destination);
+}
+
+}  // namespace
