@@ -3,6 +3,7 @@
 #define QOR_QOR_H_
 
 #include "qor/core.h"
+#include "qor/df.h"
 #include "qor/tem.h"
 
 #endif /* QOR_QOR_H_ */
