@@ -189,5 +189,6 @@ QOR_API int qor_df_kernel_sDFSearch1D(dfTask* task, int method, int64_t nsite, c
 QOR_EXTERN_C_END
 
 #include "qor/df_search_methods.h"
+#include "qor/df_spline.h"
 
 #endif /* QOR_DF_H_ */
