@@ -38,6 +38,40 @@ QOR_API int qor_df_kernel_dDFNaturalCubicSpline1D(dfTask* task, int format, int 
 QOR_API int qor_df_kernel_sDFNaturalCubicSpline1D(dfTask* task, int format, int method,
                                                   const qorThreading* threading);
 
+/* ---- Interpolation ---- */
+
+/* Extrapolation and interpolation callbacks: called once per block of at most 256 sites
+   with the number of sites `n`, their cells (i64), the sites, and a zeroed result stretch of
+   n * ny * nder reals laid out [site][function][derivative]. A negative result ends the
+   call with that status. */
+typedef int (*dfdInterpCallBack)(int64_t* n, int64_t* cell, double* site, double* r,
+                                 const void* params);
+typedef int (*dfsInterpCallBack)(int64_t* n, int64_t* cell, float* site, float* r,
+                                 const void* params);
+
+/* Values and derivatives of a task's spline, or of its tabulated data, at `nsite` sites.
+   type: 1 results in r, 2 cells in cell (u32, or i64 for a task with wideIndex), both bits
+   together, or 4: cells are given in `cell` and no search runs. dorder: ndorder flags (i32,
+   or i64 with wideIndex), entry m asking for derivative m; none set means the value alone.
+   rhint: the nesting of function, site and derivative in r (dfOutFSD, dfOutFDS, dfOutSFD,
+   dfOutSDF; dfOutKernel: block by block; 0 as dfOutFSD). Sites outside the partition take the
+   end polynomials unless le_cb / re_cb take them; i_cb takes the sites inside. `method` is
+   not read. */
+QOR_API int qor_df_kernel_dDFInterpolate1D(
+    dfTask* task, int type, int method, int64_t nsite, const double* site, int64_t sitehint,
+    int64_t ndorder, const void* dorder, const double* dhint, double* r, int64_t rhint,
+    void* cell, dfdInterpCallBack le_cb, const void* le_params, dfdInterpCallBack re_cb,
+    const void* re_params, dfdInterpCallBack i_cb, const void* i_params,
+    dfdSearchCallBack search_cb, const dfSearchCallBackParam* search_params,
+    const qorThreading* threading);
+QOR_API int qor_df_kernel_sDFInterpolate1D(
+    dfTask* task, int type, int method, int64_t nsite, const float* site, int64_t sitehint,
+    int64_t ndorder, const void* dorder, const float* dhint, float* r, int64_t rhint,
+    void* cell, dfsInterpCallBack le_cb, const void* le_params, dfsInterpCallBack re_cb,
+    const void* re_params, dfsInterpCallBack i_cb, const void* i_params,
+    dfsSearchCallBack search_cb, const dfSearchCallBackParam* search_params,
+    const qorThreading* threading);
+
 QOR_EXTERN_C_END
 
 #endif /* QOR_DF_SPLINE_H_ */

@@ -33,7 +33,7 @@ struct Problem {
     at.resize(s.nx);
     at[0] = -1.25;
     const long double step = 0.75L;
-    for (int64_t i = 1; i < s.nx; ++i) at[i] = at[i - 1] + (s.uniform ? step : T(u(rng)));
+    for (int64_t i = 1; i < s.nx; ++i) at[i] = T(at[i - 1] + (s.uniform ? step : T(u(rng))));
     if (s.uniform) {
       x = {T(at[0]), T(at[0] + step * (s.nx - 1))};
       for (int64_t i = 0; i < s.nx; ++i) at[i] = (long double)x[0] + i * ((long double)x[1] - x[0]) / (s.nx - 1);

@@ -76,6 +76,7 @@ inline const std::vector<std::string>& NonVectorExports() {
       "qor_df_kernel_dDFQuadraticSpline1D", "qor_df_kernel_sDFQuadraticSpline1D",
       "qor_df_kernel_dDFDefaultCubicSpline1D", "qor_df_kernel_sDFDefaultCubicSpline1D",
       "qor_df_kernel_dDFNaturalCubicSpline1D", "qor_df_kernel_sDFNaturalCubicSpline1D",
+      "qor_df_kernel_dDFInterpolate1D", "qor_df_kernel_sDFInterpolate1D",
     };
     // Data fitting: the seven search methods, four forms each, in both types.
     for (const char* t : {"d", "s"})
