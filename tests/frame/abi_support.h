@@ -45,7 +45,8 @@ namespace qor_abi {
 // ------------------------------------------------------------------------------------------
 inline const std::vector<std::string>& NonVectorExports() {
   // clang-format off
-  static const std::vector<std::string> names = {
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> list = {
       // Vector function services: each as _tem<suffix> and qor_tem_kernel_<suffix>.
       "_temSetMode", "qor_tem_kernel_SetMode",
       "_temGetMode", "qor_tem_kernel_GetMode",
@@ -75,7 +76,31 @@ inline const std::vector<std::string>& NonVectorExports() {
       // Basic generators.
       "__rofBRngMCG31M1InitStream", "__rofsBRngMCG31M1", "__rofdBRngMCG31M1", "__rofiBRngMCG31M1",
       "__rofBRngMCG59InitStream", "__rofsBRngMCG59", "__rofdBRngMCG59", "__rofiBRngMCG59",
-  };
+      // Data fitting: task.
+      "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
+      "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",
+      "qor_df_kernel_dEditPtr", "qor_df_kernel_sEditPtr",
+      "qor_df_kernel_dEditIdxPtr", "qor_df_kernel_sEditIdxPtr",
+      "qor_df_kernel_iEditVal", "qor_df_kernel_iQueryVal",
+      "qor_df_kernel_dQueryPtr", "qor_df_kernel_sQueryPtr",
+      "qor_df_kernel_dQueryIdxPtr", "qor_df_kernel_sQueryIdxPtr",
+      "qor_df_kernel_DeleteTask",
+      "qor_df_kernel_dDFSearch1D", "qor_df_kernel_sDFSearch1D",
+      // Data fitting: spline construction and interpolation.
+      "qor_df_kernel_dDFLinearSpline1D", "qor_df_kernel_sDFLinearSpline1D",
+      "qor_df_kernel_dDFQuadraticSpline1D", "qor_df_kernel_sDFQuadraticSpline1D",
+      "qor_df_kernel_dDFDefaultCubicSpline1D", "qor_df_kernel_sDFDefaultCubicSpline1D",
+      "qor_df_kernel_dDFNaturalCubicSpline1D", "qor_df_kernel_sDFNaturalCubicSpline1D",
+      "qor_df_kernel_dDFInterpolate1D", "qor_df_kernel_sDFInterpolate1D",
+    };
+    // Data fitting: the seven search methods, four forms each, in both types.
+    for (const char* t : {"d", "s"})
+      for (const char* method :
+           {"Uniform", "QuasiUniform", "Sorted", "Peak", "Hybrid", "UserDef", "UniUserDef"})
+        for (const char* form : {"", "32", "64", "64Pack"})
+          list.push_back(std::string("qor_df_kernel_") + t + "DF" + method + "Search1D" + form);
+    return list;
+  }();
   // clang-format on
   return names;
 }

@@ -1,0 +1,144 @@
+// Tridiagonal solvers against a dense long double solve with partial pivoting.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "qor/core_tridiagonal.h"
+
+namespace {
+
+
+template <class T> struct Api;
+template <> struct Api<double> {
+  static constexpr auto trf = ddttrfb_4dfl;
+  static constexpr auto trs = ddttrsb_4dfl;
+  static constexpr auto sv = ddtsvb_4dfl;
+  static constexpr double kTolerance = 1e-13;
+};
+template <> struct Api<float> {
+  static constexpr auto trf = sdttrfb_4dfl;
+  static constexpr auto trs = sdttrsb_4dfl;
+  static constexpr auto sv = sdtsvb_4dfl;
+  static constexpr double kTolerance = 2e-5;
+};
+
+// Solves the dense n x n column-major system a*x = b for each column of b.
+std::vector<long double> DenseSolve(int n, std::vector<long double> a, int nrhs,
+                                    std::vector<long double> b) {
+  for (int k = 0; k < n; ++k) {
+    int p = k;
+    for (int i = k + 1; i < n; ++i)
+      if (std::fabs(a[i + k * n]) > std::fabs(a[p + k * n])) p = i;
+    for (int j = 0; j < n; ++j) std::swap(a[k + j * n], a[p + j * n]);
+    for (int j = 0; j < nrhs; ++j) std::swap(b[k + j * n], b[p + j * n]);
+    for (int i = k + 1; i < n; ++i) {
+      const long double l = a[i + k * n] / a[k + k * n];
+      for (int j = k; j < n; ++j) a[i + j * n] -= l * a[k + j * n];
+      for (int j = 0; j < nrhs; ++j) b[i + j * n] -= l * b[k + j * n];
+    }
+  }
+  for (int j = 0; j < nrhs; ++j)
+    for (int i = n - 1; i >= 0; --i) {
+      long double s = b[i + j * n];
+      for (int c = i + 1; c < n; ++c) s -= a[i + c * n] * b[c + j * n];
+      b[i + j * n] = s / a[i + i * n];
+    }
+  return b;
+}
+
+template <class T>
+class TridiagonalTest : public ::testing::Test {};
+using RealTypes = ::testing::Types<double, float>;
+TYPED_TEST_SUITE(TridiagonalTest, RealTypes);
+
+struct Case {
+  int n, nrhs, ldb_extra;
+  char trans;
+  bool one_call;  // ?dtsvb instead of ?dttrfb + ?dttrsb
+};
+
+TYPED_TEST(TridiagonalTest, MatchesDenseSolve) {
+  using T = TypeParam;
+  const Case cases[] = {{1, 1, 0, 'N', false}, {2, 3, 1, 'N', false}, {3, 4, 0, 'T', false},
+                        {5, 7, 2, 'N', false}, {17, 9, 0, 'T', false}, {100, 5, 3, 'N', false},
+                        {1, 2, 0, 'N', true},  {6, 4, 1, 'N', true},   {64, 1, 0, 'N', true},
+                        {33, 6, 0, 'n', false}, {33, 6, 0, 'c', false}};
+  std::mt19937 rng(11);
+  std::uniform_real_distribution<double> off(-1.0, 1.0), diag(2.5, 4.0);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(::testing::Message() << "n=" << c.n << " nrhs=" << c.nrhs << " trans=" << c.trans);
+    const int n = c.n, ldb = n + c.ldb_extra;
+    std::vector<T> dl(n > 1 ? n - 1 : 1), d(n), du(n > 1 ? n - 1 : 1), b(ldb * c.nrhs);
+    std::vector<long double> dense(n * n, 0.0L), rhs(n * c.nrhs);
+    for (int i = 0; i < n; ++i) {
+      d[i] = T(diag(rng) * (rng() % 2 ? 1 : -1));
+      dense[i + i * n] = d[i];
+      if (i + 1 < n) {
+        dl[i] = T(off(rng));
+        du[i] = T(off(rng));
+        const bool tr = c.trans != 'N' && c.trans != 'n';
+        dense[(i + 1) + i * n] = tr ? du[i] : dl[i];
+        dense[i + (i + 1) * n] = tr ? dl[i] : du[i];
+      }
+    }
+    for (int j = 0; j < c.nrhs; ++j)
+      for (int i = 0; i < n; ++i) rhs[i + j * n] = b[i + j * ldb] = T(off(rng) * 10);
+    const std::vector<long double> expected = DenseSolve(n, dense, c.nrhs, rhs);
+    int info = -99;
+    if (c.one_call) {
+      Api<T>::sv(&n, &c.nrhs, dl.data(), d.data(), du.data(), b.data(), &ldb, &info);
+    } else {
+      Api<T>::trf(&n, dl.data(), d.data(), du.data(), &info);
+      ASSERT_EQ(info, 0);
+      Api<T>::trs(&c.trans, &n, &c.nrhs, dl.data(), d.data(), du.data(), b.data(), &ldb, &info);
+    }
+    ASSERT_EQ(info, 0);
+    for (int j = 0; j < c.nrhs; ++j)
+      for (int i = 0; i < n; ++i)
+        EXPECT_NEAR(b[i + j * ldb], double(expected[i + j * n]),
+                    Api<T>::kTolerance * (1 + std::fabs(double(expected[i + j * n]))))
+            << "row " << i << " column " << j;
+  }
+}
+
+TYPED_TEST(TridiagonalTest, ZeroPivotReportsItsPosition) {
+  using T = TypeParam;
+  // [[1 1 0] [1 1 1] [0 1 1]]: the second pivot is 1 - 1*1 = 0.
+  std::vector<T> dl = {1, 1}, d = {1, 1, 1}, du = {1, 1}, b = {1, 2, 3};
+  const int n = 3, nrhs = 1, ldb = 3;
+  int info = 0;
+  Api<T>::trf(&n, dl.data(), d.data(), du.data(), &info);
+  EXPECT_EQ(info, 2);
+  std::vector<T> dl2 = {1, 1}, d2 = {1, 1, 1}, du2 = {1, 1};
+  Api<T>::sv(&n, &nrhs, dl2.data(), d2.data(), du2.data(), b.data(), &ldb, &info);
+  EXPECT_EQ(info, 2);
+  EXPECT_EQ(b, (std::vector<T>{1, 2, 3})) << "no solution is written after a zero pivot";
+}
+
+TYPED_TEST(TridiagonalTest, IllegalArgumentsGiveNegativeInfo) {
+  using T = TypeParam;
+  std::vector<T> dl(4, 1), d(5, 4), du(4, 1), b(10, 1);
+  const int n5 = 5, neg = -1, one = 1, ld4 = 4, ld5 = 5;
+  int info = 0;
+  Api<T>::trf(&neg, dl.data(), d.data(), du.data(), &info);
+  EXPECT_EQ(info, -1);
+  Api<T>::trs("X", &n5, &one, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
+  EXPECT_EQ(info, -1);
+  Api<T>::trs("N", &neg, &one, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
+  EXPECT_EQ(info, -2);
+  Api<T>::trs("N", &n5, &neg, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
+  EXPECT_EQ(info, -3);
+  Api<T>::trs("N", &n5, &one, dl.data(), d.data(), du.data(), b.data(), &ld4, &info);
+  EXPECT_EQ(info, -8);
+  Api<T>::sv(&neg, &one, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
+  EXPECT_EQ(info, -1);
+  Api<T>::sv(&n5, &neg, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
+  EXPECT_EQ(info, -2);
+  Api<T>::sv(&n5, &one, dl.data(), d.data(), du.data(), b.data(), &ld4, &info);
+  EXPECT_EQ(info, -7);
+  EXPECT_EQ(d, std::vector<T>(5, 4)) << "refused calls leave the matrix alone";
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+// A fitting task built field by field over test-owned arrays, for the tests of construction
+// and interpolation.
+#ifndef QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_
+#define QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "fitting/task.h"
+
+namespace fit_test {
+
+struct Shape {
+  int64_t nx, ny;
+  bool uniform, columns;
+};
+
+template <class T>
+struct Problem {
+  Shape shape;
+  std::vector<T> x;             // as stored: the two ends when uniform
+  std::vector<long double> at;  // every breakpoint
+  std::vector<T> y;             // function-major, or breakpoint-major when columns
+  std::vector<T> coeff;
+  std::vector<void*> ytab, ctab;
+  dfTask task{};
+
+  // Random data; with `periodic` every function ends where it starts.
+  Problem(Shape s, uint32_t seed, bool periodic = false) : shape(s) {
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> u(0.2, 1.5), v(-2.0, 2.0);
+    at.resize(s.nx);
+    at[0] = -1.25;
+    const long double step = 0.75L;
+    for (int64_t i = 1; i < s.nx; ++i) at[i] = T(at[i - 1] + (s.uniform ? step : T(u(rng))));
+    if (s.uniform) {
+      x = {T(at[0]), T(at[0] + step * (s.nx - 1))};
+      for (int64_t i = 0; i < s.nx; ++i) at[i] = (long double)x[0] + i * ((long double)x[1] - x[0]) / (s.nx - 1);
+    } else {
+      x.assign(at.begin(), at.end());
+    }
+    y.resize(s.nx * s.ny);
+    for (int64_t k = 0; k < s.ny; ++k)
+      for (int64_t i = 0; i < s.nx; ++i) Y(k, i) = T(v(rng));
+    if (periodic)
+      for (int64_t k = 0; k < s.ny; ++k) Y(k, s.nx - 1) = Y(k, 0);
+    if (s.columns) ytab = {y.data()};
+    else
+      for (int64_t k = 0; k < s.ny; ++k) ytab.push_back(y.data() + k * s.nx);
+    task.isDouble = sizeof(T) == 8;
+    task.taskKind = 1;
+    task.nx = s.nx;
+    task.x = x.data();
+    task.xHint = s.uniform ? dfXUniform : dfXNonUniform;
+    task.ny = s.ny;
+    task.yTable = ytab.data();
+    task.yHint = s.columns ? dfYColumns : dfYRows;
+  }
+  T& Y(int64_t k, int64_t i) { return shape.columns ? y[i * shape.ny + k] : y[k * shape.nx + i]; }
+
+  // Spline description and `per_function` coefficients for each function.
+  void Describe(int64_t order, int64_t type, int64_t bc_type, const T* bc, int64_t ic_type,
+                const T* ic, int64_t per_function) {
+    task.splineOrder = order;
+    task.splineType = type;
+    task.bcType = bc_type;
+    task.bc = const_cast<T*>(bc);
+    task.icType = ic_type;
+    task.ic = const_cast<T*>(ic);
+    coeff.assign(per_function * shape.ny, T(-777));
+    ctab.clear();
+    for (int64_t k = 0; k < shape.ny; ++k) ctab.push_back(coeff.data() + k * per_function);
+    task.coeffTable = ctab.data();
+  }
+  const T* C(int64_t k, int64_t cell, int order) const {
+    return static_cast<const T*>(ctab[k]) + cell * order;
+  }
+};
+
+// Value and derivatives of c0 + c1 t + ... at t.
+template <class T>
+long double Poly(const T* c, int order, long double t, int derivative = 0) {
+  long double r = 0;
+  for (int p = order - 1; p >= derivative; --p) {
+    long double f = 1;
+    for (int q = 0; q < derivative; ++q) f *= p - q;
+    r = r * t + f * c[p];
+  }
+  return r;
+}
+
+template <class T> constexpr double kRelTol = sizeof(T) == 8 ? 1e-11 : 2e-3;
+
+}  // namespace fit_test
+
+#endif  // QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_

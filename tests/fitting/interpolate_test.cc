@@ -1,0 +1,215 @@
+// Interpolated values and derivatives against the coefficients evaluated independently, for
+// every output layout, kind and partition; cells, tabulated kinds, callbacks and refusals.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "support/threading_tables.h"
+#include "tests/fitting/construct_fixture.h"
+
+namespace fit_test {
+namespace {
+
+// Cell of s by definition: 0 below, i for x[i-1] <= s < x[i], nx-1 at the end, nx above.
+int64_t BruteCell(const std::vector<long double>& at, long double s) {
+  const int64_t nx = int64_t(at.size());
+  if (s == at[nx - 1]) return nx - 1;
+  int64_t c = 0;
+  while (c < nx && at[c] <= s) ++c;
+  return c;
+}
+
+template <class T>
+std::vector<T> Sites(const Problem<T>& p, int count, uint32_t seed) {
+  std::mt19937 rng(seed);
+  const long double lo = p.at.front(), hi = p.at.back();
+  std::uniform_real_distribution<double> u(double(lo - 1), double(hi + 1));
+  std::vector<T> s;
+  for (long double b : p.at) s.push_back(T(b));  // every breakpoint, both ends included
+  while (int(s.size()) < count) s.push_back(T(u(rng)));
+  return s;
+}
+
+size_t Index(int64_t rhint, int64_t k, int64_t s, int64_t m, int64_t ny, int64_t ns, int64_t nd) {
+  switch (rhint) {
+    case dfOutFDS: return size_t((k * nd + m) * ns + s);
+    case dfOutSFD: return size_t((s * ny + k) * nd + m);
+    case dfOutSDF: return size_t((s * nd + m) * ny + k);
+    default: return size_t((k * ns + s) * nd + m);
+  }
+}
+
+template <class T> struct Api;
+template <> struct Api<double> {
+  static constexpr auto interpolate = qor_df_kernel_dDFInterpolate1D;
+  static constexpr auto natural = qor_df_kernel_dDFNaturalCubicSpline1D;
+};
+template <> struct Api<float> {
+  static constexpr auto interpolate = qor_df_kernel_sDFInterpolate1D;
+  static constexpr auto natural = qor_df_kernel_sDFNaturalCubicSpline1D;
+};
+
+template <class T>
+int Run(Problem<T>& p, int type, const std::vector<T>& s, const std::vector<int32_t>& dorder,
+        std::vector<T>* r, int64_t rhint, void* cell = nullptr,
+        const qorThreading* threading = nullptr, int64_t sitehint = 0) {
+  return Api<T>::interpolate(&p.task, type, 0, int64_t(s.size()), s.data(), sitehint,
+                             int64_t(dorder.size()), dorder.data(), nullptr, r->data(), rhint,
+                             cell, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                             nullptr, threading);
+}
+
+template <class T>
+class InterpolateTest : public ::testing::Test {};
+using RealTypes = ::testing::Types<double, float>;
+TYPED_TEST_SUITE(InterpolateTest, RealTypes);
+
+// Polynomial kinds: random coefficients of order 2, 3, 4 and 6; every rhint; all derivatives.
+TYPED_TEST(InterpolateTest, PolynomialKindsMatchTheirCoefficients) {
+  using T = TypeParam;
+  const int64_t orders[] = {2, 3, 4, 6};
+  const int64_t rhints[] = {0, dfOutFSD, dfOutFDS, dfOutSFD, dfOutSDF};
+  const std::vector<int32_t> dorders[] = {{1, 1, 1, 1}, {0, 1, 0, 1}, {0, 0}, {1}};
+  std::mt19937 rng(3);
+  std::uniform_real_distribution<double> u(-1, 1);
+  for (bool uniform : {false, true})
+    for (int64_t order : orders)
+      for (const auto& dorder : dorders)
+        for (int64_t rhint : rhints) {
+          Problem<T> p({12, 3, uniform, false}, 17);
+          p.Describe(order, 0, 0, nullptr, 0, nullptr, order * 11);
+          for (T& c : p.coeff) c = T(u(rng));
+          const std::vector<T> s = Sites(p, 600, 5);
+          std::vector<int> want;
+          for (size_t m = 0; m < dorder.size(); ++m)
+            if (dorder[m]) want.push_back(int(m));
+          if (want.empty()) want.push_back(0);
+          const int64_t nd = int64_t(want.size()), ns = int64_t(s.size());
+          std::vector<T> r(3 * ns * nd, T(-9));
+          ASSERT_EQ(Run(p, 1, s, dorder, &r, rhint), 0);
+          for (int64_t k = 0; k < 3; ++k)
+            for (int64_t i = 0; i < ns; ++i) {
+              const int64_t c = BruteCell(p.at, s[i]);
+              const int64_t j = std::min<int64_t>(std::max<int64_t>(c - 1, 0), 10);
+              const long double t = (long double)s[i] - (long double)T(p.at[j]);
+              for (int64_t m = 0; m < nd; ++m) {
+                const double expect = double(Poly(p.C(k, j, int(order)), int(order), t, want[m]));
+                EXPECT_NEAR(r[Index(rhint ? rhint : 16, k, i, m, 3, ns, nd)], expect,
+                            (sizeof(T) == 8 ? 1e-11 : 2e-3) * (1 + std::fabs(expect)))
+                    << "order " << order << " rhint " << rhint << " site " << s[i] << " der " << want[m];
+              }
+            }
+        }
+}
+
+// Cells out (type 2 and 3, both widths) match the definition; cells in (type 4) give the
+// same results; threads give the results of the calling thread alone.
+TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
+  using T = TypeParam;
+  for (uint32_t wide : {0u, 1u}) {
+    Problem<T> p({300, 2, false, true}, 8);
+    p.task.wideIndex = wide;
+    p.Describe(4, dfCubicNatural, dfBcFreeEnd, nullptr, 0, nullptr, 4 * 299);
+    ASSERT_EQ(Api<T>::natural(&p.task, 0, 0, nullptr), 0);
+    const std::vector<T> s = Sites(p, 3000, 9);
+    const int64_t ns = int64_t(s.size());
+    std::vector<int64_t> cells64(ns);
+    std::vector<uint32_t> cells32(ns);
+    void* cells = wide ? static_cast<void*>(cells64.data()) : cells32.data();
+    std::vector<T> r(2 * ns), again(2 * ns), threaded(2 * ns);
+    ASSERT_EQ(Run(p, 3, s, {1}, &r, dfOutSFD, cells), 0);
+    for (int64_t i = 0; i < ns; ++i)
+      ASSERT_EQ(wide ? cells64[i] : int64_t(cells32[i]), BruteCell(p.at, s[i])) << s[i];
+    ASSERT_EQ(Run(p, 4, s, {1}, &again, dfOutSFD, cells), 0);
+    EXPECT_EQ(again, r);
+    ASSERT_EQ(Run(p, 1, s, {1}, &threaded, dfOutSFD, nullptr, qor_support_pool_threading(2)), 0);
+    EXPECT_EQ(threaded, r);
+  }
+}
+
+// Step and look-up kinds read the tabulated values.
+TYPED_TEST(InterpolateTest, TabulatedKinds) {
+  using T = TypeParam;
+  Problem<T> p({6, 2, false, false}, 4);
+  const int64_t nx = 6;
+  p.Describe(0, dfStepRight, 0, nullptr, 0, nullptr, 0);
+  const std::vector<T> s = {T(p.at[0] - 1), T(p.at[0]), T(p.at[2]), T((p.at[2] + p.at[3]) / 2),
+                            T(p.at[5]), T(p.at[5] + 1)};
+  std::vector<T> r(2 * s.size());
+  ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
+  const int right[] = {0, 0, 2, 2, 5, 5}, left[] = {0, 0, 2, 3, 5, 5};
+  for (int k = 0; k < 2; ++k)
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, right[i])) << "right " << i;
+  p.task.splineType = dfStepLeft;
+  ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
+  for (int k = 0; k < 2; ++k)
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, left[i])) << "left " << i;
+  p.task.splineType = dfLookup;
+  std::vector<T> on(p.at.begin(), p.at.end()), got(2 * nx);
+  ASSERT_EQ(Run(p, 1, on, {1}, &got, dfOutFSD), 0);
+  for (int k = 0; k < 2; ++k)
+    for (int i = 0; i < nx; ++i) EXPECT_EQ(got[k * nx + i], p.Y(k, i));
+}
+
+int MarkLeft(int64_t* n, int64_t*, double*, double* r, const void*) {
+  for (int64_t i = 0; i < *n; ++i) r[i] = 1234;
+  return 0;
+}
+int Refuse(int64_t*, int64_t*, double*, double*, const void*) { return -77; }
+
+TEST(InterpolateCallbackTest, LeftSitesGoToTheCallbackOthersAreEvaluated) {
+  Problem<double> p({5, 1, false, false}, 2);
+  p.Describe(2, 0, 0, nullptr, 0, nullptr, 8);
+  ASSERT_EQ(qor_df_kernel_dDFLinearSpline1D(&p.task, 0, 0, nullptr), 0);
+  const std::vector<double> s = {double(p.at[0] - 1), double(p.at[1]), double(p.at[4] + 1)};
+  const int32_t dorder[] = {1};
+  std::vector<double> r(3);
+  ASSERT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
+                                           r.data(), 0, nullptr, MarkLeft, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            0);
+  EXPECT_EQ(r[0], 1234);
+  EXPECT_NEAR(r[1], p.Y(0, 1), 1e-14);
+  EXPECT_NEAR(r[2], double(Poly(p.C(0, 3, 2), 2, p.at[4] + 1 - p.at[3])), 1e-12);
+  EXPECT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
+                                           r.data(), 0, nullptr, nullptr, nullptr, Refuse,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            -77);
+}
+
+TEST(InterpolateStatusTest, RefusalsInTheirOrder) {
+  struct Case {
+    const char* what;
+    int64_t order, type, rhint, ndorder;
+    int32_t dorder0;
+    double site_shift, dhint1;
+    int status;
+  } cases[] = {
+      {"order 1", 1, 0, 16, 1, 1, 0, 0, dfErrBadType},
+      {"quadratic type 2", 3, 2, 16, 1, 1, 0, 0, dfErrBadType},
+      {"cubic type 1", 4, 1, 16, 1, 1, 0, 0, dfErrBadType},
+      {"order 0 user without callbacks", 0, 3, 16, 1, 1, 0, 0, dfErrBadType},
+      {"data hint", 4, 2, 16, 1, 1, 0, 0.5, dfErrBadSiteHint},
+      {"rhint", 4, 2, 64, 1, 1, 0, 0, dfErrBadOutputHint},
+      {"look-up miss before orders", 0, 6, 16, 2, 0, 0.1, 0, dfErrLookupMiss},
+      {"look-up ndorder", 0, 6, 16, 2, 1, 0, 0, dfErrBadDerOrder},
+      {"look-up value order", 0, 6, 16, 1, 0, 0, 0, dfErrNoValueOrder},
+      {"order 7 passes", 7, 0, 16, 1, 1, 0, 0, 0},
+  };
+  for (const Case& c : cases) {
+    Problem<double> p({5, 1, false, false}, 2);
+    p.Describe(c.order, c.type, 0, nullptr, 0, nullptr, 7 * 4);
+    const double site[2] = {double(p.at[1]) + c.site_shift, double(p.at[2])};
+    const double dhint[5] = {0, c.dhint1, 0, 0, 0};
+    const int32_t dorder[2] = {c.dorder0, 0};
+    double r[4] = {};
+    EXPECT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 2, site, 0, c.ndorder, dorder, dhint,
+                                             r, c.rhint, nullptr, nullptr, nullptr, nullptr,
+                                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+              c.status)
+        << c.what;
+  }
+}
+
+}  // namespace
+}  // namespace fit_test

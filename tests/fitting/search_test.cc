@@ -1,0 +1,351 @@
+// Cell search: every method and form against a brute-force search, method selection and its
+// refusals, site expansion, threads, the callback contract, and the uniform method's
+// multiplied groups against its divided tail.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "fitting/search.h"
+#include "support/threading_tables.h"
+#include "tests/fitting/task_allocation_probe.h"
+
+namespace {
+
+using df::CellForm;
+
+// Number of breakpoints at or below s, with x[nx-1] itself in cell nx-1.
+template <class T>
+int64_t ReferenceCell(const std::vector<T>& x, T s) {
+  const int64_t nx = static_cast<int64_t>(x.size());
+  if (s == x[nx - 1]) return nx - 1;
+  return std::upper_bound(x.begin(), x.end(), s) - x.begin();
+}
+
+template <class T>
+std::vector<T> RandomPartition(int64_t nx, std::mt19937_64& rng) {
+  std::uniform_real_distribution<double> gap(0.01, 1.0);
+  std::vector<T> x(nx);
+  double v = -3.0;
+  for (auto& xi : x) xi = static_cast<T>(v += gap(rng) * (rng() % 8 == 0 ? 20 : 1));
+  return x;
+}
+
+// Random sites inside and outside, every breakpoint, both ends and their neighbours.
+template <class T>
+std::vector<T> AdversarialSites(const std::vector<T>& x, std::mt19937_64& rng) {
+  const T lo = x.front(), hi = x.back(), span = hi - lo;
+  std::uniform_real_distribution<double> u(lo - 0.1 * span, hi + 0.1 * span);
+  std::vector<T> s(x.begin(), x.end());
+  for (T e : {lo, hi}) {
+    s.push_back(std::nextafter(e, -INFINITY));
+    s.push_back(std::nextafter(e, INFINITY));
+  }
+  s.push_back(lo - 1e6);
+  s.push_back(hi + 1e6);
+  for (int i = 0; i < 3000; ++i) s.push_back(static_cast<T>(u(rng)));
+  std::shuffle(s.begin(), s.end(), rng);
+  return s;
+}
+
+std::vector<int64_t> ReadCells(CellForm form, const std::vector<int64_t>& raw) {
+  if (form != CellForm::k32) return raw;
+  const uint32_t* narrow = reinterpret_cast<const uint32_t*>(raw.data());
+  return std::vector<int64_t>(narrow, narrow + raw.size());
+}
+
+template <class T>
+std::vector<int64_t> Search(const df::SearchPlan<T>& plan, CellForm form,
+                            const std::vector<T>& sites, int* status = nullptr) {
+  std::vector<int64_t> raw(sites.size(), -7);
+  int64_t cursor = 0;
+  const int result = df::SearchStretch(plan, form, static_cast<int64_t>(sites.size()),
+                                       sites.data(), &cursor, raw.data(), nullptr);
+  if (status != nullptr) *status = result;
+  return ReadCells(form, raw);
+}
+
+// Estimates of a deliberately poor user search, all left to the library (flag 0).
+template <class T>
+int PoorEstimates(int64_t* n, const T*, int64_t* estimate, uint32_t*, void*, int64_t) {
+  for (int64_t i = 0; i < *n; ++i) estimate[i] = (i * 37) % 300 - 20;
+  return 0;
+}
+
+template <class T>
+class SearchTest : public ::testing::Test {};
+using RealTypes = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(SearchTest, RealTypes);
+
+TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
+  using T = TypeParam;
+  std::mt19937_64 rng(11);
+  const int methods[] = {df::kQuasiUniformSearch, df::kSortedSearch, df::kPeakSearch,
+                         df::kHybridSearch, df::kUserDefSearch};
+  for (int64_t nx : {2, 3, 41, 42, 100, 101, 257, 5000}) {
+    const std::vector<T> x = RandomPartition<T>(nx, rng);
+    std::vector<T> sites = AdversarialSites(x, rng);
+    for (int method : methods) {
+      df::SearchPlan<T> plan;
+      plan.method = method;
+      plan.nx = nx;
+      plan.x = x.data();
+      plan.step = (x[nx - 1] - x[0]) / static_cast<T>(nx - 1);
+      plan.callback = PoorEstimates<T>;
+      std::vector<T> s = sites;
+      if (method == df::kSortedSearch) std::sort(s.begin(), s.end());
+      for (CellForm form : {CellForm::k32, CellForm::k64, CellForm::k64Pack}) {
+        const std::vector<int64_t> cells = Search(plan, form, s);
+        for (size_t i = 0; i < s.size(); ++i)
+          ASSERT_EQ(cells[i], ReferenceCell(x, s[i]))
+              << "nx " << nx << " method " << method << " form " << int(form) << " site "
+              << s[i];
+      }
+    }
+  }
+}
+
+TYPED_TEST(SearchTest, UniformMethodsMatchTheBruteForceSearch) {
+  using T = TypeParam;
+  // Step 1/4 and sites on a 2^-6 grid: every subtraction and product is exact.
+  for (int64_t nx : {2, 5, 333}) {
+    const T ends[2] = {-3, static_cast<T>(-3 + 0.25 * (nx - 1))};
+    std::vector<T> x(nx);
+    for (int64_t i = 0; i < nx; ++i) x[i] = static_cast<T>(-3 + 0.25 * i);
+    std::vector<T> sites;
+    for (int k = -200; k < 64 * 0.25 * nx + 200; k += 3) sites.push_back(static_cast<T>(-3 + k / 64.0));
+    sites.push_back(static_cast<T>(1e30));
+    for (int method : {df::kUniformSearch, df::kUniUserDefSearch}) {
+      df::SearchPlan<T> plan;
+      plan.method = method;
+      plan.nx = nx;
+      plan.x = ends;
+      plan.step = (ends[1] - ends[0]) / static_cast<T>(nx - 1);
+      plan.callback = PoorEstimates<T>;
+      for (CellForm form : {CellForm::k32, CellForm::k64, CellForm::k64Pack}) {
+        const std::vector<int64_t> cells = Search(plan, form, sites);
+        for (size_t i = 0; i < sites.size(); ++i)
+          ASSERT_EQ(cells[i], ReferenceCell(x, sites[i])) << nx << " " << sites[i];
+      }
+    }
+  }
+}
+
+// NaN sites: the uniform method truncates them (indefinite integer + 1 in its width), the
+// hybrid method gives 0 on a short partition and the bisection's end on a long one.
+TYPED_TEST(SearchTest, NaNSites) {
+  using T = TypeParam;
+  const T nan = std::numeric_limits<T>::quiet_NaN();
+  const T ends[2] = {0, 10};
+  df::SearchPlan<T> uniform;
+  uniform.method = df::kUniformSearch;
+  uniform.nx = 11;
+  uniform.x = ends;
+  uniform.step = 1;
+  const std::vector<T> one_nan(5, nan);
+  EXPECT_EQ(Search(uniform, CellForm::k64, one_nan)[0], std::numeric_limits<int64_t>::min() + 1);
+  EXPECT_EQ(Search(uniform, CellForm::k64Pack, one_nan)[4], -2147483647);
+  EXPECT_EQ(Search(uniform, CellForm::k32, one_nan)[0], 0x80000001);
+
+  std::vector<T> x(300);
+  for (int i = 0; i < 300; ++i) x[i] = static_cast<T>(i);
+  df::SearchPlan<T> hybrid;
+  hybrid.method = df::kHybridSearch;
+  hybrid.x = x.data();
+  hybrid.nx = 50;
+  EXPECT_EQ(Search(hybrid, CellForm::k64, one_nan)[0], 0);
+  hybrid.nx = 300;
+  // NaN takes every lower half: lo 0, 150, 225, where hi - lo <= 100.
+  EXPECT_EQ(Search(hybrid, CellForm::k64, one_nan)[0], 225);
+}
+
+TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
+  const int64_t nx = 1001;
+  const double ends[2] = {0.0, 100.0};
+  const double step = (ends[1] - ends[0]) / 1000, inv = 1 / step;
+  double site = 0;
+  for (int i = 1; i < 1000 && site == 0; ++i)
+    for (double s = i * step, k = 0; k < 4; ++k, s = std::nextafter(s, 0.0))
+      if (std::trunc(s * inv) != std::trunc(s / step)) site = s;
+  ASSERT_NE(site, 0) << "no site where the two roundings part";
+  const std::vector<double> sites(5, site);
+  std::vector<int64_t> cells(5);
+  ASSERT_EQ(qor_df_kernel_dDFUniformSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
+                                               nullptr, cells.data()),
+            0);
+  EXPECT_EQ(cells[0], static_cast<int64_t>(site * inv) + 1);
+  EXPECT_EQ(cells[3], cells[0]);
+  EXPECT_EQ(cells[4], static_cast<int64_t>(site / step) + 1);
+  EXPECT_NE(cells[4], cells[0]);
+}
+
+// Exported forms: the flags word chooses the cell width, the sorted form keeps its cursor.
+TEST(SearchTest, EntryFormsWriteTheirWidthAndKeepTheCursor) {
+  const double x[5] = {0, 1, 2, 3, 4};
+  const double sites[4] = {0.5, 2.5, 4, 9};
+  std::vector<int64_t> wide(4, -1);
+  ASSERT_EQ(qor_df_kernel_dDFHybridSearch1D(5, x, 4, sites, 0, nullptr, nullptr, wide.data(), 3), 0);
+  EXPECT_EQ(wide, (std::vector<int64_t>{1, 3, 4, 5}));
+  std::vector<uint32_t> narrow(8, 7);
+  ASSERT_EQ(qor_df_kernel_dDFPeakSearch1D(5, x, 4, sites, 0, nullptr, nullptr, narrow.data(), 2), 0);
+  EXPECT_EQ(narrow, (std::vector<uint32_t>{1, 3, 4, 5, 7, 7, 7, 7}));
+  int64_t cursor = 0;
+  ASSERT_EQ(qor_df_kernel_dDFSortedSearch1D64Pack(5, x, 2, sites, &cursor, 0, nullptr, nullptr,
+                                                  wide.data()),
+            0);
+  EXPECT_EQ(cursor, 3);
+  // A cursor past the true cell gives the cursor's cell.
+  const float xf[5] = {0, 1, 2, 3, 4}, early = 0.5f;
+  cursor = 3;
+  uint32_t cell = 0;
+  ASSERT_EQ(qor_df_kernel_sDFSortedSearch1D32(5, xf, 1, &early, &cursor, 0, nullptr, nullptr, &cell), 0);
+  EXPECT_EQ(cell, 3u);
+}
+
+struct CallbackScript {
+  int result;
+  uint32_t flag;
+};
+
+int ScriptedCallback(int64_t* n, const double*, int64_t* estimate, uint32_t* flag, void* data,
+                     int64_t length) {
+  const auto* script = static_cast<const CallbackScript*>(data);
+  for (int64_t i = 0; i < *n; ++i) {
+    estimate[i] = 40 + length;
+    flag[i] = script->flag;
+  }
+  return script->result;
+}
+
+TEST(SearchTest, CallbackContract) {
+  std::vector<double> x(100);
+  for (int i = 0; i < 100; ++i) x[i] = i;
+  const double site = 2.5;
+  const struct {
+    CallbackScript script;
+    int status;
+    int64_t cell;
+  } cases[] = {
+      {{-7, 0}, -7, -1},   // stops the search with its status
+      {{1000, 0}, 0, 42},  // estimates are the cells
+      {{5, 1}, 5, 42},     // flagged sites keep the estimate
+      {{5, 0}, 5, 3},      // unflagged sites are searched
+  };
+  for (const auto& c : cases) {
+    int64_t cell = -1;
+    uint32_t site_flag = 9;
+    EXPECT_EQ(qor_df_kernel_dDFUserDefSearch1D64Pack(100, x.data(), 1, &site, 0, nullptr, nullptr,
+                                                     &cell, ScriptedCallback,
+                                                     const_cast<CallbackScript*>(&c.script), 2,
+                                                     &site_flag),
+              c.status);
+    EXPECT_EQ(cell, c.cell) << c.script.result;
+  }
+}
+
+template <class T>
+struct DriverCase {
+  const char* name;
+  uint64_t x_hint;
+  int64_t site_hint;
+  std::vector<T> dhint;
+  int status;
+};
+
+TYPED_TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
+  using T = TypeParam;
+  const T nan = std::numeric_limits<T>::quiet_NaN();
+  const DriverCase<T> cases[] = {
+      {"hybrid", 1, 0, {}, 0},
+      {"hybrid by data hint, position not read", 1, 0, {0, 0, 0, 0, -5}, 0},
+      {"peak", 1, 0, {0, 1, 0, 0, 3}, 0},
+      {"choice neither 0 nor 1", 1, 0, {0, 0.5, 0, 0, 3}, dfErrBadSiteHint},
+      {"choice NaN", 1, 0, {0, nan, 0, 0, 3}, dfErrBadSiteHint},
+      {"peak below 0", 1, 0, {0, 1, 0, 0, -1}, dfErrBadSiteHint},
+      {"peak above nx", 1, 0, {0, 1, 0, 0, 600}, dfErrBadSiteHint},
+      {"peak NaN", 1, 0, {0, 1, 0, 0, nan}, dfErrBadSiteHint},
+      {"sorted before the data hint", 1, 64, {0, 0.5, 0, 0, 0}, 0},
+      {"quasi-uniform before the site hint", 2, 64, {0, 0.5, 0, 0, 0}, 0},
+  };
+  std::mt19937_64 rng(5);
+  const std::vector<T> x = RandomPartition<T>(500, rng);
+  std::vector<T> sites = AdversarialSites(x, rng);
+  std::sort(sites.begin(), sites.end());
+  for (const auto& c : cases) {
+    dfTask* task = nullptr;
+    ASSERT_EQ(df::IsDouble<T>() ? qor_df_kernel_dNewTask1D(&task, 500, (const double*)x.data(), c.x_hint, 0, nullptr, 0, 1)
+                                : qor_df_kernel_sNewTask1D(&task, 500, (const float*)x.data(), c.x_hint, 0, nullptr, 0, 1),
+              0);
+    std::vector<int64_t> cells(sites.size(), -1);
+    const T* dhint = c.dhint.empty() ? nullptr : c.dhint.data();
+    int status;
+    if constexpr (sizeof(T) == 8)
+      status = qor_df_kernel_dDFSearch1D(task, 0, sites.size(), sites.data(), c.site_hint, dhint,
+                                         cells.data(), nullptr, nullptr, nullptr);
+    else
+      status = qor_df_kernel_sDFSearch1D(task, 0, sites.size(), sites.data(), c.site_hint, dhint,
+                                         cells.data(), nullptr, nullptr, nullptr);
+    EXPECT_EQ(status, c.status) << c.name;
+    if (status == 0)
+      for (size_t i = 0; i < sites.size(); ++i)
+        ASSERT_EQ(cells[i], ReferenceCell(x, sites[i])) << c.name;
+    qor_df_kernel_DeleteTask(&task);
+  }
+}
+
+// Serial and pool tables give the same cells; uniform sites expand on the stack up to 4096.
+TEST(SearchTest, ThreadsAndExpandedSites) {
+  std::mt19937_64 rng(3);
+  const std::vector<double> x = RandomPartition<double>(5000, rng);
+  std::vector<double> sites = AdversarialSites(x, rng);
+  sites.resize(20000, 1.5);
+  for (uint64_t x_hint : {1u, 2u}) {
+    dfTask* task = nullptr;
+    ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), x_hint, 0, nullptr, 0, 0), 0);
+    for (int64_t site_hint : {0, 64}) {
+      std::vector<double> s = sites;
+      if (site_hint == 64) std::sort(s.begin(), s.end());
+      std::vector<uint32_t> serial(s.size()), pooled(s.size());
+      ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
+                                          serial.data(), nullptr, nullptr,
+                                          qor_support_serial_threading()),
+                0);
+      for (int threads : {2, 3, 7}) {
+        ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
+                                            pooled.data(), nullptr, nullptr,
+                                            qor_support_pool_threading(threads)),
+                  0);
+        ASSERT_EQ(serial, pooled) << x_hint << " " << site_hint << " " << threads;
+      }
+    }
+    qor_df_kernel_DeleteTask(&task);
+  }
+
+  dfTask* task = nullptr;
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), 1, 0, nullptr, 0, 0), 0);
+  const double ends[2] = {x[0] - 1, x[4999] + 1};
+  for (int64_t nsite : {4096, 4097}) {
+    std::vector<uint32_t> cells(nsite);
+    probe::Reset();
+    ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
+                                        nullptr, qor_support_pool_threading(2)),
+              0);
+    EXPECT_EQ(probe::Allocations(), nsite > 4096 ? 1 : 0);
+    const double d = (ends[1] - ends[0]) * (1.0 / (nsite - 1));
+    for (int64_t i = 0; i < nsite; i += 97)
+      ASSERT_EQ(cells[i], ReferenceCell(x, i * d + ends[0])) << i;
+    probe::ScopedFailure failure(0);
+    EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
+                                        nullptr, nullptr),
+              nsite > 4096 ? dfErrNoMemory : 0);
+  }
+  EXPECT_EQ(qor_df_kernel_dDFSearch1D(nullptr, 0, 1, ends, 0, nullptr, nullptr, nullptr, nullptr,
+                                      nullptr),
+            dfErrNullTask);
+  qor_df_kernel_DeleteTask(&task);
+}
+
+}  // namespace

@@ -1,0 +1,277 @@
+// The fitting task: refusals in their order, table layouts, the search accelerator, and
+// allocation failures that leave nothing behind.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "fitting/task.h"
+#include "tests/fitting/task_allocation_probe.h"
+
+namespace {
+
+std::vector<double> Partition(int64_t nx) {
+  std::vector<double> x(nx);
+  for (int64_t i = 0; i < nx; ++i) x[i] = i * 0.5 + (i % 3) * 0.01;
+  return x;
+}
+
+struct NewCase {
+  const char* name;
+  int64_t nx;
+  bool x;
+  uint64_t x_hint;
+  int64_t ny;
+  bool y;
+  uint64_t y_hint;
+  int status;
+};
+
+TEST(TaskTest, CreationRefusesBadArgumentsInOrderBeforeAllocating) {
+  const NewCase cases[] = {
+      {"nx below 2 before null x", 1, false, 3, 0, false, 5, dfErrBadNx},
+      {"null x before x hint", 2, false, 3, 0, false, 5, dfErrBadX},
+      {"x hint 3", 4, true, 3, 1, true, 0, dfErrBadXHint},
+      {"x hint 5", 4, true, 5, 1, true, 0, dfErrBadXHint},
+      {"ny 0 with y", 4, true, 1, 0, true, 0, dfErrBadNy},
+      {"ny 1 without y", 4, true, 1, 1, false, 0, dfErrBadY},
+      {"y hint 64", 4, true, 1, 1, true, 64, dfErrBadYHint},
+      {"y hint 17", 4, true, 1, 1, true, 17, dfErrBadYHint},
+  };
+  std::vector<double> x = Partition(8), y(8);
+  for (const NewCase& c : cases) {
+    probe::Reset();
+    dfTask* task = reinterpret_cast<dfTask*>(&x);  // must stay untouched
+    EXPECT_EQ(qor_df_kernel_dNewTask1D(&task, c.nx, c.x ? x.data() : nullptr, c.x_hint, c.ny,
+                                       c.y ? y.data() : nullptr, c.y_hint, 0),
+              c.status)
+        << c.name;
+    EXPECT_EQ(probe::Allocations(), 0) << c.name;
+    EXPECT_EQ(task, reinterpret_cast<dfTask*>(&x)) << c.name;
+  }
+}
+
+TEST(TaskTest, FieldsAndTablesOfANewTask) {
+  std::vector<float> x = {0, 1, 2, 3, 4}, y(15);
+  dfTask* task = nullptr;
+  ASSERT_EQ(qor_df_kernel_sNewTask1D(&task, 5, x.data(), dfXNonUniform, 3, y.data(), dfYRows, 1),
+            0);
+  EXPECT_EQ(task->recordTag, 4);
+  EXPECT_EQ(task->isDouble, 0u);
+  EXPECT_EQ(task->taskKind, 1u);
+  EXPECT_EQ(task->wideIndex, 1u);
+  EXPECT_EQ(task->yTable[2], y.data() + 10);
+  EXPECT_EQ(task->splineOrder, 0);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(task) % 128, 0u);
+  EXPECT_EQ(qor_df_kernel_DeleteTask(&task), 0);
+  EXPECT_EQ(task, nullptr);
+  EXPECT_EQ(qor_df_kernel_DeleteTask(&task), dfErrNullTask);
+
+  // Breakpoint-major values keep one pointer; separate ones set entry 0 only; none, no table.
+  std::vector<double> xd = Partition(5), yd(15);
+  dfTask* d = nullptr;
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&d, 5, xd.data(), 1, 3, yd.data(), dfYSeparate, 0), 0);
+  EXPECT_EQ(d->yTable[0], yd.data());
+  EXPECT_EQ(d->yTable[1], nullptr);
+  qor_df_kernel_DeleteTask(&d);
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&d, 5, xd.data(), 1, 0, nullptr, 0, 0), 0);
+  EXPECT_EQ(d->yTable, nullptr);
+  qor_df_kernel_DeleteTask(&d);
+}
+
+TEST(TaskTest, AcceleratorOfTwoBreakpointsAndOfAUniformTask) {
+  double x[3] = {1.0, 2.0, 0.0 / 0.0};  // x[2] of a uniform task is never read
+  dfTask* task = nullptr;
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 2, x, dfXNonUniform, 0, nullptr, 0, 0), 0);
+  ASSERT_EQ(task->cellCount, 16u);
+  EXPECT_EQ(task->cellTable[0], 0u);
+  for (int j = 0; j <= 16; ++j) EXPECT_EQ(task->cellTable[2 * j + 1], 1u) << j;
+  EXPECT_EQ(task->cellScale.d, 16.0);
+  qor_df_kernel_DeleteTask(&task);
+
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 1000, x, dfXUniform, 0, nullptr, 0, 0), 0);
+  EXPECT_EQ(task->cellCount, 0u);
+  EXPECT_EQ(task->cellTable, nullptr);
+  EXPECT_EQ(qor_df_kernel_iEditVal(task, dfParamXHint, 2), 0);  // stores only
+  EXPECT_EQ(task->cellTable, nullptr);
+  qor_df_kernel_DeleteTask(&task);
+}
+
+// Every bucket's (lo, hi) encloses the breakpoints around any value of the bucket.
+TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
+  for (int64_t nx : {17, 271, 272, 5000, 20000}) {
+    std::vector<double> x(nx);
+    for (int64_t i = 0; i < nx; ++i) x[i] = i + 0.9 * (i * i % 7) / 7.0 + (i > nx / 2 ? 3 * i : 0);
+    dfTask* task = nullptr;
+    ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, nx, x.data(), dfXNoHint, 0, nullptr, 0, 0), 0);
+    const uint64_t m = task->cellCount;
+    EXPECT_EQ(m, static_cast<uint64_t>(nx < 272 ? 16 : nx >= 16384 ? 1024 : nx / 16));
+    for (int64_t i = 0; i + 1 < nx; ++i) {
+      const double v = 0.5 * (x[i] + x[i + 1]);
+      const uint64_t j = static_cast<uint64_t>((v - x[0]) * task->cellScale.d);
+      ASSERT_LE(task->cellTable[2 * j], static_cast<uint64_t>(i)) << nx << " " << i;
+      ASSERT_GE(task->cellTable[2 * j + 1], static_cast<uint64_t>(i + 1)) << nx << " " << i;
+    }
+    EXPECT_EQ(task->cellTable[2 * m], task->cellTable[2 * (m - 1)]);
+    qor_df_kernel_DeleteTask(&task);
+  }
+}
+
+struct ValueCase {
+  int id;
+  int64_t value;
+  int status;
+};
+
+TEST(TaskTest, ValueEditsRefuseAndQueriesReadBack) {
+  const ValueCase cases[] = {
+      {13, 0, dfErrBadParam},           {24, 0, dfErrBadParam},
+      {dfParamNx, 1, dfErrBadNx},       {dfParamNx, 9, 0},
+      {dfParamXHint, 3, dfErrBadXHint}, {dfParamXHint, 2, 0},
+      {dfParamNy, 0, dfErrBadNy},       {dfParamNy, 2, 0},
+      {dfParamYHint, 48, dfErrBadYHint},{dfParamYHint, 32, 0},
+      {dfParamOrder, -1, dfErrBadOrder},{dfParamOrder, 4, 0},
+      {dfParamType, 6, dfErrBadType},   {dfParamType, 9, 0},
+      {dfParamIcType, 3, dfErrBadIcType},{dfParamIcType, 9, 0},
+      {dfParamBcType, -1, dfErrBadBcType},{dfParamBcType, 64, 0},
+      {dfParamCoeffHint, 8, dfErrBadCoeffHint}, {dfParamCoeffHint, 128, 0},
+      {dfParamAuxFlag, 2, dfErrBadFlagValue},   {dfParamAuxFlag, 1, 0},
+  };
+  std::vector<double> x = Partition(9), y(18);
+  for (uint32_t wide : {0u, 1u}) {
+    dfTask* task = nullptr;
+    ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 9, x.data(), 1, 2, y.data(), 0, wide), 0);
+    for (const ValueCase& c : cases) {
+      EXPECT_EQ(qor_df_kernel_iEditVal(task, c.id, c.value), c.status) << c.id << " " << c.value;
+      if (c.status != 0) continue;
+      int64_t result = -1;
+      EXPECT_EQ(qor_df_kernel_iQueryVal(task, c.id, &result), 0);
+      // A narrow task writes only the low 32 bits.
+      const int64_t expected = wide ? c.value : (int64_t{-1} << 32) | c.value;
+      EXPECT_EQ(result, expected) << c.id;
+    }
+    int64_t result;
+    EXPECT_EQ(qor_df_kernel_iQueryVal(nullptr, dfParamNx, &result), dfErrNullTask);
+    EXPECT_EQ(qor_df_kernel_iQueryVal(task, dfParamNx, nullptr), dfErrNullResult);
+    EXPECT_EQ(qor_df_kernel_iQueryVal(task, 5, &result), dfErrBadParam);
+    EXPECT_EQ(qor_df_kernel_iEditVal(nullptr, dfParamNx, 5), dfErrNullTask);
+    qor_df_kernel_DeleteTask(&task);
+  }
+}
+
+TEST(TaskTest, SplineEditStoresStepByStep) {
+  std::vector<double> x = Partition(6), y(12), coeff(64), bc(2), ic(6);
+  dfTask* task = nullptr;
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 2, y.data(), 0, 0), 0);
+  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(nullptr, 4, 2, 0, nullptr, 0, nullptr, nullptr, 0),
+            dfErrNullTask);
+  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, -1, 2, 0, nullptr, 0, nullptr, nullptr, 0),
+            dfErrBadOrder);
+  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, -1, 0, nullptr, 0, nullptr, nullptr, 0),
+            dfErrBadType);
+  // The order and type stay when a later step refuses.
+  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 12, nullptr, 0, nullptr, nullptr, 0),
+            dfErrBadBc);
+  EXPECT_EQ(task->splineOrder, 4);
+  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 64, nullptr, 1, nullptr, nullptr, 0),
+            dfErrBadIc);
+  EXPECT_EQ(task->bcType, 64);
+  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 2, nullptr, 0, ic.data(), nullptr, 0),
+            dfErrBadIcType);
+  // Cubic: 4*(nx-1) reals a function; knotted quadratic: 3*nx.
+  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 12, bc.data(), 0, nullptr, coeff.data(), 0),
+            0);
+  EXPECT_EQ(task->coeffTable[1], coeff.data() + 20);
+  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 3, 1, 1, nullptr, 8, ic.data(), coeff.data(), 0),
+            0);
+  EXPECT_EQ(task->coeffTable[1], coeff.data() + 18);
+  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 2, 0, 1, nullptr, 0, nullptr, coeff.data(), 128),
+            0);
+  EXPECT_EQ(task->coeffTable[1], nullptr);
+  // No coefficient array: the table stays and the hint is stored.
+  void** table = task->coeffTable;
+  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 2, 0, 1, nullptr, 0, nullptr, nullptr, 16), 0);
+  EXPECT_EQ(task->coeffTable, table);
+  EXPECT_EQ(task->coeffHint, 16u);
+  qor_df_kernel_DeleteTask(&task);
+
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 0, nullptr, 0, 0), 0);
+  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 2, 0, 1, nullptr, 0, nullptr, coeff.data(), 0),
+            dfErrBadNy);
+  qor_df_kernel_DeleteTask(&task);
+}
+
+TEST(TaskTest, PointerEditsAndQueries) {
+  std::vector<double> x = Partition(6), x2 = Partition(6), y(12), coeff(64);
+  dfTask* task = nullptr;
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 2, y.data(), 32, 0), 0);
+  const struct {
+    int id;
+    int null_status;
+  } ptr_cases[] = {{dfParamX, dfErrBadX},   {dfParamY, dfErrBadY},   {dfParamIc, dfErrBadIc},
+                   {dfParamBc, dfErrBadBc}, {dfParamCoeff, dfErrBadCoeff}, {6, dfErrBadParam}};
+  for (const auto& c : ptr_cases) EXPECT_EQ(qor_df_kernel_dEditPtr(task, c.id, nullptr), c.null_status);
+  EXPECT_EQ(qor_df_kernel_dEditPtr(task, dfParamX, x2.data()), 0);
+  EXPECT_EQ(qor_df_kernel_dEditPtr(task, dfParamCoeff, coeff.data()), 0);
+  double* result = nullptr;
+  EXPECT_EQ(qor_df_kernel_dQueryPtr(task, dfParamX, &result), 0);
+  EXPECT_EQ(result, x2.data());
+  EXPECT_EQ(qor_df_kernel_dQueryPtr(task, dfParamCoeff, &result), 0);
+  EXPECT_EQ(result, coeff.data());
+  EXPECT_EQ(qor_df_kernel_dQueryPtr(task, 0, &result), dfErrBadParam);
+  EXPECT_EQ(qor_df_kernel_dQueryPtr(task, 1, nullptr), dfErrNullResult);
+  EXPECT_EQ(qor_df_kernel_dQueryPtr(nullptr, 1, &result), dfErrNullTask);
+
+  // Indexed access: breakpoint-major values refuse, the index test comes next.
+  void* entry = nullptr;
+  EXPECT_EQ(qor_df_kernel_sEditIdxPtr(task, dfParamY, 0, y.data()), dfErrBadYHint);
+  EXPECT_EQ(qor_df_kernel_dEditIdxPtr(task, dfParamCoeff, 2, coeff.data()), dfErrBadIndex);
+  EXPECT_EQ(qor_df_kernel_dEditIdxPtr(task, dfParamCoeff, 1, nullptr), dfErrBadCoeff);
+  EXPECT_EQ(qor_df_kernel_dEditIdxPtr(task, dfParamCoeff, 1, coeff.data() + 7), 0);
+  EXPECT_EQ(qor_df_kernel_dEditIdxPtr(task, 3, 0, coeff.data()), dfErrBadParam);
+  EXPECT_EQ(qor_df_kernel_sQueryIdxPtr(task, dfParamCoeff, 1, &entry), 0);
+  EXPECT_EQ(entry, coeff.data() + 7);
+  // The entry just past the table may be queried, not edited.
+  EXPECT_EQ(qor_df_kernel_dQueryIdxPtr(task, dfParamCoeff, 2, &entry), 0);
+  EXPECT_EQ(qor_df_kernel_dQueryIdxPtr(task, dfParamCoeff, 3, &entry), dfErrBadIndex);
+  EXPECT_EQ(qor_df_kernel_dQueryIdxPtr(task, dfParamY, 0, &entry), dfErrBadYHint);
+  EXPECT_EQ(qor_df_kernel_dQueryIdxPtr(task, 4, 0, &entry), dfErrBadParam);
+  EXPECT_EQ(qor_df_kernel_dQueryIdxPtr(task, 2, 0, nullptr), dfErrNullResult);
+  qor_df_kernel_DeleteTask(&task);
+}
+
+// Every allocation of creation and edits fails in turn; the task is deleted afterwards and
+// no block stays behind.
+TEST(TaskTest, AllocationFailuresLeakNothing) {
+  std::vector<float> x(300), y(600), coeff(4 * 600);
+  for (int i = 0; i < 300; ++i) x[i] = static_cast<float>(i);
+  const long live = probe::LiveBlocks();
+  for (long fail_at = 0; fail_at < 3; ++fail_at) {
+    dfTask* task = nullptr;
+    int status;
+    {
+      probe::ScopedFailure failure(fail_at);
+      status = qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0);
+    }
+    EXPECT_EQ(status, dfErrNoMemory) << fail_at;
+    if (fail_at == 0) EXPECT_EQ(task, nullptr);
+    if (task != nullptr) qor_df_kernel_DeleteTask(&task);
+    EXPECT_EQ(probe::LiveBlocks(), live) << fail_at;
+  }
+  dfTask* task = nullptr;
+  ASSERT_EQ(qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0), 0);
+  {
+    probe::ScopedFailure failure(0);
+    EXPECT_EQ(qor_df_kernel_sEditPtr(task, dfParamY, y.data()), dfErrNoMemory);
+    EXPECT_EQ(task->yTable, nullptr);
+    EXPECT_EQ(qor_df_kernel_sEditPPSpline1D(task, 4, 2, 2, nullptr, 0, nullptr, coeff.data(), 0),
+              dfErrNoMemory);
+    EXPECT_EQ(qor_df_kernel_iEditVal(task, dfParamXHint, 1), dfErrNoMemory);
+    EXPECT_EQ(task->cellTable, nullptr);
+  }
+  EXPECT_EQ(qor_df_kernel_iEditVal(task, dfParamXHint, 1), 0);
+  EXPECT_NE(task->cellTable, nullptr);
+  qor_df_kernel_DeleteTask(&task);
+  EXPECT_EQ(probe::LiveBlocks(), live);
+}
+
+}  // namespace

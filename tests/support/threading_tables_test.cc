@@ -1,0 +1,54 @@
+// The serial and pool threading tables run every body once, with the run's count and word.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <vector>
+
+#include "support/threading_tables.h"
+
+namespace {
+
+struct Record {
+  std::vector<std::atomic<int>> calls;
+  std::atomic<int> bad_arguments{0};
+  explicit Record(int n) : calls(n) {}
+};
+
+void Count(int64_t index, int64_t count, int64_t word, void* args) {
+  auto* record = static_cast<Record*>(args);
+  if (count != static_cast<int64_t>(record->calls.size()) || word != 77) ++record->bad_arguments;
+  ++record->calls[index];
+}
+
+TEST(ThreadingTablesTest, EveryBodyRunsOnceWithCountAndWord) {
+  const qorThreading* tables[] = {qor_support_serial_threading(), qor_support_pool_threading(2),
+                                  qor_support_pool_threading(5)};
+  for (const qorThreading* table : tables)
+    for (int blocks : {1, 2, 3, 64, 1000}) {
+      Record record(blocks);
+      EXPECT_EQ(table->parallelFor(77, blocks, &record, Count), 0);
+      for (int i = 0; i < blocks; ++i) ASSERT_EQ(record.calls[i].load(), 1) << blocks;
+      EXPECT_EQ(record.bad_arguments.load(), 0);
+    }
+  EXPECT_EQ(qor_support_serial_threading()->threadCount(0, 0, 0, 0), 1);
+  EXPECT_EQ(qor_support_pool_threading(5)->threadCount(0, 0, 0, 0), 5);
+  EXPECT_EQ(qor_support_pool_threading(0)->threadCount(0, 0, 0, 0), 1);
+  EXPECT_EQ(qor_support_pool_threading(1000)->threadCount(0, 0, 0, 0),
+            qor_support_pool_max_threads());
+}
+
+// A body that starts a run of its own gets it done on its thread.
+void Nested(int64_t, int64_t, int64_t, void* args) {
+  Record inner(4);
+  qor_support_pool_threading(4)->parallelFor(77, 4, &inner, Count);
+  for (auto& c : inner.calls)
+    if (c.load() != 1) ++static_cast<Record*>(args)->bad_arguments;
+}
+
+TEST(ThreadingTablesTest, NestedRunsComplete) {
+  Record outer(1);
+  qor_support_pool_threading(3)->parallelFor(77, 3, &outer, Nested);
+  EXPECT_EQ(outer.bad_arguments.load(), 0);
+}
+
+}  // namespace
