@@ -29,7 +29,8 @@ double LnCore(double hi, double lo, int extra) {
   const uint64_t bits = BitsOf(hi);
   const int e = static_cast<int>(bits >> 52) - 1023;
   const double m = DoubleOf((bits & 0x000FFFFFFFFFFFFFull) | 0x3FF0000000000000ull);
-  const double lm = lo == 0 ? 0.0 : __builtin_ldexp(lo, -e);
+  // lo * 2^-e as (lo / 2) * 2^(1 - e): both factors stay normal for every e of a double.
+  const double lm = (lo * 0.5) * DoubleOf(static_cast<uint64_t>(1024 - e) << 52);
   // Row j = round(64 (m - 1)), from the low bits of m + 2^46 + 1 (spacing 2^-6).
   const int j = static_cast<int>(BitsOf(m + 70368744177665.0) & 0x7F);
   const double* row = kLnCoreTable[j];
