@@ -74,11 +74,15 @@ inline __m128d LogBlock(__m128d x, __m128d n) {
   const __m128d lo = _mm_unpackhi_pd(row0, row1);
   // s = n log_b(2) + hi is exact: both are multiples of 2^-40 below 2^11.
   const __m128d s = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Hi)), hi);
-  // t = rh log_b(e) exact (rh has 37 bits, the short part 9), the rest of r log_b(e) apart.
   __m128d t = rh, rest = rl;
   if constexpr (B::kScaled) {
-    t = _mm_mul_pd(rh, _mm_set1_pd(B::kScaleHi));
-    rest = _mm_add_pd(_mm_mul_pd(rl, _mm_set1_pd(B::kScaleHi)),
+    // r log_b(e) with r = rh + rl exactly: t = (r to 26 bits) * (9-bit part) is exact, and
+    // the rest of r, its rounding error and the low part of log_b(e) go apart.
+    const __m128d back = _mm_sub_pd(r, rh);
+    const __m128d r_err = _mm_add_pd(_mm_sub_pd(rh, _mm_sub_pd(r, back)), _mm_sub_pd(rl, back));
+    const __m128d rr = _mm_and_pd(r, BitsPd(0xFFFFFFFFF8000000ull));
+    t = _mm_mul_pd(rr, _mm_set1_pd(B::kScaleHi));
+    rest = _mm_add_pd(_mm_mul_pd(_mm_add_pd(_mm_sub_pd(r, rr), r_err), _mm_set1_pd(B::kScaleHi)),
                       _mm_mul_pd(r, _mm_set1_pd(B::kScaleLo)));
   }
   const __m128d w = _mm_add_pd(s, t);

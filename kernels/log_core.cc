@@ -29,7 +29,8 @@ double LnCore(double hi, double lo, int extra) {
   const uint64_t bits = BitsOf(hi);
   const int e = static_cast<int>(bits >> 52) - 1023;
   const double m = DoubleOf((bits & 0x000FFFFFFFFFFFFFull) | 0x3FF0000000000000ull);
-  const double lm = lo == 0 ? 0.0 : __builtin_ldexp(lo, -e);
+  // lo * 2^-e as (lo / 2) * 2^(1 - e): both factors stay normal for every e of a double.
+  const double lm = (lo * 0.5) * DoubleOf(static_cast<uint64_t>(1024 - e) << 52);
   // Row j = round(64 (m - 1)), from the low bits of m + 2^46 + 1 (spacing 2^-6).
   const int j = static_cast<int>(BitsOf(m + 70368744177665.0) & 0x7F);
   const double* row = kLnCoreTable[j];
@@ -76,12 +77,10 @@ int AsinhElement(double x, double* r) {
     return 0;
   }
   if (a < kTiny) {
-    // asinh x = x - x^3/6 + 3x^5/40 - ...
-    const double x2 = x * x;
-    *r = x + x * (x2 * (-1.0 / 6.0 + x2 * (3.0 / 40.0)));
-    return 0;
-  }
-  if (a > kHuge) {
+    // asinh a = a - a^3/6 + 3a^5/40 - ...
+    const double a2 = a * a;
+    y = a + a * (a2 * (-1.0 / 6.0 + a2 * (3.0 / 40.0)));
+  } else if (a > kHuge) {
     y = LnCore(a, 0, 1);
   } else {
     // t = a + sqrt(a^2 + 1) as a pair.
@@ -92,7 +91,7 @@ int AsinhElement(double x, double* r) {
     const Pair tn = Normalize(t.hi, t.lo + s.lo);
     y = LnCore(tn.hi, tn.lo, 0);
   }
-  *r = x < 0 ? -y : y;
+  *r = __builtin_copysign(y, x);  // the sign of a zero too
   return 0;
 }
 
@@ -141,18 +140,19 @@ int AtanhElement(double x, double* r, int status_at_one) {
     *r = DoubleOf(kQuietNaNBits);
     return 1;
   }
+  double y;
   if (a < kTiny) {
-    // atanh x = x + x^3/3 + x^5/5 + ...
-    const double x2 = x * x;
-    *r = x + x * (x2 * (1.0 / 3.0 + x2 * 0.2));
-    return 0;
+    // atanh a = a + a^3/3 + a^5/5 + ...
+    const double a2 = a * a;
+    y = a + a * (a2 * (1.0 / 3.0 + a2 * 0.2));
+  } else {
+    // atanh a = ln((1 + a) / (1 - a)) / 2, the quotient as a pair.
+    const Pair num = TwoSum(1.0, a);
+    const Pair den = TwoSum(1.0, -a);
+    const Pair q = DivPair(num, den);
+    y = 0.5 * LnCore(q.hi, q.lo, 0);
   }
-  // atanh a = ln((1 + a) / (1 - a)) / 2, the quotient as a pair.
-  const Pair num = TwoSum(1.0, a);
-  const Pair den = TwoSum(1.0, -a);
-  const Pair q = DivPair(num, den);
-  const double y = 0.5 * LnCore(q.hi, q.lo, 0);
-  *r = x < 0 ? -y : y;
+  *r = __builtin_copysign(y, x);
   return 0;
 }
 
