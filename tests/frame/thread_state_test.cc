@@ -1,7 +1,5 @@
 // Per-thread records: made on demand, independent between threads, freed at thread exit, and a
-// storage failure that ends the process. The core allocator is interposed here to count blocks
-// and to fail on request.
-#include <dlfcn.h>
+// storage failure that ends the process.
 #include <stdint.h>
 
 #include <atomic>
@@ -11,45 +9,16 @@
 
 #include "frame/error_dispatch.h"
 #include "gtest/gtest.h"
-#include "qor/core.h"
 #include "qor/tem.h"
+#include "tests/common/allocation_control.h"
 
 namespace {
 
-std::atomic<long> g_live_blocks{0};
-std::atomic<bool> g_fail_allocation{false};
-
-using AllocateFn = void* (*)(size_t, int);
-using DeallocateFn = void (*)(void*);
-
-template <class Fn>
-Fn Next(const char* name) {
-  return reinterpret_cast<Fn>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
-
-// The frame's objects are linked into this binary, so these definitions take the place of the
-// core library's for them; the real ones are reached through RTLD_NEXT.
-extern "C" void* qor_serv_allocate(size_t size, int alignment) {
-  if (g_fail_allocation.load()) return nullptr;
-  static const AllocateFn real = Next<AllocateFn>("qor_serv_allocate");
-  void* block = real(size, alignment);
-  if (block != nullptr) ++g_live_blocks;
-  return block;
-}
-
-extern "C" void qor_serv_deallocate(void* block) {
-  static const DeallocateFn real = Next<DeallocateFn>("qor_serv_deallocate");
-  if (block != nullptr) --g_live_blocks;
-  real(block);
-}
-
-namespace {
+using alloc_control::LiveBlocks;
 
 TEST(ThreadStateTest, RecordsAreMadeOnFirstUseAndFreedAtThreadExit) {
   _temGetMode();
-  const long before = g_live_blocks.load();
+  const long before = LiveBlocks();
   constexpr int kThreads = 16;
   // Each step lets the main thread read the count while every thread waits.
   std::barrier started(kThreads + 1), go(kThreads + 1), used_all(kThreads + 1), done(kThreads + 1);
@@ -64,15 +33,15 @@ TEST(ThreadStateTest, RecordsAreMadeOnFirstUseAndFreedAtThreadExit) {
     });
   }
   started.arrive_and_wait();
-  const long unused = g_live_blocks.load();
+  const long unused = LiveBlocks();
   go.arrive_and_wait();
   used_all.arrive_and_wait();
-  const long used = g_live_blocks.load();
+  const long used = LiveBlocks();
   done.arrive_and_wait();
   for (std::thread& t : threads) t.join();
   EXPECT_EQ(unused, before) << "a thread that has not called the library has no record";
   EXPECT_EQ(used, before + kThreads) << "one record per thread";
-  EXPECT_EQ(g_live_blocks.load(), before) << "records are freed when their threads end";
+  EXPECT_EQ(LiveBlocks(), before) << "records are freed when their threads end";
 }
 
 template <int I>
@@ -116,26 +85,10 @@ TEST(ThreadStateTest, ThreadsKeepTheirOwnModeStatusAndCallback) {
 TEST(ThreadStateDeathTest, StorageFailurePrintsMessage773AndExitsWith3) {
   EXPECT_EXIT(
       {
-        g_fail_allocation = true;
+        alloc_control::FailAllocation(0);
         std::thread([] { _temGetMode(); }).join();
       },
       testing::ExitedWithCode(3), "cannot allocate the per-thread state");
-}
-
-TEST(ThreadStateTest, FreshRecordHasNoStatusCallbackOrBasePointer) {
-  std::thread([] {
-    EXPECT_EQ(_temGetErrStatus(), 0);
-    EXPECT_EQ(_temGetErrorCallBack(), nullptr);
-    // A zero base pointer leaves the reported index as the element number.
-    static int seen = -1;
-    _temSetErrorCallBack([](temErrorContext* c) {
-      seen = c->Index;
-      return 1;
-    });
-    double a[8] = {}, r[8] = {};
-    tem::temErrorD(3, 6, a, a, r, r, "vdTest");
-    EXPECT_EQ(seen, 6);
-  }).join();
 }
 
 }  // namespace

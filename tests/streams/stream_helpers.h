@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "allocation_control.h"
+#include "tests/common/allocation_control.h"
 #include "gtest/gtest.h"
 #include "qor/core.h"
 #include "qor/rof.h"

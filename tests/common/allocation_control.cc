@@ -1,6 +1,6 @@
 // Interposes the core allocator for the library objects linked into the test binary; the real
 // functions are reached through RTLD_NEXT.
-#include "allocation_control.h"
+#include "tests/common/allocation_control.h"
 
 #include <dlfcn.h>
 #include <stddef.h>

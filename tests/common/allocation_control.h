@@ -1,7 +1,7 @@
-// The core allocator as the stream tests see it: live blocks are counted, and one chosen
-// allocation can be made to fail.
-#ifndef QOR_TESTS_STREAMS_ALLOCATION_CONTROL_H_
-#define QOR_TESTS_STREAMS_ALLOCATION_CONTROL_H_
+// The core allocator as the frame and stream tests see it: live blocks are counted, and one
+// chosen allocation can be made to fail.
+#ifndef QOR_TESTS_COMMON_ALLOCATION_CONTROL_H_
+#define QOR_TESTS_COMMON_ALLOCATION_CONTROL_H_
 
 namespace alloc_control {
 
@@ -32,4 +32,4 @@ int ForEachFailure(Operation operation, Check check, CleanUp clean_up) {
 
 }  // namespace alloc_control
 
-#endif  // QOR_TESTS_STREAMS_ALLOCATION_CONTROL_H_
+#endif  // QOR_TESTS_COMMON_ALLOCATION_CONTROL_H_
