@@ -19,19 +19,8 @@
 
 #include "frame/function_macros.h"
 
-// Paths compiled in by tests/frame/abi.cmake.
-#ifndef QOR_ABI_LIBQOR
-#error "QOR_ABI_LIBQOR (path of the built libqor.so) must be defined"
-#endif
-#ifndef QOR_ABI_LIBQOR_CORE
-#error "QOR_ABI_LIBQOR_CORE (path of the built libqor_core.so) must be defined"
-#endif
-#ifndef QOR_ABI_OBJDUMP
-#error "QOR_ABI_OBJDUMP must be defined"
-#endif
-#ifndef QOR_ABI_READELF
-#error "QOR_ABI_READELF must be defined"
-#endif
+// Paths compiled in by tests/frame/abi.cmake: QOR_ABI_LIBQOR, QOR_ABI_LIBQOR_CORE,
+// QOR_ABI_OBJDUMP, QOR_ABI_READELF.
 
 namespace qor_abi {
 

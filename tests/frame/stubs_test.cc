@@ -59,33 +59,8 @@ int DecodeStub(Address stub, Address ttab, std::string* why) {
   return -1;
 }
 
-TEST_F(Stubs, LibraryIsTheBuiltFile) {
-  Dl_info info;
-  Address stub = Must("_temSetMode");
-  ASSERT_NE(dladdr(stub, &info), 0);
-  char* loaded = realpath(info.dli_fname, nullptr);
-  char* built = realpath(QOR_ABI_LIBQOR, nullptr);
-  ASSERT_NE(loaded, nullptr);
-  ASSERT_NE(built, nullptr);
-  EXPECT_STREQ(loaded, built);
-  free(loaded);
-  free(built);
-}
-
-TEST_F(Stubs, HighAccuracyNamesAreOneStub) {
-  for (const Row& row : rows_) {
-    FunctionNames names = qor_abi::NamesOf(row);
-    Address plain = Must(names.stub1), ha = Must(names.stub1_ha);
-    Address zero = Must(names.stub0), two = Must(names.stub2);
-    EXPECT_EQ(plain, ha) << names.stub1 << " and " << names.stub1_ha;
-    EXPECT_NE(zero, plain) << names.stub0;
-    EXPECT_NE(two, plain) << names.stub2;
-    EXPECT_NE(zero, two) << names.stub0 << " and " << names.stub2;
-  }
-}
-
-// Every stub starts a 16-byte-aligned cell of its own: no two stubs and no other exported
-// symbol start inside the same cell.
+// Every stub starts a 16-byte-aligned cell of its own in the file (and so in memory, the load
+// base being page-aligned): no other stub and no other exported symbol starts inside it.
 TEST_F(Stubs, EachStubHasItsOwnAlignedCell) {
   std::string error;
   std::vector<qor_abi::DynamicSymbol> symbols = qor_abi::DynamicSymbols(QOR_ABI_LIBQOR, &error);
@@ -94,18 +69,8 @@ TEST_F(Stubs, EachStubHasItsOwnAlignedCell) {
   for (const qor_abi::DynamicSymbol& symbol : symbols)
     if (symbol.Exported()) by_cell[symbol.value / 16].insert(symbol.name);
 
-  std::set<uintptr_t> cells;
   for (const Row& row : rows_) {
     FunctionNames names = qor_abi::NamesOf(row);
-    for (int slot = 0; slot < 3; ++slot) {
-      const std::string& stub = names.StubOfSlot(slot);
-      Address address = Must(stub);
-      if (address == nullptr) continue;
-      EXPECT_EQ(reinterpret_cast<uintptr_t>(address) % 16, 0u) << stub << " is not 16-aligned";
-      EXPECT_TRUE(cells.insert(reinterpret_cast<uintptr_t>(address) / 16).second)
-          << stub << " shares a 16-byte cell with another stub";
-    }
-    // In the file: the cell of each stub holds only the stub's own names.
     for (const std::string& stub : names.Stubs()) {
       for (const qor_abi::DynamicSymbol& symbol : symbols) {
         if (symbol.name != stub || !symbol.Exported()) continue;
@@ -131,11 +96,7 @@ TEST_F(Stubs, EachStubJumpsThroughItsSlot) {
       std::string why;
       EXPECT_EQ(DecodeStub(stub, ttab, &why), slot) << stub_name << ": " << why;
     }
-    std::string why;
-    Address ha = Must(names.stub1_ha);
-    if (ha != nullptr) {
-      EXPECT_EQ(DecodeStub(ha, ttab, &why), 1) << names.stub1_ha << ": " << why;
-    }
+    EXPECT_EQ(Must(names.stub1_ha), Must(names.stub1)) << names.stub1_ha << " is its own stub";
   }
 }
 
