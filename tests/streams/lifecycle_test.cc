@@ -27,10 +27,11 @@ TEST(LifecycleTest, NewStreamSetsTheHeader) {
   }
 }
 
+// Abstract families, invalid identifiers, and rows without functions (R250, legacy 279).
 TEST(LifecycleTest, NewStreamRefusalsLeaveTheHandle) {
   NoLeakScope scope;
   for (int brng : {0xA00000, 0xB00000, 0xC00000, 0xA00001, 0x100001, 0x1100000 + (200 << 20),
-                   281, 279}) {
+                   281, 0x200000, 279}) {
     void* stream = &stream;
     EXPECT_EQ(__rofNewStreamEx(&stream, brng, 0, nullptr), ROF_STATUS_BAD_BRNG) << brng;
     EXPECT_EQ(stream, &stream) << brng;

@@ -85,15 +85,14 @@ TEST(RegistryTest, IdentifierDecoding) {
   }
 }
 
+// The edges of each built-in family's sub-identifiers are in BuiltInRowsAndSubIdentifierCounts.
 TEST(RegistryTest, Validity) {
   struct Case {
     int id;
     int status;
   };
   const Case cases[] = {
-      {0x500000 + 272, ROF_STATUS_OK}, {0x500000 + 273, ROF_STATUS_BAD_BRNG},
-      {0x900000 + 6023, ROF_STATUS_OK}, {0x900000 + 6024, ROF_STATUS_BAD_BRNG},
-      {0x100001, ROF_STATUS_BAD_BRNG}, {0x1000000 + (0x100 << 20), ROF_STATUS_BAD_BRNG},
+      {0x500000 + 272, ROF_STATUS_OK}, {0x1000000 + (0x100 << 20), ROF_STATUS_BAD_BRNG},
       {279, ROF_STATUS_OK},            {280, ROF_STATUS_OK},
       {281, ROF_STATUS_BAD_BRNG},      {0xFFFFF, ROF_STATUS_BAD_BRNG},
   };
@@ -110,13 +109,10 @@ TEST(RegistryTest, Validity) {
     else
       EXPECT_TRUE(SameRow(out, untouched)) << c.id;
   }
-  rofBrngProperties wh0, wh272;
-  ASSERT_EQ(__rofGetBrngProperties(0x500000, &wh0), ROF_STATUS_OK);
-  ASSERT_EQ(__rofGetBrngProperties(0x500000 + 272, &wh272), ROF_STATUS_OK);
-  EXPECT_TRUE(SameRow(wh0, wh272));
 }
 
-TEST(RegistryTest, OpenRowsHaveNoFunctionsAndMakeNoStreams) {
+// That they make no streams is in LifecycleTest.NewStreamRefusalsLeaveTheHandle.
+TEST(RegistryTest, OpenRowsHaveNoFunctions) {
   for (int row = 0; row < 16; ++row) {
     const rofBrngProperties& p = __RegBrngsNew[row];
     const bool landed = kRowsWithFunctions.count(row) == 1;
@@ -125,10 +121,6 @@ TEST(RegistryTest, OpenRowsHaveNoFunctionsAndMakeNoStreams) {
     EXPECT_EQ(p.sBrng != nullptr, landed);
     EXPECT_EQ(p.dBrng != nullptr, landed);
     EXPECT_EQ(p.iBrng != nullptr, landed);
-    if (landed) continue;
-    void* stream = &stream;
-    EXPECT_EQ(__rofNewStreamEx(&stream, (row + 1) << 20, 0, nullptr), ROF_STATUS_BAD_BRNG);
-    EXPECT_EQ(stream, &stream) << "the handle is not touched";
   }
 }
 
