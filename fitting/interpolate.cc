@@ -164,6 +164,26 @@ void Evaluate(const Plan<T>& p, int64_t start, int64_t n, const T* s, const int6
   }
 }
 
+// Values alone of a piecewise polynomial of order kOrder at every site of the block: the
+// piece and the offset into it are found once per site and serve every function.
+template <class T, int kOrder>
+void EvaluateValues(const Plan<T>& p, int64_t start, int64_t n, const T* s, const int64_t* c) {
+  const Pieces<T>& q = p.pieces;
+  int64_t piece[kBlock];
+  T t[kBlock];
+  for (int64_t i = 0; i < n; ++i) {
+    piece[i] = q.Index(c[i]) * kOrder;
+    t[i] = s[i] - q.Left(piece[i] / kOrder);
+  }
+  const size_t first = OutIndex(p, 0, start, 0, start, n);
+  const size_t site_stride = OutIndex(p, 0, start + 1, 0, start, n) - first;
+  for (int64_t k = 0; k < p.ny; ++k) {
+    const T* coeff = Coeff<T>(*p.task, k);
+    T* out = p.r + OutIndex(p, k, start, 0, start, n);
+    for (int64_t i = 0; i < n; ++i) out[size_t(i) * site_stride] = Value(coeff + piece[i], kOrder, t[i]);
+  }
+}
+
 // Sites of one class go to their callback with results laid out [site][function][slot].
 template <class T>
 int RunCallback(const Plan<T>& p, InterpCallBack<T> cb, const void* params, int64_t start,
@@ -238,7 +258,11 @@ int RunBlock(const Plan<T>& p, int64_t start, int64_t n, int64_t* cursor) {
     const int status = RunCallback(p, cbs[cls], params[cls], start, n, s, c, cls);
     if (status != 0) return status;
   }
-  if (standard != 0) Evaluate(p, start, n, s, c, lookup, standard);
+  const bool values_alone = standard == kAllClasses && p.nder == 1 && p.derivative[0] == 0;
+  if (values_alone && p.kind == kCubicKind) EvaluateValues<T, 4>(p, start, n, s, c);
+  else if (values_alone && p.kind == kQuadraticKind) EvaluateValues<T, 3>(p, start, n, s, c);
+  else if (values_alone && p.kind == kLinearKind) EvaluateValues<T, 2>(p, start, n, s, c);
+  else if (standard != 0) Evaluate(p, start, n, s, c, lookup, standard);
   return 0;
 }
 
@@ -336,7 +360,10 @@ int Interpolate(dfTask* task, int type, int64_t nsite, const T* site, int64_t si
   p.has_callback = le_cb || re_cb || i_cb;
   p.le_cb = le_cb, p.re_cb = re_cb, p.i_cb = i_cb;
   p.le_params = le_params, p.re_params = re_params, p.i_params = i_params;
-  if (method != 7) p.search = MakeSearchPlan<T>(*task, method, search_cb, search_params);
+  if (method != 7) {
+    p.search = MakeSearchPlan<T>(*task, method, search_cb, search_params);
+    CheckAscending(&p.search, nsite);
+  }
   p.form = CellFormOf(*task);
   const T* x = X<T>(*task);
   p.pieces = {task->nx, x, IsUniform(*task), IsUniform(*task) ? (x[1] - x[0]) / T(task->nx - 1) : T(0)};
@@ -346,8 +373,6 @@ int Interpolate(dfTask* task, int type, int64_t nsite, const T* site, int64_t si
   if (p.kind == kLookupKind) {
     // Every site is tested before the derivative orders.
     int64_t cursor = 0;
-    Plan<T> probe = p;
-    probe.type = type == dfInterpCellsGiven ? type : 0;
     for (int64_t start = 0; start < nsite; start += kBlock) {
       const int64_t n = start + kBlock <= nsite ? kBlock : nsite - start;
       T sites[kBlock];
