@@ -3,6 +3,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "fitting/construct_knotted_quadratic.h"
 #include "fitting/search.h"
 #include "fitting/spline_access.h"
 
@@ -54,6 +55,7 @@ struct Plan {
   SearchPlan<T> search;
   CellForm form;
   Pieces<T> pieces;
+  Knots<T> knots;  // pieces of the knotted quadratic spline
   T* r;
   void* cell;
 };
@@ -142,7 +144,8 @@ void Evaluate(const Plan<T>& p, int64_t start, int64_t n, const T* s, const int6
       T* out = p.r;
       const auto put = [&](int64_t m, T v) { out[OutIndex(p, k, start + i, m, start, n)] = v; };
       if (p.kind <= kPolynomialKind) {
-        const int64_t j = q.Index(c[i]);
+        const int64_t j = p.kind != kKnottedKind ? q.Index(c[i])
+                          : p.knots.Piece(c[i], q.nx, s[i], q);
         const T t = s[i] - q.Left(j);
         const T* cj = coeff + j * p.order;
         for (int64_t m = 0; m < p.nder; ++m)
@@ -367,6 +370,7 @@ int Interpolate(dfTask* task, int type, int64_t nsite, const T* site, int64_t si
   p.form = CellFormOf(*task);
   const T* x = X<T>(*task);
   p.pieces = {task->nx, x, IsUniform(*task), IsUniform(*task) ? (x[1] - x[0]) / T(task->nx - 1) : T(0)};
+  p.knots = TaskKnots<T>(*task);
   p.r = r;
   p.cell = cell;
 
