@@ -26,17 +26,19 @@ template <> struct Solver<float> {
   }
 };
 
-// Writes the cubic of every cell from the slopes `d` (d[nx-1] is d[0] when `wrap`).
+// Writes the cubic of every cell from the slopes `d` (d[nx-1] is d[0] when `wrap`); one
+// reciprocal of the step serves the three quotients of a cell.
 template <class T, bool kColumns, bool kUniform>
 void WriteCells(const Partition<T, kUniform>& p, const Values<T, kColumns>& y, const T* d,
                 int64_t nx, bool wrap, T* c) {
   for (int64_t i = 0; i + 1 < nx; ++i, c += 4) {
     const T di = d[i], dn = (wrap && i + 2 == nx) ? d[0] : d[i + 1];
-    const T slope = p.DivH(y[i + 1] - y[i], i);
+    const T inv = p.DivH(T(1), i);
+    const T slope = (y[i + 1] - y[i]) * inv;
     c[0] = y[i];
     c[1] = di;
-    c[2] = p.DivH(T(3) * slope - T(2) * di - dn, i);
-    c[3] = p.DivH2(di + dn - T(2) * slope, i);
+    c[2] = (T(3) * slope - T(2) * di - dn) * inv;
+    c[3] = (di + dn - T(2) * slope) * inv * inv;
   }
 }
 

@@ -1,6 +1,8 @@
 // Quadratic spline through the breakpoints with a continuous first derivative; the value at
-// the middle of the first cell (bc[0]) fixes the free parameter.
+// the middle of the first cell (bc[0]) fixes the free parameter. Type 1, the knotted
+// quadratic spline, has a worker of its own.
 #include "fitting/construct_frame.h"
+#include "fitting/construct_knotted_quadratic.h"
 
 namespace df {
 namespace {
@@ -46,6 +48,7 @@ struct Quadratic {
 template <class T>
 int Construct(dfTask* task) {
   if (!IsStorageCode(task->yHint)) return dfErrBadYHint;
+  if (task->splineType == dfQuadraticKnotted) return ConstructKnottedQuadratic<T>(*task);
   if (task->splineType != dfQuadraticDefault) return dfErrBadMethod;
   if (task->bcType != dfBcMidValue) return dfErrBadBcType;
   if (task->bc == nullptr) return dfErrBadBc;

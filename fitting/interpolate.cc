@@ -3,6 +3,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "fitting/construct_knotted_quadratic.h"
 #include "fitting/search.h"
 #include "fitting/spline_access.h"
 
@@ -54,6 +55,7 @@ struct Plan {
   SearchPlan<T> search;
   CellForm form;
   Pieces<T> pieces;
+  Knots<T> knots;  // pieces of the knotted quadratic spline
   T* r;
   void* cell;
 };
@@ -142,7 +144,8 @@ void Evaluate(const Plan<T>& p, int64_t start, int64_t n, const T* s, const int6
       T* out = p.r;
       const auto put = [&](int64_t m, T v) { out[OutIndex(p, k, start + i, m, start, n)] = v; };
       if (p.kind <= kPolynomialKind) {
-        const int64_t j = q.Index(c[i]);
+        const int64_t j = p.kind != kKnottedKind ? q.Index(c[i])
+                          : p.knots.Piece(c[i], q.nx, s[i], q);
         const T t = s[i] - q.Left(j);
         const T* cj = coeff + j * p.order;
         for (int64_t m = 0; m < p.nder; ++m)
@@ -161,6 +164,26 @@ void Evaluate(const Plan<T>& p, int64_t start, int64_t n, const T* s, const int6
       const T v = TableValue<T>(task, k, idx);
       for (int64_t m = 0; m < p.nder; ++m) put(m, p.derivative[m] == 0 ? v : T(0));
     }
+  }
+}
+
+// Values alone of a piecewise polynomial of order kOrder at every site of the block: the
+// piece and the offset into it are found once per site and serve every function.
+template <class T, int kOrder>
+void EvaluateValues(const Plan<T>& p, int64_t start, int64_t n, const T* s, const int64_t* c) {
+  const Pieces<T>& q = p.pieces;
+  int64_t piece[kBlock];
+  T t[kBlock];
+  for (int64_t i = 0; i < n; ++i) {
+    piece[i] = q.Index(c[i]) * kOrder;
+    t[i] = s[i] - q.Left(piece[i] / kOrder);
+  }
+  const size_t first = OutIndex(p, 0, start, 0, start, n);
+  const size_t site_stride = OutIndex(p, 0, start + 1, 0, start, n) - first;
+  for (int64_t k = 0; k < p.ny; ++k) {
+    const T* coeff = Coeff<T>(*p.task, k);
+    T* out = p.r + OutIndex(p, k, start, 0, start, n);
+    for (int64_t i = 0; i < n; ++i) out[size_t(i) * site_stride] = Value(coeff + piece[i], kOrder, t[i]);
   }
 }
 
@@ -238,7 +261,11 @@ int RunBlock(const Plan<T>& p, int64_t start, int64_t n, int64_t* cursor) {
     const int status = RunCallback(p, cbs[cls], params[cls], start, n, s, c, cls);
     if (status != 0) return status;
   }
-  if (standard != 0) Evaluate(p, start, n, s, c, lookup, standard);
+  const bool values_alone = standard == kAllClasses && p.nder == 1 && p.derivative[0] == 0;
+  if (values_alone && p.kind == kCubicKind) EvaluateValues<T, 4>(p, start, n, s, c);
+  else if (values_alone && p.kind == kQuadraticKind) EvaluateValues<T, 3>(p, start, n, s, c);
+  else if (values_alone && p.kind == kLinearKind) EvaluateValues<T, 2>(p, start, n, s, c);
+  else if (standard != 0) Evaluate(p, start, n, s, c, lookup, standard);
   return 0;
 }
 
@@ -336,18 +363,20 @@ int Interpolate(dfTask* task, int type, int64_t nsite, const T* site, int64_t si
   p.has_callback = le_cb || re_cb || i_cb;
   p.le_cb = le_cb, p.re_cb = re_cb, p.i_cb = i_cb;
   p.le_params = le_params, p.re_params = re_params, p.i_params = i_params;
-  if (method != 7) p.search = MakeSearchPlan<T>(*task, method, search_cb, search_params);
+  if (method != 7) {
+    p.search = MakeSearchPlan<T>(*task, method, search_cb, search_params);
+    CheckAscending(&p.search, nsite);
+  }
   p.form = CellFormOf(*task);
   const T* x = X<T>(*task);
   p.pieces = {task->nx, x, IsUniform(*task), IsUniform(*task) ? (x[1] - x[0]) / T(task->nx - 1) : T(0)};
+  p.knots = TaskKnots<T>(*task);
   p.r = r;
   p.cell = cell;
 
   if (p.kind == kLookupKind) {
     // Every site is tested before the derivative orders.
     int64_t cursor = 0;
-    Plan<T> probe = p;
-    probe.type = type == dfInterpCellsGiven ? type : 0;
     for (int64_t start = 0; start < nsite; start += kBlock) {
       const int64_t n = start + kBlock <= nsite ? kBlock : nsite - start;
       T sites[kBlock];

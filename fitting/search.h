@@ -42,6 +42,7 @@ struct SearchPlan {
   int64_t nx = 0;
   const T* x = nullptr;
   T step = 0;  // uniform, quasi-uniform and uniform user-defined methods
+  bool ascending = false;  // x checked ascending: the sorted and hybrid methods take shortcuts
   SearchCallBack<T> callback = nullptr;
   void* callback_data = nullptr;
   int64_t callback_length = 0;
@@ -57,6 +58,11 @@ int SelectSearchMethod(const dfTask& task, bool has_callback, int64_t site_hint,
 template <class T>
 SearchPlan<T> MakeSearchPlan(const dfTask& task, int method, SearchCallBack<T> callback,
                              const dfSearchCallBackParam* params);
+
+// Sets plan->ascending for the sorted and hybrid methods when nsite sites are worth a pass
+// over the partition and it is ascending.
+template <class T>
+void CheckAscending(SearchPlan<T>* plan, int64_t nsite);
 
 // Cells of sites [0, nsite) into cell (uint32_t* for k32, int64_t* otherwise). `cursor` is
 // the sorted method's (read and written back; may be null for the other methods),

@@ -6,6 +6,7 @@
 
 #include <stdint.h>
 
+#include "fitting/search_ordered.h"
 #include "fitting/truncate.h"
 
 namespace df {
@@ -76,8 +77,9 @@ inline int64_t QuasiUniformCell(int64_t nx, const T* x, T inv, T s) {
   return x[c - 1] > s ? WalkBackward(x, c - 1, s) : c;
 }
 
-// Sorted sites: bisection only forward of the cursor, which follows the cells.
-template <class T>
+// Sorted sites: bisection only forward of the cursor, which follows the cells. On an
+// ascending partition a gallop from the cursor finds the same cell.
+template <bool kAscending, class T>
 inline int64_t SortedCell(int64_t nx, const T* x, int64_t& cursor, T s) {
   const T last = x[nx - 1];
   if (s == last) return nx - 1;
@@ -85,7 +87,9 @@ inline int64_t SortedCell(int64_t nx, const T* x, int64_t& cursor, T s) {
   if (s >= last) return cursor = nx;
   int64_t cell = cursor;
   if (cursor < nx && s >= x[cursor]) {
-    if (cursor >= nx - 2) {
+    if (kAscending) {
+      cell = GallopCell(nx, x, cursor, s);
+    } else if (cursor >= nx - 2) {
       cell = nx - 1;
     } else {
       int64_t lo = cursor, hi = nx - 1;

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "fitting/search.h"
+#include "fitting/search_ordered.h"
 #include "qor/core.h"
 
 namespace df {
@@ -99,6 +100,14 @@ SearchPlan<T> MakeSearchPlan(const dfTask& task, int method, SearchCallBack<T> c
 }
 
 template <class T>
+void CheckAscending(SearchPlan<T>* plan, int64_t nsite) {
+  if (plan->method != kSortedSearch && plan->method != kHybridSearch) return;
+  if (nsite < 1 || nsite > INT64_MAX / kOrderedSiteShare) return;
+  if (nsite * kOrderedSiteShare < plan->nx) return;
+  plan->ascending = IsAscending(plan->x, plan->nx);
+}
+
+template <class T>
 int SearchSites(const SearchPlan<T>& plan, CellForm form, int64_t nsite, const T* site,
                 int64_t site_hint, void* cell, const qorThreading* threading) {
   if (nsite < 1) return 0;
@@ -138,6 +147,8 @@ template SearchPlan<double> MakeSearchPlan<double>(const dfTask&, int, SearchCal
                                                    const dfSearchCallBackParam*);
 template SearchPlan<float> MakeSearchPlan<float>(const dfTask&, int, SearchCallBack<float>,
                                                  const dfSearchCallBackParam*);
+template void CheckAscending<double>(SearchPlan<double>*, int64_t);
+template void CheckAscending<float>(SearchPlan<float>*, int64_t);
 template int SearchSites<double>(const SearchPlan<double>&, CellForm, int64_t, const double*,
                                  int64_t, void*, const qorThreading*);
 template int SearchSites<float>(const SearchPlan<float>&, CellForm, int64_t, const float*,
@@ -153,7 +164,8 @@ int DFSearch(dfTask* task, int64_t nsite, const T* site, int64_t site_hint, cons
   int method = 0;
   const int status = SelectSearchMethod(*task, callback != nullptr, site_hint, dhint, &method);
   if (status != 0) return status;
-  const SearchPlan<T> plan = MakeSearchPlan(*task, method, callback, params);
+  SearchPlan<T> plan = MakeSearchPlan(*task, method, callback, params);
+  CheckAscending(&plan, nsite);
   const int result = SearchSites(plan, CellFormOf(*task), nsite, site, site_hint, cell, threading);
   return result < 0 ? result : 0;
 }

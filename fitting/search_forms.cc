@@ -100,6 +100,26 @@ int CallbackStretch(const SearchPlan<T>& plan, int64_t n, const T* site,
   return status;
 }
 
+// Hybrid cells of sites on an ascending partition of more than 100 breakpoints: groups of
+// eight sites search the whole partition in lockstep. The last breakpoint and NaN sites
+// keep the method's own answers.
+template <class T, CellForm F>
+void AscendingHybridBlock(int64_t nx, const T* x, int64_t n, const T* site,
+                          typename Form<F>::Out* cell) {
+  constexpr int kGroup = 8;
+  const T last = x[nx - 1];
+  int64_t i = 0;
+  for (; i + kGroup <= n; i += kGroup) {
+    int64_t found[kGroup];
+    UpperBound<T, kGroup>(x, 0, nx, site + i, found);
+    for (int g = 0; g < kGroup; ++g) {
+      const T s = site[i + g];
+      cell[i + g] = Form<F>::Store((s == last || s != s) ? HybridCell(nx, x, s) : found[g]);
+    }
+  }
+  for (; i < n; ++i) cell[i] = Form<F>::Store(HybridCell(nx, x, site[i]));
+}
+
 template <class T, CellForm F>
 int Stretch(const SearchPlan<T>& plan, int64_t n, const T* site, int64_t* cursor,
             typename Form<F>::Out* cell, uint32_t* site_flags) {
@@ -116,7 +136,13 @@ int Stretch(const SearchPlan<T>& plan, int64_t n, const T* site, int64_t* cursor
     }
     case kSortedSearch: {
       int64_t c = cursor != nullptr ? std::clamp<int64_t>(*cursor, 0, nx) : 0;
-      for (int64_t i = 0; i < n; ++i) cell[i] = Form<F>::Store(SortedCell(nx, x, c, site[i]));
+      if (plan.ascending) {
+        for (int64_t i = 0; i < n; ++i)
+          cell[i] = Form<F>::Store(SortedCell<true>(nx, x, c, site[i]));
+      } else {
+        for (int64_t i = 0; i < n; ++i)
+          cell[i] = Form<F>::Store(SortedCell<false>(nx, x, c, site[i]));
+      }
       if (cursor != nullptr) *cursor = c;
       return 0;
     }
@@ -132,8 +158,10 @@ int Stretch(const SearchPlan<T>& plan, int64_t n, const T* site, int64_t* cursor
       for (int64_t start = 0; start < n; start += kHybridBlock) {
         const int64_t count = std::min(kHybridBlock, n - start);
         typename Form<F>::Out block[kHybridBlock];
-        for (int64_t i = 0; i < count; ++i)
-          block[i] = Form<F>::Store(HybridCell(nx, x, site[start + i]));
+        if (plan.ascending) AscendingHybridBlock<T, F>(nx, x, count, site + start, block);
+        else
+          for (int64_t i = 0; i < count; ++i)
+            block[i] = Form<F>::Store(HybridCell(nx, x, site[start + i]));
         memcpy(cell + start, block, sizeof(block[0]) * count);
       }
       return 0;

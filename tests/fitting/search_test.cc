@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "fitting/search.h"
@@ -83,18 +84,25 @@ TYPED_TEST_SUITE(SearchTest, RealTypes);
 TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
   using T = TypeParam;
   std::mt19937_64 rng(11);
-  const int methods[] = {df::kQuasiUniformSearch, df::kSortedSearch, df::kPeakSearch,
-                         df::kHybridSearch, df::kUserDefSearch};
+  // The sorted and hybrid methods also run with the shortcuts of an ascending partition.
+  const std::pair<int, bool> methods[] = {
+      {df::kQuasiUniformSearch, false}, {df::kSortedSearch, false}, {df::kSortedSearch, true},
+      {df::kPeakSearch, false}, {df::kHybridSearch, false}, {df::kHybridSearch, true},
+      {df::kUserDefSearch, false}};
   for (int64_t nx : {2, 3, 41, 42, 100, 101, 257, 5000}) {
-    const std::vector<T> x = RandomPartition<T>(nx, rng);
+    std::vector<T> x = RandomPartition<T>(nx, rng);
+    // Repeated breakpoints keep the partition ascending.
+    if (nx > 100) std::copy(x.begin() + 50, x.begin() + 60, x.begin() + 60);
+    std::sort(x.begin(), x.end());
     std::vector<T> sites = AdversarialSites(x, rng);
-    for (int method : methods) {
+    for (auto [method, ascending] : methods) {
       df::SearchPlan<T> plan;
       plan.method = method;
       plan.nx = nx;
       plan.x = x.data();
       plan.step = (x[nx - 1] - x[0]) / static_cast<T>(nx - 1);
       plan.callback = PoorEstimates<T>;
+      plan.ascending = ascending;
       std::vector<T> s = sites;
       if (method == df::kSortedSearch) std::sort(s.begin(), s.end());
       for (CellForm form : {CellForm::k32, CellForm::k64, CellForm::k64Pack}) {
@@ -159,7 +167,40 @@ TYPED_TEST(SearchTest, NaNSites) {
   EXPECT_EQ(Search(hybrid, CellForm::k64, one_nan)[0], 0);
   hybrid.nx = 300;
   // NaN takes every lower half: lo 0, 150, 225, where hi - lo <= 100.
-  EXPECT_EQ(Search(hybrid, CellForm::k64, one_nan)[0], 225);
+  const std::vector<T> nan_group(20, nan);
+  for (bool ascending : {false, true}) {
+    hybrid.ascending = ascending;
+    EXPECT_EQ(Search(hybrid, CellForm::k64, nan_group), std::vector<int64_t>(20, 225));
+  }
+}
+
+// The shortcuts are taken only on an ascending partition with enough sites to pay the check.
+TYPED_TEST(SearchTest, CheckAscendingNeedsAnAscendingPartitionAndEnoughSites) {
+  using T = TypeParam;
+  const T nan = std::numeric_limits<T>::quiet_NaN();
+  struct Case {
+    std::vector<T> x;
+    int method;
+    int64_t nsite;
+    bool ascending;
+  };
+  const std::vector<T> up(64, T(1));
+  const std::vector<Case> cases = {
+      {up, df::kHybridSearch, 2, true},
+      {up, df::kSortedSearch, 2, true},
+      {up, df::kHybridSearch, 1, false},
+      {up, df::kPeakSearch, 1000, false},
+      {{0, 2, 1, 3}, df::kHybridSearch, 1000, false},
+      {{0, nan, 2, 3}, df::kSortedSearch, 1000, false},
+  };
+  for (const Case& c : cases) {
+    df::SearchPlan<T> plan;
+    plan.method = c.method;
+    plan.nx = static_cast<int64_t>(c.x.size());
+    plan.x = c.x.data();
+    df::CheckAscending(&plan, c.nsite);
+    EXPECT_EQ(plan.ascending, c.ascending) << c.method << " " << c.nsite << " " << c.x[1];
+  }
 }
 
 TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {

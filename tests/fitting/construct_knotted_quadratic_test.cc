@@ -1,0 +1,197 @@
+// The knotted quadratic spline against its defining properties: each piece passes through its
+// breakpoint, value and slope are continuous at the knots, and the end conditions hold. Then
+// its evaluation by the interpolator, its refusals and its failed allocation.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/fitting/construct_fixture.h"
+#include "tests/fitting/task_allocation_probe.h"
+
+namespace fit_test {
+namespace {
+
+template <class T> struct Api;
+template <> struct Api<double> {
+  static constexpr auto construct = qor_df_kernel_dDFQuadraticSpline1D;
+  static constexpr auto interpolate = qor_df_kernel_dDFInterpolate1D;
+};
+template <> struct Api<float> {
+  static constexpr auto construct = qor_df_kernel_sDFQuadraticSpline1D;
+  static constexpr auto interpolate = qor_df_kernel_sDFInterpolate1D;
+};
+
+// Where the knots come from: the middles of the cells (no ic), the caller's array, or the
+// worker's own layout, which ignores the array given with it.
+enum Layout { kMiddles, kGiven, kOwn };
+
+// A task with a knotted quadratic description; `knots` holds t[0..nx] as the test expects them.
+template <class T>
+struct Knotted : Problem<T> {
+  std::vector<T> ic;
+  std::vector<long double> knots;
+
+  Knotted(Shape s, uint32_t seed, uint64_t bc_type, const T* bc, Layout layout)
+      : Problem<T>(s, seed, bc_type == dfBcPeriodic) {
+    const int64_t nx = s.nx;
+    ic.assign(nx + 1, T(0));
+    ic[0] = this->x[0];
+    ic[nx] = this->x.back();
+    for (int64_t i = 1; i < nx; ++i) ic[i] = T(this->at[i - 1] + 0.3L * (this->at[i] - this->at[i - 1]));
+    knots.assign(nx + 1, 0.0L);
+    knots[0] = this->at[0];
+    knots[nx] = this->at[nx - 1];
+    for (int64_t i = 1; i < nx; ++i)
+      knots[i] = layout == kGiven ? (long double)ic[i] : 0.5L * (this->at[i - 1] + this->at[i]);
+    this->Describe(3, dfQuadraticKnotted, bc_type, bc, layout == kOwn ? dfIcKnots | 4 : dfIcKnots,
+                   layout == kMiddles ? nullptr : ic.data(), 3 * nx);
+  }
+  // Derivative `der` of piece j of function k at site s.
+  long double At(int64_t k, int64_t j, long double s, int der) const {
+    return Poly(this->C(k, j, 3), 3, s - this->at[j], der);
+  }
+};
+
+template <class T>
+void ExpectNear(long double a, long double b, const char* what, int64_t at) {
+  EXPECT_NEAR(double(a), double(b), kRelTol<T> * (1 + std::fabs(double(b)))) << what << " at " << at;
+}
+
+template <class T>
+void CheckDefiningProperties() {
+  const T bc[2] = {T(0.75), T(-1.5)};
+  const Shape shapes[] = {{2, 1, false, false}, {3, 2, true, false}, {5, 3, false, true},
+                          {9, 2, true, true}, {12, 1, false, false}};
+  const uint64_t codes[] = {dfBcNotAKnot, dfBcFreeEnd, dfBc1st1st, dfBc2nd1st,
+                            dfBc1st2nd, dfBc2nd2nd, dfBcPeriodic};
+  for (const Shape& shape : shapes)
+    for (uint64_t code : codes)
+      for (Layout layout : {kMiddles, kGiven, kOwn}) {
+        if (shape.nx == 2 && code == dfBcNotAKnot) continue;
+        Knotted<T> p(shape, uint32_t(shape.nx + code), code, bc, layout);
+        SCOPED_TRACE(::testing::Message() << "nx " << shape.nx << " bc " << code << " knots " << layout);
+        ASSERT_EQ(Api<T>::construct(&p.task, 0, 0, nullptr), 0);
+        const int64_t nx = shape.nx, end = nx - 1;
+        for (int64_t k = 0; k < shape.ny; ++k) {
+          for (int64_t j = 0; j < nx; ++j) EXPECT_EQ(p.C(k, j, 3)[0], p.Y(k, j)) << "piece " << j;
+          for (int64_t i = 1; i < nx; ++i)
+            for (int der = 0; der < 2; ++der)
+              ExpectNear<T>(p.At(k, i - 1, p.knots[i], der), p.At(k, i, p.knots[i], der), "knot", i);
+          const long double left1 = p.At(k, 0, p.at[0], 1), right1 = p.At(k, end, p.at[end], 1);
+          const long double left2 = p.At(k, 0, p.at[0], 2), right2 = p.At(k, end, p.at[end], 2);
+          switch (code) {
+            case dfBcNotAKnot:
+              ExpectNear<T>(left2, p.At(k, 1, p.knots[1], 2), "not-a-knot", 0);
+              ExpectNear<T>(right2, p.At(k, end - 1, p.knots[end], 2), "not-a-knot", end);
+              break;
+            case dfBcPeriodic:
+              ExpectNear<T>(left1, right1, "periodic slope", 0);
+              ExpectNear<T>(left2, right2, "periodic curvature", 0);
+              break;
+            default:
+              const bool first_left = code == dfBc1st1st || code == dfBc1st2nd;
+              const bool first_right = code == dfBc1st1st || code == dfBc2nd1st;
+              const T value_left = code == dfBcFreeEnd ? T(0) : bc[0];
+              const T value_right = code == dfBcFreeEnd ? T(0) : bc[1];
+              ExpectNear<T>(first_left ? left1 : left2, value_left, "left end", 0);
+              ExpectNear<T>(first_right ? right1 : right2, value_right, "right end", end);
+          }
+        }
+      }
+}
+
+TEST(KnottedQuadraticTest, DoubleMeetsItsDefinition) { CheckDefiningProperties<double>(); }
+TEST(KnottedQuadraticTest, FloatMeetsItsDefinition) { CheckDefiningProperties<float>(); }
+
+// The interpolator picks the piece by the knots, inside and outside the partition.
+template <class T>
+void CheckInterpolation(Shape shape, Layout layout) {
+  const T bc[2] = {T(0.5), T(2)};
+  Knotted<T> p(shape, 7, dfBc1st2nd, bc, layout);
+  ASSERT_EQ(Api<T>::construct(&p.task, 0, 0, nullptr), 0);
+  const int64_t nx = shape.nx;
+  std::vector<T> site = {T(p.at[0] - 0.5L), T(p.at[nx - 1] + 0.5L)};
+  for (int64_t i = 0; i < nx; ++i) site.push_back(T(p.at[i]));
+  for (int64_t i = 1; i < nx; ++i)
+    for (long double f : {-0.01L, 0.01L}) site.push_back(T(p.knots[i] + f * (p.at[i] - p.at[i - 1])));
+  const int32_t dorder[] = {1, 1, 1};
+  const int64_t n = int64_t(site.size());
+  std::vector<T> r(3 * n * shape.ny);
+  ASSERT_EQ(Api<T>::interpolate(&p.task, 1, 0, n, site.data(), 0, 3, dorder, nullptr, r.data(), 0,
+                                nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                nullptr, nullptr, nullptr),
+            0);
+  for (int64_t k = 0; k < shape.ny; ++k)
+    for (int64_t s = 0; s < n; ++s) {
+      int64_t piece = 0;
+      while (piece + 1 < nx && site[s] >= p.knots[piece + 1]) ++piece;
+      for (int der = 0; der < 3; ++der)
+        ExpectNear<T>(r[(k * n + s) * 3 + der], p.At(k, piece, site[s], der), "site", s);
+    }
+}
+
+TEST(KnottedQuadraticTest, InterpolationFollowsTheKnots) {
+  CheckInterpolation<double>({7, 2, false, false}, kMiddles);
+  CheckInterpolation<double>({6, 1, true, true}, kGiven);
+  CheckInterpolation<float>({5, 2, false, true}, kGiven);
+  CheckInterpolation<float>({8, 1, true, false}, kOwn);
+}
+
+// Faults planted in a valid task: which of them is reported shows the order of the tests.
+enum Fault { kNone, kFirstKnot, kLastKnot, kInnerKnot, kUnequalEnds };
+
+TEST(KnottedQuadraticTest, RefusalsInTheirOrder) {
+  const struct {
+    const char* what;
+    int64_t nx, ic_type;
+    uint64_t bc_type, y_hint;
+    bool null_bc;
+    Fault fault;
+    int status;
+  } cases[] = {
+      {"yHint", 2, 0, 0, 99, true, kFirstKnot, dfErrBadYHint},
+      {"icType 0", 2, 0, 0, 16, true, kFirstKnot, dfErrBadIcType},
+      {"icType 2", 5, dfIc2nd, 0, 16, true, kFirstKnot, dfErrBadIcType},
+      {"bcType 0", 5, dfIcKnots, 0, 16, true, kFirstKnot, dfErrBadBcType},
+      {"bcType 128", 5, dfIcKnots, dfBcMidValue, 16, true, kFirstKnot, dfErrBadBcType},
+      {"bcType 3", 5, dfIcKnots, 3, 16, true, kFirstKnot, dfErrBadBcType},
+      {"bc", 5, dfIcKnots, dfBc2nd1st, 16, true, kFirstKnot, dfErrBadBc},
+      {"not-a-knot nx 2", 2, dfIcKnots, dfBcNotAKnot, 32, true, kFirstKnot, dfErrBadNx},
+      {"first knot", 5, dfIcKnots, dfBcPeriodic, 16, true, kFirstKnot, dfErrBadIc},
+      {"last knot", 5, dfIcKnots, dfBc1st1st, 32, false, kLastKnot, dfErrBadIc},
+      {"inner knot", 5, dfIcKnots, dfBcFreeEnd, 16, true, kInnerKnot, dfErrBadIc},
+      {"periodic", 5, dfIcKnots, dfBcPeriodic, 32, true, kUnequalEnds, dfErrBadPeriodic},
+  };
+  for (const auto& c : cases) {
+    const double bc[2] = {1, 2};
+    Knotted<double> p({c.nx, 2, false, c.y_hint == dfYColumns}, 3, c.bc_type,
+                      c.null_bc ? nullptr : bc, kGiven);
+    p.task.yHint = c.y_hint;
+    p.task.icType = c.ic_type;
+    if (c.fault == kFirstKnot) p.ic[0] = std::nextafter(p.ic[0], 1e9);
+    if (c.fault == kLastKnot) p.ic[c.nx] = std::nextafter(p.ic[c.nx], -1e9);
+    if (c.fault == kInnerKnot) p.ic[2] = p.x[2];
+    if (c.fault == kUnequalEnds) p.Y(1, c.nx - 1) += 1;
+    EXPECT_EQ(qor_df_kernel_dDFQuadraticSpline1D(&p.task, 0, 0, nullptr), c.status) << c.what;
+    EXPECT_EQ(p.coeff, std::vector<double>(p.coeff.size(), -777)) << c.what;
+  }
+}
+
+TEST(KnottedQuadraticTest, FailedAllocationLeaksNothing) {
+  const float bc[2] = {1, -1};
+  for (uint64_t code : {dfBcNotAKnot, dfBcPeriodic, dfBc2nd2nd}) {
+    Knotted<float> p({9, 2, true, false}, 5, code, bc, kMiddles);
+    const long live = probe::LiveBlocks();
+    {
+      probe::ScopedFailure fail(0);
+      EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), dfErrNoMemory) << code;
+    }
+    EXPECT_EQ(probe::LiveBlocks(), live);
+    EXPECT_EQ(p.coeff, std::vector<float>(p.coeff.size(), -777.f)) << code;
+    EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), 0);
+    EXPECT_EQ(probe::LiveBlocks(), live);
+  }
+}
+
+}  // namespace
+}  // namespace fit_test
