@@ -1,5 +1,6 @@
 // ln, log2 and log10 in the vector form. Double lanes use the division-based block reduction;
-// sLn runs in single precision; sLog2 and sLog10 widen to double and use the double block.
+// sLn runs in single precision; sLog2 and sLog10 widen to double and use the short double
+// block.
 // Flagged lanes (zero, negative, subnormal double, infinity, NaN) go to the companions.
 #include "frame/kernel_frame.h"
 #include "kernels/log_block.h"
@@ -52,8 +53,8 @@ struct LogFloat {
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     const __m128d lo = _mm_cvtps_pd(in[0].raw);
     const __m128d hi = _mm_cvtps_pd(_mm_movehl_ps(in[0].raw, in[0].raw));
-    const __m128 rlo = _mm_cvtpd_ps(LogBlock<B>(lo, BiasedExponent(lo)));
-    const __m128 rhi = _mm_cvtpd_ps(LogBlock<B>(hi, BiasedExponent(hi)));
+    const __m128 rlo = _mm_cvtpd_ps(LogBlockShort<B>(lo));
+    const __m128 rhi = _mm_cvtpd_ps(LogBlockShort<B>(hi));
     out[0] = _mm_movelh_ps(rlo, rhi);
   }
   // u - 1 >= 0x7F7FFFFF as unsigned: zero, negative, infinity, NaN.

@@ -36,6 +36,16 @@ struct Log10Base {
                           kScale = 0.4342944819032518;
 };
 
+// ln(1 + r) - r on |r| <= 2^-10: ((kC5 r + kC4) r^2 + (kC3 r + kC2)) r^2.
+inline constexpr double kC5 = 0.2000003665949424, kC4 = -0.2500003054940248,
+                        kC3 = 0.33333333333308374, kC2 = -0.49999999999988803;
+
+// The block polynomial on one lane.
+inline double LnBlockTail(double r) {
+  const double r2 = r * r;
+  return ((kC5 * r + kC4) * r2 + (kC3 * r + kC2)) * r2;
+}
+
 inline __m128d BitsPd(uint64_t bits) {
   return _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(bits)));
 }
@@ -47,31 +57,53 @@ inline __m128d BiasedExponent(__m128d x) {
   return _mm_cvtepi32_pd(_mm_srli_epi32(high, 20));
 }
 
-// log_b(x) for positive normal lanes, whose biased exponent is n.
-template <class B>
-inline __m128d LogBlock(__m128d x, __m128d n) {
-  const __m128d one = _mm_set1_pd(1.0);
-  // m in [2^-10, 2^-9): the mantissa with the exponent of 0.0009765625.
-  const __m128d m = _mm_or_pd(_mm_and_pd(x, BitsPd(0x000FFFFFFFFFFFFFull)),
-                              BitsPd(0x3F50000000000000ull));
-  // c = round(1 / m) by adding and subtracting 1.5 * 2^52.
+// m in [2^-10, 2^-9): the mantissa of x with the exponent of 0.0009765625.
+inline __m128d BlockMantissa(__m128d x) {
+  return _mm_or_pd(_mm_and_pd(x, BitsPd(0x000FFFFFFFFFFFFFull)), BitsPd(0x3F50000000000000ull));
+}
+
+// c = round(1 / m), an integer 512..1024, by adding and subtracting 1.5 * 2^52.
+inline __m128d BlockReciprocal(__m128d m) {
   const __m128d round = _mm_set1_pd(6755399441055744.0);
-  const __m128d c = _mm_sub_pd(_mm_add_pd(_mm_div_pd(one, m), round), round);
-  // mh keeps 26 mantissa bits, so that mh * c (c < 2^11) is exact and so is mh * c - 1.
-  const __m128d mh = _mm_and_pd(m, BitsPd(0x3F5FFFFFFC000000ull));
-  // r = rh + rl, rh = mh * c - 1 exact (37 bits), rl = (m - mh) * c.
-  const __m128d rh = _mm_sub_pd(_mm_mul_pd(mh, c), one);
-  const __m128d rl = _mm_mul_pd(_mm_sub_pd(m, mh), c);
-  const __m128d r = _mm_add_pd(rh, rl);
-  // Row byte offsets: the image of c shifted right by 39, less that of 512.
+  return _mm_sub_pd(_mm_add_pd(_mm_div_pd(_mm_set1_pd(1.0), m), round), round);
+}
+
+// The table row {hi, lo} of c in each lane; the byte offset is the image of c shifted right
+// by 39, less that of 512.
+template <class B>
+inline void BlockRows(__m128d c, __m128d* hi, __m128d* lo) {
   const __m128i offset =
       _mm_sub_epi32(_mm_srli_epi64(_mm_castpd_si128(c), 39), _mm_set1_epi32(0x810000));
   const char* table = reinterpret_cast<const char*>(B::kTable);
   const __m128d row0 = _mm_load_pd(reinterpret_cast<const double*>(table + _mm_cvtsi128_si32(offset)));
   const __m128d row1 = _mm_load_pd(reinterpret_cast<const double*>(
       table + _mm_cvtsi128_si32(_mm_unpackhi_epi64(offset, offset))));
-  const __m128d hi = _mm_unpacklo_pd(row0, row1);
-  const __m128d lo = _mm_unpackhi_pd(row0, row1);
+  *hi = _mm_unpacklo_pd(row0, row1);
+  *lo = _mm_unpackhi_pd(row0, row1);
+}
+
+// ln(1 + r) - r on |r| <= 2^-10, in two halves on r^2.
+inline __m128d LnBlockTailPd(__m128d r) {
+  const __m128d r2 = _mm_mul_pd(r, r);
+  const __m128d odd = _mm_add_pd(_mm_mul_pd(_mm_set1_pd(kC5), r), _mm_set1_pd(kC4));
+  const __m128d even = _mm_add_pd(_mm_mul_pd(_mm_set1_pd(kC3), r), _mm_set1_pd(kC2));
+  return _mm_mul_pd(_mm_add_pd(_mm_mul_pd(odd, r2), even), r2);
+}
+
+// log_b(x) for positive normal lanes, whose biased exponent is n.
+template <class B>
+inline __m128d LogBlock(__m128d x, __m128d n) {
+  const __m128d one = _mm_set1_pd(1.0);
+  const __m128d m = BlockMantissa(x);
+  const __m128d c = BlockReciprocal(m);
+  // mh keeps 26 mantissa bits, so that mh * c (c < 2^11) is exact and so is mh * c - 1.
+  const __m128d mh = _mm_and_pd(m, BitsPd(0x3F5FFFFFFC000000ull));
+  // r = rh + rl, rh = mh * c - 1 exact (37 bits), rl = (m - mh) * c.
+  const __m128d rh = _mm_sub_pd(_mm_mul_pd(mh, c), one);
+  const __m128d rl = _mm_mul_pd(_mm_sub_pd(m, mh), c);
+  const __m128d r = _mm_add_pd(rh, rl);
+  __m128d hi, lo;
+  BlockRows<B>(c, &hi, &lo);
   // s = n log_b(2) + hi is exact: both are multiples of 2^-40 below 2^11.
   const __m128d s = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Hi)), hi);
   __m128d t = rh, rest = rl;
@@ -88,15 +120,26 @@ inline __m128d LogBlock(__m128d x, __m128d n) {
   const __m128d w = _mm_add_pd(s, t);
   const __m128d err = _mm_add_pd(_mm_sub_pd(s, w), t);
   const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
-  // ln(1 + r) - r on |r| <= 2^-10, in two halves on r^2.
-  const __m128d r2 = _mm_mul_pd(r, r);
-  const __m128d odd = _mm_sub_pd(_mm_mul_pd(_mm_set1_pd(0.2000003665949424), r),
-                                 _mm_set1_pd(0.2500003054940248));
-  const __m128d even = _mm_sub_pd(_mm_mul_pd(_mm_set1_pd(0.33333333333308374), r),
-                                  _mm_set1_pd(0.49999999999988803));
-  __m128d p = _mm_mul_pd(_mm_add_pd(_mm_mul_pd(odd, r2), even), r2);
+  __m128d p = LnBlockTailPd(r);
   if constexpr (B::kScaled) p = _mm_mul_pd(p, _mm_set1_pd(B::kScale));
   return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(_mm_add_pd(err, low), rest), p));
+}
+
+// log_b(x) for positive normal lanes widened from float: the same reduction with r rounded
+// once and no extra-precision sums, which is ample for a result rounded to single.
+template <class B>
+inline __m128d LogBlockShort(__m128d x) {
+  const __m128d n = BiasedExponent(x);
+  const __m128d m = BlockMantissa(x);
+  const __m128d c = BlockReciprocal(m);
+  const __m128d r = _mm_sub_pd(_mm_mul_pd(m, c), _mm_set1_pd(1.0));
+  __m128d hi, lo;
+  BlockRows<B>(c, &hi, &lo);
+  // n log_b(2) + hi is exact, so that it cancels without error near x = 1.
+  const __m128d s = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Hi)), hi);
+  const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
+  const __m128d ln1r = _mm_add_pd(r, LnBlockTailPd(r));
+  return _mm_add_pd(s, _mm_add_pd(low, _mm_mul_pd(ln1r, _mm_set1_pd(B::kScale))));
 }
 
 }  // namespace tem

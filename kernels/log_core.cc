@@ -1,5 +1,5 @@
-// The scalar core of the logarithm family and the elements built on it: ln(1 + x), asinh,
-// acosh and atanh, each as ln of a double-double pair.
+// The scalar core of the logarithm family and the elements built on it: asinh, acosh and
+// atanh, each as ln of a double-double pair.
 #include "kernels/log_core.h"
 
 namespace tem {
@@ -44,28 +44,6 @@ double LnCore(double hi, double lo, int extra) {
   const double b = row[2] + n * kLn2Lo;
   const Pair t = TwoSum(a, rh);
   return t.hi + (((t.lo + rl) + b) + LnPolyTail(r));
-}
-
-int Log1pElement(double x, double* r) {
-  if (x != x) {
-    *r = x + x;
-    return 0;
-  }
-  if (x <= -1.0) {
-    *r = x == -1.0 ? -__builtin_inf() : DoubleOf(kQuietNaNBits);
-    return x == -1.0 ? 2 : 1;
-  }
-  if (x == __builtin_inf()) {
-    *r = x;
-    return 0;
-  }
-  if (__builtin_fabs(x) <= kShortPath) {
-    *r = x + LnPolyTail(x);  // keeps the sign of a zero
-    return 0;
-  }
-  const Pair p = TwoSum(1.0, x);
-  *r = LnCore(p.hi, p.lo, 0);
-  return 0;
 }
 
 int AsinhElement(double x, double* r) {

@@ -115,9 +115,8 @@ int LogSpecial(T x, T* r) {
   return -1;
 }
 
-// One element of ln(1 + x), asinh, acosh, atanh in double, with its status. Atanh of +-1
-// reports `status_at_one`.
-int Log1pElement(double x, double* r);
+// One element of asinh, acosh, atanh in double, with its status. Atanh of +-1 reports
+// `status_at_one`.
 int AsinhElement(double x, double* r);
 int AcoshElement(double x, double* r);
 int AtanhElement(double x, double* r, int status_at_one);
