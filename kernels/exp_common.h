@@ -132,16 +132,8 @@ struct WidenedKernel {
     if (S::kCanUnderflow && fabs(y) < 0x1p-126) return TEM_STATUS_UNDERFLOW;
     return TEM_STATUS_OK;
   }
-  static int Element(const float (&in)[1], float (&out)[1]) {
-    if ((BitsOf(in[0]) & 0x7FFFFFFF) > S::kFlagBits) return Companion(in, out);
-    F x = F::Set(in[0]), y;
-    const F xs[1] = {x};
-    F ys[1];
-    Compute(xs, ys);
-    y = ys[0];
-    out[0] = _mm_cvtss_f32(y.raw);
-    return TEM_STATUS_OK;
-  }
+  // The loop form's element: the companion's double formula, narrowed once.
+  static int Element(const float (&in)[1], float (&out)[1]) { return Companion(in, out); }
 };
 
 // Row indices of both lanes: the low kIndexBits of n.
