@@ -66,7 +66,7 @@ inline double NonFinite(double x) { return x == -INFINITY ? 0.0 : x * x; }
 template <class C>
 struct ExpKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const D (&in)[1], D (&out)[1]) {
     D hi, v;

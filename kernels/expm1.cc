@@ -110,7 +110,7 @@ double Expm1Scalar(double x, int* status) {
 
 struct DoubleKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Expm1Block<DoublePoly>(in[0]); }
   static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x4086232A); }

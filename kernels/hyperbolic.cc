@@ -113,7 +113,7 @@ double HyperbolicScalar(double x, int* status) {
 template <bool kSinh>
 struct DoubleKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const D (&in)[1], D (&out)[1]) {
     out[0] = Hyperbolic<kSinh, DoublePolys>(in[0]);
