@@ -68,6 +68,8 @@ struct Vec<double> : VecBase<double> {
   __m128d raw;
   Vec() = default;
   Vec(__m128d r) : raw(r) {}  // NOLINT: implicit, so that intrinsics' results convert
+  // Both lanes `v`: lets one formula template serve a register and a scalar double.
+  explicit Vec(double v) : raw(_mm_set1_pd(v)) {}
   static Vec Load(const double* p) { return {_mm_loadu_pd(p)}; }
   static Vec LoadAligned(const double* p) { return {_mm_load_pd(p)}; }
   static Vec FromBits(uint64_t bits) {

@@ -1,6 +1,8 @@
 // e^x - 1: x = (n + i/128) ln 2 + r, e^x - 1 = (2^n 2^(i/128) - 1) + 2^n 2^(i/128) (e^r - 1),
 // the first term summed with its rounding error so that small results keep their bits.
-// Below |x| = ln2/128 the reduction is skipped and the result is the polynomial itself.
+// Below |x| = 1/32 the double result is a direct Taylor polynomial: there the reduced form
+// builds a small result from two terms of similar size, and their rounding errors add up to
+// more than an ulp. The result takes the sign of x, so that expm1(-0) is -0.
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -11,31 +13,61 @@ constexpr double kK = 184.6649652337873;  // 128 / ln 2
 constexpr double kShifter = 0x1.8p52;
 // ln2/128 = L1 + L2, L1 with 21 significant bits so that n * L1 is exact.
 constexpr double kL1 = 0x1.62e4200000000p-8, kL2 = 0x1.fdf473de6af28p-29;
-constexpr double kNoReduction = 0x1.62e42fefa39efp-8;                     // ln2/128
+constexpr double kSmall = 0x1p-5;  // the direct polynomial's range, |x| below it
 constexpr double kOverflow = 0x1.62e42fefa39efp+9;                         // 709.782712893384
 
 // e^r - 1 on |r| <= ln2/128.
+// V is D or double: the same formula serves the block and the scalar element.
 struct DoublePoly {
-  static D Eval(D r) {
-    const D tail = (((D::Set(0.001388889298015527) * r + D::Set(0.008333335878865304)) * r +
-                     D::Set(0.0416666666666645)) * r + D::Set(0.16666666666665733)) * r +
-                   D::Set(0.5);
+  static constexpr bool kHasSmall = true;
+  template <class V>
+  static V Eval(V r) {
+    const V tail = (((V(0.001388889298015527) * r + V(0.008333335878865304)) * r +
+                     V(0.0416666666666645)) * r + V(0.16666666666665733)) * r +
+                   V(0.5);
     return r + r * r * tail;
+  }
+  // e^x - 1 on |x| < 1/32 by its Taylor series to x^9: the first term left out is below
+  // 2^-66 relative to the result.
+  template <class V>
+  static V Small(V x) {
+    const V x2 = x * x;
+    const V high = ((V(1.0 / 362880) * x + V(1.0 / 40320)) * x + V(1.0 / 5040)) * x +
+                   V(1.0 / 720);
+    const V low = ((V(1.0 / 120) * x + V(1.0 / 24)) * x + V(1.0 / 6)) * x + V(0.5);
+    return x + x2 * (low + (x2 * x2) * high);
   }
 };
 struct ShortPoly {
+  static constexpr bool kHasSmall = false;
   static D Eval(D r) {
     return (((D::Set(kExpm1ShortPoly[3]) * r + D::Set(kExpm1ShortPoly[2])) * r +
              D::Set(kExpm1ShortPoly[1])) * r + D::Set(kExpm1ShortPoly[0])) * r;
   }
 };
 
-// |x| up to 708.4, where 2^n is normal.
+// The reduced form for one double: (2^k hi - 1) by 2Sum, plus 2^k (hi p(r) + lo); -40 <= x <= 708.
+double Expm1Reduced(double x) {
+  const double t = x * kK + kShifter;
+  const double n = t - kShifter;
+  const double r = (x - n * kL1) - n * kL2;
+  const int ni = static_cast<int32_t>(BitsOf(t));
+  const int i = ni & 127;
+  const double scale = Pow2(ni >> 7);
+  const double hi = kExp128[i][0];
+  const double a = hi * scale;
+  const double s = a - 1.0;
+  const double b = s - a;
+  const double err = (a - (s - b)) + (-1.0 - b);
+  const double corr = (hi * DoublePoly::Eval(r) + kExp128[i][1]) * scale;
+  return s + (err + corr);
+}
+
+// |x| up to 708.4, where 2^n is normal; the same steps as Expm1Reduced, lane by lane.
 template <class Poly>
 D Expm1Block(D x) {
-  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
-  D t = x * D::Set(kK) + D::Set(kShifter);
-  t = D::Select(D::Less(ax, D::Set(kNoReduction)), D::Set(kShifter), t);
+  const D sign = x & D::FromBits(0x8000000000000000ull);
+  const D t = x * D::Set(kK) + D::Set(kShifter);
   const D n = t - D::Set(kShifter);
   const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
   int i0, i1;
@@ -51,30 +83,34 @@ D Expm1Block(D x) {
   const D bb = s - a;
   const D err = (a - (s - bb)) + (D::Set(-1.0) - bb);
   const D corr = (hi * Poly::Eval(r) + lo) * scale;
-  return s + (err + corr);
+  D y = s + (err + corr);
+  if constexpr (Poly::kHasSmall) {
+    const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
+    y = D::Select(D::Less(ax, D::Set(kSmall)), Poly::Small(x), y);
+  }
+  return y | sign;
 }
 
 // One element: infinities, NaN, overflow, the -1 side and the range next to overflow.
 double Expm1Scalar(double x, int* status) {
   *status = TEM_STATUS_OK;
+  if (fabs(x) < kSmall) return x == 0.0 ? x : DoublePoly::Small(x);
+  if (x < -40.0) return -1.0;  // e^x below 2^-57: -1 rounds
+  if (x <= 708.0) return Expm1Reduced(x);
   if (x != x) return x + x;
   if (x > kOverflow) {
     if (x != INFINITY) *status = TEM_STATUS_OVERFLOW;
     return INFINITY;
   }
-  if (x < -40.0) return -1.0;  // e^x below 2^-57: -1 rounds
-  if (x > 708.0) {
-    double hi, v;
-    int k;
-    ExpCore::Scalar(x, hi, v, k);
-    return ScaleNormal(hi, v, k);
-  }
-  return Expm1Block<DoublePoly>(D::Set(x)).Lane0();
+  double hi, v;
+  int k;
+  ExpCore::Scalar(x, hi, v, k);
+  return ScaleNormal(hi, v, k);
 }
 
 struct DoubleKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Expm1Block<DoublePoly>(in[0]); }
   static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x4086232A); }

@@ -2,7 +2,9 @@
 // B = 2^-(m+j/16)/2, C = cosh r, S = sinh r:
 //   sinh |x| = (A - B) + ((A - B)(C - 1) + (A + B) S),
 //   cosh x   = (A + B) + ((A + B)(C - 1) + (A - B) S),
-// with A and B as double-double values, so that the leading term rounds once.
+// with A and B as double-double values, so that the leading term rounds once. Below
+// |x| = kSmall the double sinh is a direct odd Taylor polynomial: there the reduced form
+// makes the result as A - B less a term of nearly its size, and the errors exceed an ulp.
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -12,10 +14,20 @@ namespace {
 constexpr double kLog2e = 1.4426950408889634;
 constexpr double kShifter = 0x1.8p48;  // rounds |x| log2 e to a multiple of 1/16
 constexpr double kL1 = 0x1.62e42fefa0000p-1, kL2 = 0x1.cf79abc9e3b3ap-40;  // ln 2
+constexpr double kSmall = 0x1p-3;  // the direct sinh polynomial's range, |x| below it
 
 // The double forms; kOddPoly and kEvenPoly are S(r)/r - 1 over r^2 and (C(r) - 1)/r^2 - 1/2
 // over r^2, on |r| <= ln2/32.
 struct DoublePolys {
+  static constexpr bool kHasSmall = true;
+  // sinh x on |x| < 1/8 by its Taylor series to x^11: the first term left out is below
+  // 2^-68 relative to the result.
+  static D Small(D x) {
+    const D x2 = x * x;
+    const D high = (D::Set(1.0 / 39916800) * x2 + D::Set(1.0 / 362880)) * x2 + D::Set(1.0 / 5040);
+    const D low = D::Set(1.0 / 120) * x2 + D::Set(1.0 / 6);
+    return x + (x * x2) * (low + (x2 * x2) * high);
+  }
   static D Odd(D r, D r2) {
     return r + r * r2 *
                    (D::Set(0.16666666666671864) +
@@ -29,6 +41,7 @@ struct DoublePolys {
 };
 // The single forms run in double with Taylor terms: errors below 2^-40 on |r| <= ln2/32.
 struct ShortPolys {
+  static constexpr bool kHasSmall = false;
   static D Odd(D r, D r2) {
     return r + r * r2 * (D::Set(1.0 / 6) + r2 * D::Set(1.0 / 120));
   }
@@ -68,7 +81,9 @@ D Hyperbolic(D x) {
   const D sum = a_hi + b_hi;
   const D sum_lo = ((a_hi - sum) + b_hi) + (a_lo + b_lo);
   if constexpr (kSinh) {
-    return (diff + (diff_lo + (diff * even + sum * odd))) | sign;
+    D y = diff + (diff_lo + (diff * even + sum * odd));
+    if constexpr (Polys::kHasSmall) y = D::Select(D::Less(ax, D::Set(kSmall)), Polys::Small(ax), y);
+    return y | sign;
   } else {
     return sum + (sum_lo + (sum * even + diff * odd));
   }
@@ -98,7 +113,7 @@ double HyperbolicScalar(double x, int* status) {
 template <bool kSinh>
 struct DoubleKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const D (&in)[1], D (&out)[1]) {
     out[0] = Hyperbolic<kSinh, DoublePolys>(in[0]);

@@ -39,7 +39,7 @@ double TanhScalar(double x) {
 
 struct DoubleKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Tanh(in[0]); }
   // Only infinities and NaNs leave the block path; tanh reports nothing.
