@@ -56,13 +56,16 @@ struct NaturalCubic {
     // Periodic: nx-1 unknowns (d[nx-1] is d[0]) and one more column for Sherman-Morrison.
     const int64_t m = kB == kPeriodic ? nx - 1 : nx;
     const int64_t columns = kB == kPeriodic ? ny + 1 : ny;
-    Scratch<T> work(StepCount<kUniform>(nx) + 3 * m + m * columns);
+    // The super-diagonal of the inner rows is the step array shifted by one (du[r] = h[r-1]),
+    // so a non-uniform partition keeps its steps inside du, behind du[0].
+    const int64_t du_size = kUniform ? m : 1 + StepCount<kUniform>(nx);
+    Scratch<T> work(du_size + 2 * m + m * columns);
     if (work.failed()) return dfErrNoMemory;
-    T* const h = work.get();
-    T* const dl = h + StepCount<kUniform>(nx);
+    T* const du = work.get();
+    T* const h = du + 1;
+    T* const dl = du + du_size;
     T* const dd = dl + m;
-    T* const du = dd + m;
-    T* const b = du + m;
+    T* const b = dd + m;
     const Partition<T, kUniform> p = MakePartition<T, kUniform>(task, h);
 
     if (kB == kNotAKnot && nx == 3) {
