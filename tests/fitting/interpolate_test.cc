@@ -53,8 +53,11 @@ template <class T>
 int Run(Problem<T>& p, int type, const std::vector<T>& s, const std::vector<int32_t>& dorder,
         std::vector<T>* r, int64_t rhint, void* cell = nullptr,
         const qorThreading* threading = nullptr, int64_t sitehint = 0) {
+  // A wide task reads the derivative orders as 64-bit integers.
+  const std::vector<int64_t> dorder64(dorder.begin(), dorder.end());
+  const void* orders = p.task.wideIndex ? static_cast<const void*>(dorder64.data()) : dorder.data();
   return Api<T>::interpolate(&p.task, type, 0, int64_t(s.size()), s.data(), sitehint,
-                             int64_t(dorder.size()), dorder.data(), nullptr, r->data(), rhint,
+                             int64_t(dorder.size()), orders, nullptr, r->data(), rhint,
                              cell, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                              nullptr, threading);
 }
