@@ -84,6 +84,7 @@ struct Vec<double> : VecBase<double> {
   friend Vec operator+(Vec a, Vec b) { return {_mm_add_pd(a.raw, b.raw)}; }
   friend Vec operator-(Vec a, Vec b) { return {_mm_sub_pd(a.raw, b.raw)}; }
   friend Vec operator*(Vec a, Vec b) { return {_mm_mul_pd(a.raw, b.raw)}; }
+  friend Vec operator/(Vec a, Vec b) { return {_mm_div_pd(a.raw, b.raw)}; }
   friend Vec operator&(Vec a, Vec b) { return {_mm_and_pd(a.raw, b.raw)}; }
   friend Vec operator|(Vec a, Vec b) { return {_mm_or_pd(a.raw, b.raw)}; }
   // Lanes of `mask` (all ones or zero) take `a`, the others `b`.
@@ -92,6 +93,8 @@ struct Vec<double> : VecBase<double> {
   }
   static Vec Greater(Vec a, Vec b) { return {_mm_cmpgt_pd(a.raw, b.raw)}; }
   static Vec Less(Vec a, Vec b) { return {_mm_cmplt_pd(a.raw, b.raw)}; }
+  // a where a < b, else b (so b where either is NaN).
+  static Vec Min(Vec a, Vec b) { return {_mm_min_pd(a.raw, b.raw)}; }
   int LaneBits() const { return _mm_movemask_pd(raw); }
   // Lanes whose magnitude's high word exceeds `limit` as a signed integer: infinities and
   // NaNs lie above every finite limit.

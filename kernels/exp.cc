@@ -76,60 +76,22 @@ struct Exp10Core {
   }
 };
 
-// The single members of Exp2 and Exp10 run the double reduction with a fitted cubic.
-template <class Core, const double (&kPoly)[4]>
-struct ShortPoly {
-  static D Eval(D r) {
-    return (((D::Set(kPoly[3]) * r + D::Set(kPoly[2])) * r + D::Set(kPoly[1])) * r +
-            D::Set(kPoly[0])) * r;
-  }
-  static D Block(D x) {
-    D hi, v;
-    __m128i n;
-    Core::ReduceWith(x, hi, v, n, Eval);
-    return (v + hi).template AddToExponent<Core::kIndexBits>(n);
-  }
-};
-
-struct SingleExp2 : ShortPoly<Exp2Core, kExp2ShortPoly> {
-  static constexpr uint32_t kFlagBits = 0x42FC0000;  // |x| > 126
-  static constexpr float kOverflow = 128.0f, kOverflowValue = INFINITY;
-  static constexpr float kUnderflow = -150.0f, kUnderflowValue = 0.0f;
-  static constexpr bool kCanUnderflow = true;
-  static double Scalar(double x) {
-    int status;
-    return ExpKernel<Exp2Core>::Scalar(x, &status);
-  }
-};
-
-struct SingleExp10 : ShortPoly<Exp10Core, kExp10ShortPoly> {
-  static constexpr uint32_t kFlagBits = 0x4217999A;  // |x| > 37.9, inside log10 2^-126
-  static constexpr float kOverflow = static_cast<float>(kExp10FOverflow);
-  static constexpr float kOverflowValue = INFINITY;
-  static constexpr float kUnderflow = -46.0f, kUnderflowValue = 0.0f;
-  static constexpr bool kCanUnderflow = true;
-  static double Scalar(double x) {
-    int status;
-    return ExpKernel<Exp10Core>::Scalar(x, &status);
-  }
-};
-
-// sExp in single precision: N = 128, e^r ~ 1 + r + r^2/2, 2^n built and multiplied.
-struct SingleExp {
+// The single members in single precision: x = (n + i/128) * log_b(2) + r, with n from a float
+// shifter, 2^(i/128) as a float pair from a table, b^r - 1 from the core's short polynomial,
+// and 2^k built in the exponent field and multiplied. A core C supplies kK = 128 log2(b),
+// kL1 + kL2 = log_b(2)/128 (kL1 short enough that n * kL1 is exact; kL2 = 0 when kL1 is
+// exact), Poly(r) ~ b^r - 1, kFlagBits (and kFlagMask) on the magnitude, the bounds of the
+// no-error loop kOverflow (inf above) and kUnderflow (+0 below), and the companion.
+template <class C>
+struct SingleKernel {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
-  static constexpr float kK = 184.6649627685547f;  // 128 / ln 2
-  static constexpr float kShifter = 12582912.0f;    // 1.5 * 2^23
-  static constexpr float kL1 = 0.0054168701171875f, kL2 = -1.6577690757912933e-06f;
-  // 0x42AEAC4F: 87.33654 = ln 2^-126, on the magnitude with its low 4 bits cleared.
-  static constexpr uint32_t kFlagBits = 0x42AEAC4F;
-  static constexpr float kOverflow = 88.72283172607422f;    // 0x42B17217
-  static constexpr float kUnderflow = -103.97207641601562f;  // 0xC2CFF1B4
+  static constexpr float kShifter = 12582912.0f;  // 1.5 * 2^23
 
   static void Compute(const F (&in)[1], F (&out)[1]) {
     const F x = in[0];
-    const F t = x * F::Set(kK) + F::Set(kShifter);
+    const F t = x * F::Set(C::kK) + F::Set(kShifter);
     const F n = t - F::Set(kShifter);
     alignas(16) int32_t lanes[4];
     _mm_store_si128(reinterpret_cast<__m128i*>(lanes), t.Image());
@@ -141,21 +103,34 @@ struct SingleExp {
     const __m128 b = _mm_castsi128_ps(_mm_unpacklo_epi64(rows[2], rows[3]));
     const F hi = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
     const F lo = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
-    const F r = (x - n * F::Set(kL1)) - n * F::Set(kL2);
-    const F p = F::Set(0.5f) * r * r + r;
-    const F y = (p * hi + lo) + hi;
+    F r = x - n * F::Set(C::kL1);
+    if constexpr (C::kL2 != 0.0f) r = r - n * F::Set(C::kL2);
+    const F y = (C::Poly(r) * hi + lo) + hi;
     const __m128i scale =
         _mm_and_si128(_mm_add_epi32(_mm_slli_epi32(t.Image(), 16), _mm_set1_epi32(0x3F800000)),
                       _mm_set1_epi32(0x7F800000));
     out[0] = y * F::FromImage(scale);
   }
-  static int Flag(const F (&in)[1]) { return in[0].MagnitudeAbove(kFlagBits, 0x7FFFFFF0); }
+  static int Flag(const F (&in)[1]) { return in[0].MagnitudeAbove(C::kFlagBits, C::kFlagMask); }
   static int Settle(const F (&in)[1], F (&out)[1], int lanes) {
-    const F over = F::Greater(in[0], F::Set(kOverflow));
-    const F under = F::Less(in[0], F::Set(kUnderflow));
+    const F over = F::Greater(in[0], F::Set(C::kOverflow));
+    const F under = F::Less(in[0], F::Set(C::kUnderflow));
     out[0] = F::Select(over, F::Set(INFINITY), F::Select(under, F::Set(0.0f), out[0]));
     return lanes & ~(over | under).LaneBits();
   }
+  static int Companion(const float (&in)[1], float (&out)[1]) { return C::Companion(in, out); }
+};
+
+// sExp: e^r - 1 ~ r + r^2/2.
+struct SingleExp {
+  static constexpr float kK = 184.6649627685547f;  // 128 / ln 2
+  static constexpr float kL1 = 0.0054168701171875f, kL2 = -1.6577690757912933e-06f;
+  // 0x42AEAC4F: 87.33654 = ln 2^-126, on the magnitude with its low 4 bits cleared.
+  static constexpr uint32_t kFlagBits = 0x42AEAC4F, kFlagMask = 0x7FFFFFF0;
+  static constexpr float kOverflow = 88.72283172607422f;    // 0x42B17217
+  static constexpr float kUnderflow = -103.97207641601562f;  // 0xC2CFF1B4
+
+  static F Poly(F r) { return F::Set(0.5f) * r * r + r; }
   // In double with the constants of dExp.
   static int Companion(const float (&in)[1], float (&out)[1]) {
     const float x = in[0];
@@ -173,6 +148,48 @@ struct SingleExp {
   }
 };
 
+// The companions of sExp2 and sExp10: the d formula, narrowed once.
+template <class Core>
+struct Narrowed {
+  static constexpr bool kCanUnderflow = true;
+  static double Scalar(double x) {
+    int status;
+    return ExpKernel<Core>::Scalar(x, &status);
+  }
+};
+
+// sExp2: 128 x is exact, so r = x - n/128 is too; 2^r - 1 ~ ln2 r + (ln2)^2/2 r^2, |r| <= 1/256.
+struct SingleExp2 {
+  static constexpr float kK = 128.0f;
+  static constexpr float kL1 = 0.0078125f, kL2 = 0.0f;
+  static constexpr uint32_t kFlagBits = 0x42FC0000, kFlagMask = 0x7FFFFFFF;  // |x| > 126
+  static constexpr float kOverflow = 128.0f, kUnderflow = -150.0f;
+
+  static F Poly(F r) {
+    return (F::Set(0.24022650718688965f) * r + F::Set(0.6931471824645996f)) * r;
+  }
+  static int Companion(const float (&in)[1], float (&out)[1]) {
+    return WidenedKernel<Narrowed<Exp2Core>>::Companion(in, out);
+  }
+};
+
+// sExp10: 10^r - 1 ~ ln10 r + (ln10)^2/2 r^2, |r| <= log10(2)/256.
+struct SingleExp10 {
+  static constexpr float kK = 425.206787109375f;  // 128 log2 10
+  // log10(2)/128 = kL1 + kL2; kL1 = 308 * 2^-17 has 9 bits, n below 2^15.
+  static constexpr float kL1 = 0.002349853515625f, kL2 = 1.9433255147305317e-06f;
+  static constexpr uint32_t kFlagBits = 0x4217999A, kFlagMask = 0x7FFFFFFF;  // |x| > 37.9
+  static constexpr float kOverflow = static_cast<float>(kExp10FOverflow);
+  static constexpr float kUnderflow = -46.0f;
+
+  static F Poly(F r) {
+    return (F::Set(2.650949001312256f) * r + F::Set(2.3025851249694824f)) * r;
+  }
+  static int Companion(const float (&in)[1], float (&out)[1]) {
+    return WidenedKernel<Narrowed<Exp10Core>>::Companion(in, out);
+  }
+};
+
 }  // namespace
 }  // namespace expo
 }  // namespace tem
@@ -180,6 +197,6 @@ struct SingleExp {
 TEM_ENTRIES_A_R(d, Exp, tem::expo::ExpKernel<tem::expo::ExpCore>)
 TEM_ENTRIES_A_R(d, Exp2, tem::expo::ExpKernel<tem::expo::Exp2Core>)
 TEM_ENTRIES_A_R(d, Exp10, tem::expo::ExpKernel<tem::expo::Exp10Core>)
-TEM_ENTRIES_A_R(s, Exp, tem::expo::SingleExp)
-TEM_ENTRIES_A_R(s, Exp2, tem::expo::WidenedKernel<tem::expo::SingleExp2>)
-TEM_ENTRIES_A_R(s, Exp10, tem::expo::WidenedKernel<tem::expo::SingleExp10>)
+TEM_ENTRIES_A_R(s, Exp, tem::expo::SingleKernel<tem::expo::SingleExp>)
+TEM_ENTRIES_A_R(s, Exp2, tem::expo::SingleKernel<tem::expo::SingleExp2>)
+TEM_ENTRIES_A_R(s, Exp10, tem::expo::SingleKernel<tem::expo::SingleExp10>)
