@@ -10,8 +10,18 @@
 namespace {
 
 std::atomic<long> g_live{0};
-std::atomic<int> g_countdown{-1};
+std::atomic<long> g_made{0};
+std::atomic<int> g_fail_first{-1};
+std::atomic<bool> g_fail_rest{false};
 std::atomic<bool> g_hit{false};
+
+void Arm(int index, bool rest) {
+  g_fail_first = -1;
+  g_made = 0;
+  g_hit = false;
+  g_fail_rest = rest;
+  g_fail_first = index;
+}
 
 template <class Fn>
 Fn Next(const char* name) {
@@ -23,7 +33,9 @@ Fn Next(const char* name) {
 extern "C" void* qor_serv_allocate(size_t size, int alignment) {
   using AllocateFn = void* (*)(size_t, int);
   static const AllocateFn real = Next<AllocateFn>("qor_serv_allocate");
-  if (g_countdown.load() >= 0 && g_countdown.fetch_sub(1) == 0) {
+  const long made = g_made.fetch_add(1);
+  const int first = g_fail_first.load();
+  if (first >= 0 && (made == first || (g_fail_rest && made > first))) {
     g_hit = true;
     return nullptr;
   }
@@ -43,10 +55,9 @@ namespace alloc_control {
 
 long LiveBlocks() { return g_live.load(); }
 
-void FailAllocation(int index) {
-  g_hit = false;
-  g_countdown = index;
-}
+void FailAllocation(int index) { Arm(index, false); }
+void FailFrom(int index) { Arm(index, true); }
+long Allocations() { return g_made.load(); }
 
 bool FailureHit() { return g_hit.load(); }
 

@@ -1,5 +1,5 @@
-// The core allocator as the frame and stream tests see it: live blocks are counted, and one
-// chosen allocation can be made to fail.
+// The core allocator as the tests of internals see it: live blocks and allocations are counted,
+// and one chosen allocation, or every one from a chosen allocation on, can be made to fail.
 #ifndef QOR_TESTS_COMMON_ALLOCATION_CONTROL_H_
 #define QOR_TESTS_COMMON_ALLOCATION_CONTROL_H_
 
@@ -8,11 +8,24 @@ namespace alloc_control {
 // Blocks of qor_serv_allocate not yet given back.
 long LiveBlocks();
 
-// The allocation `index` calls from now (0 = the next) returns null; -1 fails none.
+// The allocation `index` calls from now (0 = the next) returns null; -1 fails none. Either
+// way the allocation count starts again from 0.
 void FailAllocation(int index);
+
+// Like FailAllocation, but every allocation from `index` on fails, until the next call.
+void FailFrom(int index);
+
+// Allocations asked for since the last FailAllocation or FailFrom.
+long Allocations();
 
 // True when the planned failure has happened.
 bool FailureHit();
+
+// Fails every allocation from `index` on for its lifetime.
+struct ScopedFailure {
+  explicit ScopedFailure(int index) { FailFrom(index); }
+  ~ScopedFailure() { FailAllocation(-1); }
+};
 
 // Runs `operation` with its k-th allocation failing, for k = 0, 1, ... until a run has no
 // failure left to hit; `check(status)` sees each failing run, and `clean_up` follows every

@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "tests/fitting/construct_fixture.h"
-#include "tests/fitting/task_allocation_probe.h"
+#include "tests/common/allocation_control.h"
 
 namespace fit_test {
 namespace {
@@ -181,15 +181,15 @@ TEST(KnottedQuadraticTest, FailedAllocationLeaksNothing) {
   const float bc[2] = {1, -1};
   for (uint64_t code : {dfBcNotAKnot, dfBcPeriodic, dfBc2nd2nd}) {
     Knotted<float> p({9, 2, true, false}, 5, code, bc, kMiddles);
-    const long live = probe::LiveBlocks();
+    const long live = alloc_control::LiveBlocks();
     {
-      probe::ScopedFailure fail(0);
+      alloc_control::ScopedFailure fail(0);
       EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), dfErrNoMemory) << code;
     }
-    EXPECT_EQ(probe::LiveBlocks(), live);
+    EXPECT_EQ(alloc_control::LiveBlocks(), live);
     EXPECT_EQ(p.coeff, std::vector<float>(p.coeff.size(), -777.f)) << code;
     EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), 0);
-    EXPECT_EQ(probe::LiveBlocks(), live);
+    EXPECT_EQ(alloc_control::LiveBlocks(), live);
   }
 }
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fitting/construct_fixture.h"
-#include "tests/fitting/task_allocation_probe.h"
+#include "tests/common/allocation_control.h"
 
 namespace fit_test {
 namespace {
@@ -328,15 +328,15 @@ TEST(ConstructStatusTest, FailedAllocationLeaksNothing) {
   for (const auto& c : cases) {
     Problem<double> p({c.nx, 2, false, false}, 4, c.bc_type == dfBcPeriodic);
     p.Describe(c.order, c.type, c.bc_type, bc, dfIc2nd, m.data(), c.order * (c.nx - 1));
-    const long live = probe::LiveBlocks();
+    const long live = alloc_control::LiveBlocks();
     {
-      probe::ScopedFailure fail(0);
+      alloc_control::ScopedFailure fail(0);
       EXPECT_EQ(c.construct(&p.task, 0, 0, nullptr), dfErrNoMemory) << c.nx;
     }
-    EXPECT_EQ(probe::LiveBlocks(), live);
+    EXPECT_EQ(alloc_control::LiveBlocks(), live);
     EXPECT_EQ(p.coeff[0], -777);
     EXPECT_EQ(c.construct(&p.task, 0, 0, nullptr), 0);
-    EXPECT_EQ(probe::LiveBlocks(), live);
+    EXPECT_EQ(alloc_control::LiveBlocks(), live);
   }
 }
 

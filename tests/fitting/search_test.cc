@@ -12,7 +12,7 @@
 
 #include "fitting/search.h"
 #include "support/threading_tables.h"
-#include "tests/fitting/task_allocation_probe.h"
+#include "tests/common/allocation_control.h"
 
 namespace {
 
@@ -370,15 +370,15 @@ TEST(SearchTest, ThreadsAndExpandedSites) {
   const double ends[2] = {x[0] - 1, x[4999] + 1};
   for (int64_t nsite : {4096, 4097}) {
     std::vector<uint32_t> cells(nsite);
-    probe::Reset();
+    alloc_control::FailAllocation(-1);
     ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
                                         nullptr, qor_support_pool_threading(2)),
               0);
-    EXPECT_EQ(probe::Allocations(), nsite > 4096 ? 1 : 0);
+    EXPECT_EQ(alloc_control::Allocations(), nsite > 4096 ? 1 : 0);
     const double d = (ends[1] - ends[0]) * (1.0 / (nsite - 1));
     for (int64_t i = 0; i < nsite; i += 97)
       ASSERT_EQ(cells[i], ReferenceCell(x, i * d + ends[0])) << i;
-    probe::ScopedFailure failure(0);
+    alloc_control::ScopedFailure failure(0);
     EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
                                         nullptr, nullptr),
               nsite > 4096 ? dfErrNoMemory : 0);

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "fitting/task.h"
-#include "tests/fitting/task_allocation_probe.h"
+#include "tests/common/allocation_control.h"
 
 namespace {
 
@@ -39,13 +39,13 @@ TEST(TaskTest, CreationRefusesBadArgumentsInOrderBeforeAllocating) {
   };
   std::vector<double> x = Partition(8), y(8);
   for (const NewCase& c : cases) {
-    probe::Reset();
+    alloc_control::FailAllocation(-1);
     dfTask* task = reinterpret_cast<dfTask*>(&x);  // must stay untouched
     EXPECT_EQ(qor_df_kernel_dNewTask1D(&task, c.nx, c.x ? x.data() : nullptr, c.x_hint, c.ny,
                                        c.y ? y.data() : nullptr, c.y_hint, 0),
               c.status)
         << c.name;
-    EXPECT_EQ(probe::Allocations(), 0) << c.name;
+    EXPECT_EQ(alloc_control::Allocations(), 0) << c.name;
     EXPECT_EQ(task, reinterpret_cast<dfTask*>(&x)) << c.name;
   }
 }
@@ -244,23 +244,23 @@ TEST(TaskTest, PointerEditsAndQueries) {
 TEST(TaskTest, AllocationFailuresLeakNothing) {
   std::vector<float> x(300), y(600), coeff(4 * 600);
   for (int i = 0; i < 300; ++i) x[i] = static_cast<float>(i);
-  const long live = probe::LiveBlocks();
+  const long live = alloc_control::LiveBlocks();
   for (long fail_at = 0; fail_at < 3; ++fail_at) {
     dfTask* task = nullptr;
     int status;
     {
-      probe::ScopedFailure failure(fail_at);
+      alloc_control::ScopedFailure failure(fail_at);
       status = qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0);
     }
     EXPECT_EQ(status, dfErrNoMemory) << fail_at;
     if (fail_at == 0) EXPECT_EQ(task, nullptr);
     if (task != nullptr) qor_df_kernel_DeleteTask(&task);
-    EXPECT_EQ(probe::LiveBlocks(), live) << fail_at;
+    EXPECT_EQ(alloc_control::LiveBlocks(), live) << fail_at;
   }
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0), 0);
   {
-    probe::ScopedFailure failure(0);
+    alloc_control::ScopedFailure failure(0);
     EXPECT_EQ(qor_df_kernel_sEditPtr(task, dfParamY, y.data()), dfErrNoMemory);
     EXPECT_EQ(task->yTable, nullptr);
     EXPECT_EQ(qor_df_kernel_sEditPPSpline1D(task, 4, 2, 2, nullptr, 0, nullptr, coeff.data(), 0),
@@ -271,7 +271,7 @@ TEST(TaskTest, AllocationFailuresLeakNothing) {
   EXPECT_EQ(qor_df_kernel_iEditVal(task, dfParamXHint, 1), 0);
   EXPECT_NE(task->cellTable, nullptr);
   qor_df_kernel_DeleteTask(&task);
-  EXPECT_EQ(probe::LiveBlocks(), live);
+  EXPECT_EQ(alloc_control::LiveBlocks(), live);
 }
 
 }  // namespace
