@@ -15,8 +15,7 @@ struct Exp2Core {
   static constexpr double kSubnormal = -1022.0;
   static constexpr double kShifter = 0x1.8p46;
 
-  template <class Poly>
-  static void ReduceWith(D x, D& hi, D& v, __m128i& n_image, Poly poly) {
+  static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
     const D t = x + D::Set(kShifter);
     const D r = x - (t - D::Set(kShifter));
     n_image = t.Image();
@@ -24,15 +23,11 @@ struct Exp2Core {
     Indices<kIndexBits>(n_image, i0, i1);
     D lo;
     D::GatherPairs(kExp64, i0, i1, hi, lo);
-    v = poly(r) * hi + lo;
-  }
-  static void Reduce(D x, D& hi, D& v, __m128i& n) {
     // 2^r - 1 on |r| <= 1/128.
-    ReduceWith(x, hi, v, n, [](D r) {
-      return ((((D::Set(0.0013333417185814622) * r + D::Set(0.009618142269653759)) * r +
-                D::Set(0.05550410866607508)) * r + D::Set(0.24022650695884967)) * r +
-              D::Set(0.6931471805599453)) * r;
-    });
+    const D p = ((((D::Set(0.0013333417185814622) * r + D::Set(0.009618142269653759)) * r +
+                   D::Set(0.05550410866607508)) * r + D::Set(0.24022650695884967)) * r +
+                 D::Set(0.6931471805599453)) * r;
+    v = p * hi + lo;
   }
   static void Scalar(double x, double& hi, double& v, int& k) {
     ScalarFromBlock(x, hi, v, k, kIndexBits, Reduce);
@@ -51,8 +46,7 @@ struct Exp10Core {
   static constexpr double kL1 = 0x1.3441350a00000p-9;  // log10(2)/128, high part
   static constexpr double kL2 = -0x1.0c0219dc1da99p-46;  // rest: L1 lies above log10(2)/128
 
-  template <class Poly>
-  static void ReduceWith(D x, D& hi, D& v, __m128i& n_image, Poly poly) {
+  static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
     const D t = x * D::Set(kK) + D::Set(kShifter);
     const D n = t - D::Set(kShifter);
     n_image = t.Image();
@@ -61,15 +55,11 @@ struct Exp10Core {
     D lo;
     D::GatherPairs(kExp128, i0, i1, hi, lo);
     const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
-    v = poly(r) * hi + lo;
-  }
-  static void Reduce(D x, D& hi, D& v, __m128i& n) {
     // 10^r - 1 on |r| <= log10(2)/256.
-    ReduceWith(x, hi, v, n, [](D r) {
-      return ((((D::Set(0.5396424512945068) * r + D::Set(1.1712555494866221)) * r +
-                D::Set(2.0346785917911965)) * r + D::Set(2.650949055239026)) * r +
-              D::Set(2.302585092994046)) * r;
-    });
+    const D p = ((((D::Set(0.5396424512945068) * r + D::Set(1.1712555494866221)) * r +
+                   D::Set(2.0346785917911965)) * r + D::Set(2.650949055239026)) * r +
+                 D::Set(2.302585092994046)) * r;
+    v = p * hi + lo;
   }
   static void Scalar(double x, double& hi, double& v, int& k) {
     ScalarFromBlock(x, hi, v, k, kIndexBits, Reduce);
