@@ -18,15 +18,24 @@ int Factor(int n, T* dl, T* d, const T* du) {
 }
 
 // L*U*x = b for kCols columns side by side: the columns' recurrences are independent, so
-// running them together hides the latency of each chain.
+// running them together hides the latency of each chain. The back substitution multiplies by
+// reciprocals taken ahead, a block at a time, which keeps the division out of the chain.
 template <class T, int kCols>
 void SolveN(int n, const T* dl, const T* d, const T* du, T* b, ptrdiff_t ldb) {
   for (int i = 1; i < n; ++i)
     for (int j = 0; j < kCols; ++j) b[i + j * ldb] = b[i + j * ldb] - dl[i - 1] * b[i - 1 + j * ldb];
   for (int j = 0; j < kCols; ++j) b[n - 1 + j * ldb] = b[n - 1 + j * ldb] / d[n - 1];
-  for (int i = n - 2; i >= 0; --i)
-    for (int j = 0; j < kCols; ++j)
-      b[i + j * ldb] = (b[i + j * ldb] - du[i] * b[i + 1 + j * ldb]) / d[i];
+  constexpr int kBlock = 8;
+  for (int top = n - 2; top >= 0; top -= kBlock) {
+    const int count = top + 1 < kBlock ? top + 1 : kBlock;
+    T inverse[kBlock];
+    for (int k = 0; k < count; ++k) inverse[k] = T(1) / d[top - k];
+    for (int k = 0; k < count; ++k) {
+      const int i = top - k;
+      for (int j = 0; j < kCols; ++j)
+        b[i + j * ldb] = (b[i + j * ldb] - du[i] * b[i + 1 + j * ldb]) * inverse[k];
+    }
+  }
 }
 
 // U**T * L**T * x = b.
