@@ -94,5 +94,6 @@ ScopedMode::~ScopedMode() { _temSetMode(saved_); }
 
 unsigned DefaultMode() { return TEM_HA | TEM_ERRMODE_DEFAULT | TEM_FTZDAZ_OFF; }
 unsigned NoErrorMode() { return TEM_HA | TEM_ERRMODE_NOERR | TEM_FTZDAZ_OFF; }
+unsigned SweepMode() { return DefaultMode() & ~TEM_ERRMODE_EXCEPT; }
 
 }  // namespace accuracy
