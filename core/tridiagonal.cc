@@ -1,65 +1,108 @@
-// Tridiagonal LU without pivoting and its solves, for many right-hand sides at once.
+// Tridiagonal elimination without pivoting and its solves, for many right-hand sides at once.
 #include <stddef.h>
 
 #include "qor/core_tridiagonal.h"
 
 namespace {
 
+// Twisted elimination: the rows above the middle row k = n/2 are eliminated downwards, the rows
+// below it upwards, and row k takes both. The two recurrences are independent, so each loop runs
+// them side by side: step s of `top` and of `bottom` in turn while both have steps left. A step
+// returns false to stop the whole run.
+template <class Top, class Bottom>
+inline bool Twisted(int top_steps, int bottom_steps, Top top, Bottom bottom) {
+  int s = 0;
+  for (; s < top_steps && s < bottom_steps; ++s) {
+    if (!top(s) || !bottom(s)) return false;
+  }
+  for (int t = s; t < top_steps; ++t) {
+    if (!top(t)) return false;
+  }
+  for (int t = s; t < bottom_steps; ++t) {
+    if (!bottom(t)) return false;
+  }
+  return true;
+}
+
+// The pivots of the twisted elimination replace d; dl and du are kept, since the solves take
+// their multipliers from them. Returns the 1-based row of the zero pivot that stopped it, or 0.
 template <class T>
-int Factor(int n, T* dl, T* d, const T* du) {
-  for (int i = 0; i + 1 < n; ++i) {
-    if (d[i] == T(0)) return i + 1;
-    const T l = dl[i] / d[i];
-    dl[i] = l;
-    d[i + 1] = d[i + 1] - l * du[i];
+int Factor(int n, const T* dl, T* d, const T* du) {
+  if (n == 0) return 0;
+  const int k = n / 2;
+  int zero = 0;
+  auto usable = [&](int i) {
+    if (d[i] == T(0)) zero = i + 1;
+    return zero == 0;
+  };
+  const bool run = Twisted(
+      k - 1, n - k - 2,
+      [&](int i) {
+        if (!usable(i)) return false;
+        d[i + 1] = d[i + 1] - dl[i] * du[i] / d[i];
+        return true;
+      },
+      [&](int s) {
+        const int i = n - 1 - s;
+        if (!usable(i)) return false;
+        d[i - 1] = d[i - 1] - du[i - 1] * dl[i - 1] / d[i];
+        return true;
+      });
+  if (!run) return zero;
+  if (k > 0) {
+    if (!usable(k - 1)) return zero;
+    d[k] = d[k] - dl[k - 1] * du[k - 1] / d[k - 1];
   }
-  if (n > 0 && d[n - 1] == T(0)) return n;
-  return 0;
+  if (k + 1 < n) {
+    if (!usable(k + 1)) return zero;
+    d[k] = d[k] - du[k] * dl[k] / d[k + 1];
+  }
+  usable(k);
+  return zero;
 }
 
-// L*U*x = b for kCols columns side by side: the columns' recurrences are independent, so
-// running them together hides the latency of each chain. The back substitution multiplies by
-// reciprocals taken ahead, a block at a time, which keeps the division out of the chain.
+// A*x = b for kCols columns side by side, `lower` and `upper` the sub- and super-diagonal (A**T
+// swaps them: its twisted pivots are A's). Each row is multiplied by its pivot's reciprocal,
+// which keeps divisions out of the recurrences.
 template <class T, int kCols>
-void SolveN(int n, const T* dl, const T* d, const T* du, T* b, ptrdiff_t ldb) {
-  for (int i = 1; i < n; ++i)
-    for (int j = 0; j < kCols; ++j) b[i + j * ldb] = b[i + j * ldb] - dl[i - 1] * b[i - 1 + j * ldb];
-  for (int j = 0; j < kCols; ++j) b[n - 1 + j * ldb] = b[n - 1 + j * ldb] / d[n - 1];
-  constexpr int kBlock = 8;
-  for (int top = n - 2; top >= 0; top -= kBlock) {
-    const int count = top + 1 < kBlock ? top + 1 : kBlock;
-    T inverse[kBlock];
-    for (int k = 0; k < count; ++k) inverse[k] = T(1) / d[top - k];
-    for (int k = 0; k < count; ++k) {
-      const int i = top - k;
-      for (int j = 0; j < kCols; ++j)
-        b[i + j * ldb] = (b[i + j * ldb] - du[i] * b[i + 1 + j * ldb]) * inverse[k];
-    }
-  }
-}
-
-// U**T * L**T * x = b.
-template <class T, int kCols>
-void SolveT(int n, const T* dl, const T* d, const T* du, T* b, ptrdiff_t ldb) {
-  for (int j = 0; j < kCols; ++j) b[j * ldb] = b[j * ldb] / d[0];
-  for (int i = 1; i < n; ++i)
+void Solve(int n, const T* lower, const T* d, const T* upper, T* b, ptrdiff_t ldb) {
+  const int k = n / 2;
+  auto eliminate = [&](int to, int from, T multiplier) {
+    for (int j = 0; j < kCols; ++j) b[to + j * ldb] = b[to + j * ldb] - multiplier * b[from + j * ldb];
+    return true;
+  };
+  Twisted(
+      k - 1, n - k - 2, [&](int i) { return eliminate(i + 1, i, lower[i] / d[i]); },
+      [&](int s) {
+        const int i = n - 1 - s;
+        return eliminate(i - 1, i, upper[i - 1] / d[i]);
+      });
+  if (k > 0) eliminate(k, k - 1, lower[k - 1] / d[k - 1]);
+  if (k + 1 < n) eliminate(k, k + 1, upper[k] / d[k + 1]);
+  for (int j = 0; j < kCols; ++j) b[k + j * ldb] = b[k + j * ldb] / d[k];
+  auto substitute = [&](int to, int from, T coupling) {
+    const T inverse = T(1) / d[to];
     for (int j = 0; j < kCols; ++j)
-      b[i + j * ldb] = (b[i + j * ldb] - du[i - 1] * b[i - 1 + j * ldb]) / d[i];
-  for (int i = n - 2; i >= 0; --i)
-    for (int j = 0; j < kCols; ++j) b[i + j * ldb] = b[i + j * ldb] - dl[i] * b[i + 1 + j * ldb];
+      b[to + j * ldb] = (b[to + j * ldb] - coupling * b[from + j * ldb]) * inverse;
+    return true;
+  };
+  Twisted(
+      k, n - k - 1,
+      [&](int s) {
+        const int i = k - 1 - s;
+        return substitute(i, i + 1, upper[i]);
+      },
+      [&](int s) {
+        const int i = k + 1 + s;
+        return substitute(i, i - 1, lower[i - 1]);
+      });
 }
 
-template <class T, bool kTransposed>
-void SolveAll(int n, int nrhs, const T* dl, const T* d, const T* du, T* b, ptrdiff_t ldb) {
+template <class T>
+void SolveAll(int n, int nrhs, const T* lower, const T* d, const T* upper, T* b, ptrdiff_t ldb) {
   int j = 0;
-  for (; j + 4 <= nrhs; j += 4) {
-    if constexpr (kTransposed) SolveT<T, 4>(n, dl, d, du, b + j * ldb, ldb);
-    else SolveN<T, 4>(n, dl, d, du, b + j * ldb, ldb);
-  }
-  for (; j < nrhs; ++j) {
-    if constexpr (kTransposed) SolveT<T, 1>(n, dl, d, du, b + j * ldb, ldb);
-    else SolveN<T, 1>(n, dl, d, du, b + j * ldb, ldb);
-  }
+  for (; j + 4 <= nrhs; j += 4) Solve<T, 4>(n, lower, d, upper, b + j * ldb, ldb);
+  for (; j < nrhs; ++j) Solve<T, 1>(n, lower, d, upper, b + j * ldb, ldb);
 }
 
 template <class T>
@@ -83,8 +126,8 @@ void Trs(const char* trans, const int* n, const int* nrhs, const T* dl, const T*
   else if (*ldb < (*n > 1 ? *n : 1)) *info = -8;
   else *info = 0;
   if (*info != 0 || *n == 0 || *nrhs == 0) return;
-  if (plain) SolveAll<T, false>(*n, *nrhs, dl, d, du, b, *ldb);
-  else SolveAll<T, true>(*n, *nrhs, dl, d, du, b, *ldb);
+  if (plain) SolveAll(*n, *nrhs, dl, d, du, b, *ldb);
+  else SolveAll(*n, *nrhs, du, d, dl, b, *ldb);
 }
 
 template <class T>
@@ -94,7 +137,7 @@ void Sv(const int* n, const int* nrhs, T* dl, T* d, T* du, T* b, const int* ldb,
   else if (*ldb < (*n > 1 ? *n : 1)) *info = -7;
   else *info = Factor(*n, dl, d, du);
   if (*info != 0 || *n == 0 || *nrhs == 0) return;
-  SolveAll<T, false>(*n, *nrhs, dl, d, du, b, *ldb);
+  SolveAll(*n, *nrhs, dl, d, du, b, *ldb);
 }
 
 }  // namespace

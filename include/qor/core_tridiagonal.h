@@ -4,11 +4,13 @@
    pivots (diagonally dominant matrices do).
 
    `dl` holds the n-1 sub-diagonal, `d` the n diagonal and `du` the n-1 super-diagonal entries.
-   The factorisation overwrites `dl` with the multipliers of L and `d` with the diagonal of U;
-   `du` is the super-diagonal of U and is left unchanged.
+   The factorisation is twisted: rows above the middle row n/2 are eliminated downwards, rows
+   below it upwards (two independent recurrences, run side by side), and the middle row takes
+   both. It overwrites `d` with the pivots and leaves `dl` and `du` unchanged; the solves take
+   the multipliers from them.
 
-   info = 0: success; info = -i: argument i is illegal; info = i > 0: pivot i (1-based) is
-   exactly zero, the factorisation stopped there and no solution was computed. */
+   info = 0: success; info = -i: argument i is illegal; info = i > 0: the pivot of row i
+   (1-based) is exactly zero, the factorisation stopped there and no solution was computed. */
 #ifndef QOR_CORE_TRIDIAGONAL_H_
 #define QOR_CORE_TRIDIAGONAL_H_
 
@@ -16,7 +18,7 @@
 
 QOR_EXTERN_C_BEGIN
 
-/* A = L*U without pivoting. */
+/* Factors A without pivoting. */
 QOR_API void ddttrfb_4dfl(const int* n, double* dl, double* d, const double* du, int* info);
 QOR_API void sdttrfb_4dfl(const int* n, float* dl, float* d, const float* du, int* info);
 

@@ -103,18 +103,29 @@ TYPED_TEST(TridiagonalTest, MatchesDenseSolve) {
   }
 }
 
-TYPED_TEST(TridiagonalTest, ZeroPivotReportsItsPosition) {
+TYPED_TEST(TridiagonalTest, ZeroPivotReportsItsRow) {
   using T = TypeParam;
-  // [[1 1 0] [1 1 1] [0 1 1]]: the second pivot is 1 - 1*1 = 0.
-  std::vector<T> dl = {1, 1}, d = {1, 1, 1}, du = {1, 1}, b = {1, 2, 3};
-  const int n = 3, nrhs = 1, ldb = 3;
-  int info = 0;
-  Api<T>::trf(&n, dl.data(), d.data(), du.data(), &info);
-  EXPECT_EQ(info, 2);
-  std::vector<T> dl2 = {1, 1}, d2 = {1, 1, 1}, du2 = {1, 1};
-  Api<T>::sv(&n, &nrhs, dl2.data(), d2.data(), du2.data(), b.data(), &ldb, &info);
-  EXPECT_EQ(info, 2);
-  EXPECT_EQ(b, (std::vector<T>{1, 2, 3})) << "no solution is written after a zero pivot";
+  // Rows above the middle row n/2 are eliminated downwards, rows below it upwards.
+  const struct {
+    std::vector<T> dl, d, du;
+    int row;
+  } cases[] = {
+      {{1, 1}, {1, 2, 1}, {1, 1}, 2},                    // middle: 2 - 1 - 1
+      {{1, 1, 1, 1}, {1, 1, 4, 4, 4}, {1, 1, 1, 1}, 2},  // second row, from above
+      {{1, 1, 1, 1}, {4, 4, 4, 4, 0}, {1, 1, 1, 1}, 5},  // last row, the first pivot from below
+      {{1}, {0, 1}, {1}, 1},
+  };
+  for (const auto& c : cases) {
+    const int n = int(c.d.size()), nrhs = 1;
+    std::vector<T> dl = c.dl, d = c.d, du = c.du, b(n, T(7));
+    int info = 0;
+    Api<T>::trf(&n, dl.data(), d.data(), du.data(), &info);
+    EXPECT_EQ(info, c.row) << "n " << n;
+    dl = c.dl, d = c.d, du = c.du;
+    Api<T>::sv(&n, &nrhs, dl.data(), d.data(), du.data(), b.data(), &n, &info);
+    EXPECT_EQ(info, c.row) << "n " << n;
+    EXPECT_EQ(b, std::vector<T>(n, T(7))) << "no solution is written after a zero pivot";
+  }
 }
 
 TYPED_TEST(TridiagonalTest, IllegalArgumentsGiveNegativeInfo) {
