@@ -115,7 +115,7 @@ int ReadChunks(Reader& in, void* stream, const Header& h) {
       return ROF_STATUS_FILE_READ;
     in.Read(&size, 4);
     // A negative size asks for more than any allocator has.
-    void* data = qor_serv_allocate(static_cast<size_t>(size), kAlignment);
+    void* data = size < 0 ? nullptr : qor_serv_allocate(static_cast<size_t>(size), kAlignment);
     if (data == nullptr) return ROF_STATUS_NO_MEMORY;
     status = in.Read(data, static_cast<size_t>(size));
     const int added = __rofAddChunk(stream, id, key, data, size);
@@ -208,13 +208,14 @@ QOR_API int __rofSaveStreamF(const void* stream, const char* name, int nameLengt
       fwrite(Payload(stream), static_cast<size_t>(payload), 1, file) != 1) {
     status = ROF_STATUS_FILE_WRITE;
   } else {
-    // Only the last data write is looked at.
+    // Only the last data write is looked at. A record of zero bytes is a short write, as
+    // fwrite counts it.
     for (const rofChunk* c = Chunks(stream); c != nullptr; c = c->next) {
       fwrite(&c->id, 4, 1, file);
       fwrite(c->key, 16, 1, file);
       fwrite(&c->size, 4, 1, file);
       const bool written =
-          fwrite(c->data, static_cast<size_t>(static_cast<uint32_t>(c->size)), 1, file) == 1;
+          c->size > 0 && fwrite(c->data, static_cast<size_t>(c->size), 1, file) == 1;
       status = written ? ROF_STATUS_OK : ROF_STATUS_FILE_WRITE;
     }
   }
@@ -264,7 +265,7 @@ QOR_API int __rofSaveStreamM(const void* stream, void* memory) {
     memcpy(cursor, &c->id, 4);
     memcpy(cursor + 4, c->key, 16);
     memcpy(cursor + 20, &c->size, 4);
-    memcpy(cursor + kChunkRecord, c->data, static_cast<size_t>(c->size));
+    if (c->size > 0) memcpy(cursor + kChunkRecord, c->data, static_cast<size_t>(c->size));
     cursor += kChunkRecord + c->size;
   }
   return ROF_STATUS_OK;

@@ -102,6 +102,12 @@ TEST(PersistenceTest, RoundTripsThroughFileAndMemory) {
         // The reader adds at the head: the chunks come back reversed.
         EXPECT_EQ(ChunkIds(loaded), chunks ? std::vector<uint32_t>({5, 7}) : std::vector<uint32_t>());
       }
+      // A copy of a loaded stream is the saved one again, chunks reversed once more.
+      void* copy = nullptr;
+      ASSERT_EQ(__rofCopyStream(&copy, from_file), ROF_STATUS_OK);
+      ExpectSameState(s, copy);
+      EXPECT_EQ(ChunkIds(copy), ChunkIds(s));
+      __rofDeleteStream(&copy);
       if (chunks) {
         EXPECT_EQ(*static_cast<uint8_t*>(__rofSearchChunk(from_memory, 5)), 0xA5);
         // Saved and loaded twice, the order is the original one.
