@@ -33,8 +33,8 @@ void Seed(uint32_t* mt, int n, const uint32_t* key_words) {
     mt[i] = 1812433253u * (mt[i - 1] ^ (mt[i - 1] >> 30)) + static_cast<uint32_t>(i);
   int i = 1, j = 0;
   for (int k = kN > len ? kN : len; k > 0; --k) {
-    mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1664525u)) + key[j] +
-            static_cast<uint32_t>(j);
+    mt[i] =
+        (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1664525u)) + key[j] + static_cast<uint32_t>(j);
     if (++i >= kN) {
       mt[0] = mt[kN - 1];
       i = 1;
@@ -69,10 +69,10 @@ inline void TwistFour(uint32_t* mt, int i, int far, __m128i a) {
   const __m128i y = _mm_or_si128(_mm_and_si128(cur, upper), _mm_andnot_si128(upper, next));
   // Bit 0 of next shifted into the sign and spread: all ones for an odd word.
   const __m128i odd = _mm_srai_epi32(_mm_slli_epi32(next, 31), 31);
-  const __m128i r = _mm_xor_si128(
-      _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(mt + far)),
-                    _mm_srli_epi32(y, 1)),
-      _mm_and_si128(odd, a));
+  const __m128i r =
+      _mm_xor_si128(_mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(mt + far)),
+                                  _mm_srli_epi32(y, 1)),
+                    _mm_and_si128(odd, a));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(mt + i), r);
 }
 

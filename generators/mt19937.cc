@@ -1,8 +1,8 @@
 // MT19937: the Mersenne twister of period 2^19937 - 1, with skip-ahead by direct stepping for
 // short distances and by the characteristic polynomial beyond.
-#include <string.h>
-
 #include "generators/mt19937.h"
+
+#include <string.h>
 
 #include "generators/mersenne_twister.h"
 #include "streams/registry.h"
@@ -100,13 +100,17 @@ int JumpPrepare(void* stream, rofSkipAheadDesc* desc, int* flag) {
   return 1;
 }
 
+// The polynomial of degree 19937 and its 135 terms; the remainder takes 624 words.
+rofSkipAheadDesc Descriptor(uint64_t nskip) {
+  return {nskip, 624, 19937, static_cast<int32_t>(sizeof(State)), 135, kMt19937Polynomial};
+}
+
 int SkipAhead(State* s, uint64_t nskip) {
   if (nskip < kJumpThreshold) {
     Step(s, nskip);
     return ROF_STATUS_OK;
   }
-  rofSkipAheadDesc desc = {nskip, 624, 19937, static_cast<int32_t>(sizeof(State)), 135,
-                           kMt19937Polynomial};
+  rofSkipAheadDesc desc = Descriptor(nskip);
   return __rof_SkipAheadSWin(s, JumpZero, JumpAdd, JumpCopy, JumpStep, JumpFinish, JumpPrepare,
                              &desc);
 }
@@ -117,15 +121,15 @@ namespace rof {
 
 // The jump functions and polynomial of MT19937, for tests that compare the two jump methods.
 void Mt19937JumpFunctions(rofJumpZeroFn* zero, rofJumpAddFn* add, rofJumpCopyFn* copy,
-                          rofJumpStepFn* step, rofJumpFinishFn* finish,
-                          rofJumpPrepareFn* prepare, rofSkipAheadDesc* desc) {
+                          rofJumpStepFn* step, rofJumpFinishFn* finish, rofJumpPrepareFn* prepare,
+                          rofSkipAheadDesc* desc) {
   *zero = JumpZero;
   *add = JumpAdd;
   *copy = JumpCopy;
   *step = JumpStep;
   *finish = JumpFinish;
   *prepare = JumpPrepare;
-  *desc = {0, 624, 19937, static_cast<int32_t>(sizeof(State)), 135, kMt19937Polynomial};
+  *desc = Descriptor(0);
 }
 
 }  // namespace rof

@@ -8,8 +8,8 @@
 namespace rof {
 
 void Mt19937JumpFunctions(rofJumpZeroFn* zero, rofJumpAddFn* add, rofJumpCopyFn* copy,
-                          rofJumpStepFn* step, rofJumpFinishFn* finish,
-                          rofJumpPrepareFn* prepare, rofSkipAheadDesc* desc);
+                          rofJumpStepFn* step, rofJumpFinishFn* finish, rofJumpPrepareFn* prepare,
+                          rofSkipAheadDesc* desc);
 
 }  // namespace rof
 

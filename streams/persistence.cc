@@ -238,8 +238,8 @@ QOR_API int __rofLoadStreamF(void** stream, const char* name, int nameLength) {
   const rofBrngProperties* table = nullptr;
   int row = 0, sub_id = 0;
   if (status == ROF_STATUS_OK)
-    status = Validate(h, ROF_STATUS_BAD_FILE_FORMAT, ROF_STATUS_BAD_FILE_VERSION, &table, &row,
-                      &sub_id);
+    status =
+        Validate(h, ROF_STATUS_BAD_FILE_FORMAT, ROF_STATUS_BAD_FILE_VERSION, &table, &row, &sub_id);
   if (status == ROF_STATUS_OK) status = Build(stream, h, table, row, sub_id, in);
   if (fclose(file) != 0) {
     if (*stream != nullptr) __rofDeleteStream(stream);
@@ -280,8 +280,8 @@ QOR_API int __rofLoadStreamM(void** stream, const void* memory) {
   Decode(&h);
   const rofBrngProperties* table = nullptr;
   int row = 0, sub_id = 0;
-  const int status = Validate(h, ROF_STATUS_BAD_MEMORY_FORMAT, ROF_STATUS_BAD_MEMORY_FORMAT,
-                              &table, &row, &sub_id);
+  const int status = Validate(h, ROF_STATUS_BAD_MEMORY_FORMAT, ROF_STATUS_BAD_MEMORY_FORMAT, &table,
+                              &row, &sub_id);
   if (status != ROF_STATUS_OK) return status;
   MemoryReader in{image + header};
   const int built = Build(stream, h, table, row, sub_id, in);

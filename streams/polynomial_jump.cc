@@ -118,8 +118,8 @@ QOR_API int __rofPolyRem(uint64_t nskip, int degree, int termCount, const uint32
     return ROF_STATUS_OK;
   }
   const int poly_words = (degree + 64) >> 6;
-  uint64_t* work = static_cast<uint64_t*>(
-      qor_serv_allocate(static_cast<size_t>(poly_words) * 200, kAlignment));
+  uint64_t* work =
+      static_cast<uint64_t*>(qor_serv_allocate(static_cast<size_t>(poly_words) * 200, kAlignment));
   if (work == nullptr) return ROF_STATUS_NO_MEMORY;
   memset(work, 0, static_cast<size_t>(poly_words) * 8);
   for (int t = 0; t < termCount; ++t) work[terms[t] >> 6] ^= 1ull << (terms[t] & 63);
@@ -140,8 +140,8 @@ QOR_API int __rofPolyRem(uint64_t nskip, int degree, int termCount, const uint32
   return ROF_STATUS_OK;
 }
 
-QOR_API int __rof_SkipAheadHorner(void* stream, rofJumpZeroFn, rofJumpAddFn add,
-                                  rofJumpCopyFn copy, rofJumpStepFn step, rofJumpFinishFn finish,
+QOR_API int __rof_SkipAheadHorner(void* stream, rofJumpZeroFn, rofJumpAddFn add, rofJumpCopyFn copy,
+                                  rofJumpStepFn step, rofJumpFinishFn finish,
                                   rofJumpPrepareFn prepare, rofSkipAheadDesc* desc) {
   if (desc->nskip == 0) return ROF_STATUS_OK;
   int flag = 0;

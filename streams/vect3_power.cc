@@ -1,9 +1,9 @@
 // Powers of the 3x3 step matrix of a three-term recurrence mod m, for the skip-ahead of
 // MRG32K3A: by a 64-bit exponent, by a multi-word exponent with the tables of B^(2^i) of
 // each component, and by any multi-word exponent without a table.
-#include <string.h>
-
 #include "streams/vect3_power.h"
+
+#include <string.h>
 
 #include "qor/core.h"
 

@@ -37,7 +37,8 @@ void PrintMatrices(const char* name, uint64_t c0, uint64_t c1, uint64_t c2, uint
   printf("alignas(16) const uint32_t %s[193][9] = {\n", name);
   for (int i = 0; i < 193; ++i) {
     printf("    {");
-    for (int k = 0; k < 9; ++k) printf("%s%lluu", k ? ", " : "", (unsigned long long)b[k / 3][k % 3]);
+    for (int k = 0; k < 9; ++k)
+      printf("%s%lluu", k ? ", " : "", (unsigned long long)b[k / 3][k % 3]);
     printf("},\n");
     Multiply(b, b, m, b);
   }
@@ -133,18 +134,16 @@ std::vector<uint8_t> Sfmt19937Bits(size_t count) {
     w[i / 4][i % 4] = static_cast<uint32_t>(x >> 32);
   }
   auto shift_left_byte = [](const uint32_t* a, uint32_t* o) {  // 128 bits << 8
-    const unsigned __int128 v = (static_cast<unsigned __int128>(
-                                     (static_cast<uint64_t>(a[3]) << 32) | a[2])
-                                 << 64) |
-                                ((static_cast<uint64_t>(a[1]) << 32) | a[0]);
+    const unsigned __int128 v =
+        (static_cast<unsigned __int128>((static_cast<uint64_t>(a[3]) << 32) | a[2]) << 64) |
+        ((static_cast<uint64_t>(a[1]) << 32) | a[0]);
     const unsigned __int128 s = v << 8;
     for (int k = 0; k < 4; ++k) o[k] = static_cast<uint32_t>(s >> (32 * k));
   };
   auto shift_right_byte = [](const uint32_t* a, uint32_t* o) {  // 128 bits >> 8
-    const unsigned __int128 v = (static_cast<unsigned __int128>(
-                                     (static_cast<uint64_t>(a[3]) << 32) | a[2])
-                                 << 64) |
-                                ((static_cast<uint64_t>(a[1]) << 32) | a[0]);
+    const unsigned __int128 v =
+        (static_cast<unsigned __int128>((static_cast<uint64_t>(a[3]) << 32) | a[2]) << 64) |
+        ((static_cast<uint64_t>(a[1]) << 32) | a[0]);
     const unsigned __int128 s = v >> 8;
     for (int k = 0; k < 4; ++k) o[k] = static_cast<uint32_t>(s >> (32 * k));
   };
@@ -169,7 +168,8 @@ void PrintPolynomial(const char* name, const std::vector<uint32_t>& e) {
   printf("\n// %zu exponents, ascending, of the characteristic polynomial of degree %u.\n",
          e.size(), e.back());
   printf("const uint32_t %s[%zu] = {", name, e.size());
-  for (size_t i = 0; i < e.size(); ++i) printf("%s%u", i == 0 ? "\n    " : i % 12 ? ", " : ",\n    ", e[i]);
+  for (size_t i = 0; i < e.size(); ++i)
+    printf("%s%u", i == 0 ? "\n    " : i % 12 ? ", " : ",\n    ", e[i]);
   printf(",\n};\n");
 }
 
@@ -198,7 +198,8 @@ int main(int argc, char** argv) {
   }
   std::vector<uint32_t> e;
   if (strcmp(what, "mt19937") == 0) {
-    printf("// Made by: build/tools/gen_twister_tables mt19937 > generators/mt19937_polynomial.inc\n");
+    printf(
+        "// Made by: build/tools/gen_twister_tables mt19937 > generators/mt19937_polynomial.inc\n");
     printf("// clang-format off\n");
     e = MinimalPolynomial(Mt19937Bits(2 * 19937 + 200));
     if (!Ends(e, {0, 1189, 1416, 1585, 1643}, {19314, 19937}, 135)) return 2;
@@ -206,8 +207,9 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (strcmp(what, "sfmt19937") == 0) {
-    printf("// Made by: build/tools/gen_twister_tables sfmt19937 > "
-           "generators/sfmt19937_polynomial.inc\n");
+    printf(
+        "// Made by: build/tools/gen_twister_tables sfmt19937 > "
+        "generators/sfmt19937_polynomial.inc\n");
     printf("// clang-format off\n");
     e = MinimalPolynomial(Sfmt19937Bits(2 * 19968 + 200));
     if (!Ends(e, {0, 1041, 1195, 1197, 1232}, {19393, 19437, 19968}, 6711)) return 2;

@@ -15,8 +15,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-const int kGenerators[] = {ROF_BRNG_MCG31M1, ROF_BRNG_MCG59, ROF_BRNG_MT19937,
-                           ROF_BRNG_MT2203 + 2};
+const int kGenerators[] = {ROF_BRNG_MCG31M1, ROF_BRNG_MCG59, ROF_BRNG_MT19937, ROF_BRNG_MT2203 + 2};
 
 std::string TempName(const char* tag) {
   return testing::TempDir() + "qor_persistence_" + tag + "_" + std::to_string(getpid());
@@ -59,9 +58,9 @@ int PayloadBytes(const void* s) {
 
 void ExpectSameState(const void* a, const void* b) {
   ASSERT_EQ(__rofGetStreamStateBrng(a), __rofGetStreamStateBrng(b));
-  EXPECT_EQ(memcmp(static_cast<const char*>(a) + 16, static_cast<const char*>(b) + 16,
-                   PayloadBytes(a)),
-            0);
+  EXPECT_EQ(
+      memcmp(static_cast<const char*>(a) + 16, static_cast<const char*>(b) + 16, PayloadBytes(a)),
+      0);
 }
 
 Bytes SaveM(const void* s) {
@@ -100,7 +99,8 @@ TEST(PersistenceTest, RoundTripsThroughFileAndMemory) {
       for (void* loaded : {from_file, from_memory}) {
         ExpectSameState(s, loaded);
         // The reader adds at the head: the chunks come back reversed.
-        EXPECT_EQ(ChunkIds(loaded), chunks ? std::vector<uint32_t>({5, 7}) : std::vector<uint32_t>());
+        EXPECT_EQ(ChunkIds(loaded),
+                  chunks ? std::vector<uint32_t>({5, 7}) : std::vector<uint32_t>());
       }
       // A copy of a loaded stream is the saved one again, chunks reversed once more.
       void* copy = nullptr;

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "generators/mt19937.h"
-#include "streams/vect3_power.h"
 #include "stream_helpers.h"
+#include "streams/vect3_power.h"
 
 namespace {
 
@@ -30,7 +30,8 @@ const Component kComponents[] = {
 
 void Step(uint32_t v[3], const Component& k) {
   const uint64_t next = (uint64_t{k.c[0]} * v[2] % k.m + uint64_t{k.c[1]} * v[1] % k.m +
-                         uint64_t{k.c[2]} * v[0] % k.m) % k.m;
+                         uint64_t{k.c[2]} * v[0] % k.m) %
+                        k.m;
   v[0] = v[1];
   v[1] = v[2];
   v[2] = static_cast<uint32_t>(next);
@@ -58,12 +59,10 @@ TEST(Vect3PowerTest, SmallExponentsEqualStepping) {
 // Exponents of up to 191 bits: the table forms against the general one, and a split
 // e = e1 + e2 done as two jumps; the general form takes any count of digits, zeros included.
 TEST(Vect3PowerTest, MultiDigitFormsAgreeUpToTwoToThe190) {
-  const uint64_t exponents[][3] = {{0, 0, 0},
-                                   {~0ull, 0, 0},
-                                   {1, 1, 0},
-                                   {0x123456789ABCDEFull, 0xFEDCBA987654321ull, 0x3FFFFFFFFFFFull},
-                                   {0, 0, 1ull << 62},
-                                   {5, 0, 0x7FFFFFFFFFFFFFFFull}};
+  const uint64_t exponents[][3] = {
+      {0, 0, 0},          {~0ull, 0, 0},
+      {1, 1, 0},          {0x123456789ABCDEFull, 0xFEDCBA987654321ull, 0x3FFFFFFFFFFFull},
+      {0, 0, 1ull << 62}, {5, 0, 0x7FFFFFFFFFFFFFFFull}};
   for (const Component& k : kComponents)
     for (const auto& e : exponents) {
       uint32_t t[3] = {1, 2, 3}, g[3] = {1, 2, 3}, z[3] = {1, 2, 3};
