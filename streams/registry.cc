@@ -58,8 +58,10 @@ QOR_API rofBrngProperties __RegBrngsNew[kNewRegistryCapacity] = {
     kWh,
     kSobol,
     kNiederr,
-    Sizes(2520, 625, 1, 4, 32),   // MT19937
-    Sizes(312, 70, 1, 4, 32),     // MT2203
+    {2520, 625, 1, 4, 32, 0, __rofBRngMT19937InitStream, __rofsBRngMT19937, __rofdBRngMT19937,
+     __rofiBRngMT19937},
+    {312, 70, 1, 4, 32, 0, __rofBRngMT2203InitStream, __rofsBRngMT2203, __rofdBRngMT2203,
+     __rofiBRngMT2203},
     Sizes(48, 0, 1, 4, 32),       // iAbstract
     Sizes(64, 0, 1, 4, 32),       // dAbstract
     Sizes(56, 0, 1, 4, 32),       // sAbstract

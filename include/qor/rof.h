@@ -147,6 +147,55 @@ QOR_API uint32_t __rofiPowMod(uint32_t a, uint64_t e, uint32_t m);
 QOR_API uint32_t __rofiPowMod2P31M1(uint32_t a, uint64_t e);
 QOR_API uint64_t __rofiPowMod2P59(uint64_t a, uint64_t e);
 
+/* Three-term recurrences mod m, for MRG32K3A: v (oldest first) advanced by e steps of
+   v' = (v1, v2, c0 v2 + c1 v1 + c2 v0 mod m). The _M1 and _M2 forms take an exponent of n
+   64-bit digits below 2^192 and the component's table of B^(2^i); the general form takes any
+   exponent and may fail for memory. */
+QOR_API void __rofiVect3PowMod(uint32_t v[3], const uint32_t c[3], uint32_t m, uint64_t e);
+QOR_API void __rofiVect3PowArrayMod_M1(uint32_t v[3], int n, const uint64_t digits[],
+                                       const uint32_t table[193][9]);
+QOR_API void __rofiVect3PowArrayMod_M2(uint32_t v[3], int n, const uint64_t digits[],
+                                       const uint32_t table[193][9]);
+QOR_API int __rofiVect3PowArrayMod(uint32_t v[3], const uint32_t c[3], uint32_t m, int n,
+                                   const uint64_t digits[]);
+
+/* Jumps of a linear recurrence over GF(2) by x^nskip modulo its characteristic polynomial. */
+typedef struct rofSkipAheadDesc {
+  uint64_t nskip;         /* elements still to pass over */
+  int32_t polyWords;      /* 64-bit words of the remainder buffer, twice the polynomial */
+  int32_t degree;         /* degree of the characteristic polynomial */
+  int32_t stateBytes;     /* bytes of one working state record */
+  int32_t termCount;      /* nonzero terms of the polynomial */
+  const uint32_t* terms;  /* ascending exponents, from 0 to degree */
+} rofSkipAheadDesc;
+
+/* The generator's side of a jump; states are records laid out as the stream's. */
+typedef void (*rofJumpZeroFn)(void* state);
+typedef void (*rofJumpAddFn)(void* accumulator, const void* state, int unused);
+typedef void (*rofJumpCopyFn)(void* destination, const void* source, int unused);
+typedef void (*rofJumpStepFn)(void* state);
+typedef void (*rofJumpFinishFn)(void* stream, const void* accumulator, int flag);
+/* Spends what the stream's current block allows of desc->nskip; 0 when nothing remains. */
+typedef int (*rofJumpPrepareFn)(void* stream, rofSkipAheadDesc* desc, int* flag);
+
+/* x^nskip mod the sparse polynomial into out (polyWords words, also the squaring buffer). */
+QOR_API int __rofPolyRem(uint64_t nskip, int degree, int termCount, const uint32_t terms[],
+                         int polyWords, uint64_t out[]);
+/* The jump by Horner's rule, and by an 8-bit sliding window with a table of 128 states. */
+QOR_API int __rof_SkipAheadHorner(void* stream, rofJumpZeroFn zero, rofJumpAddFn add,
+                                  rofJumpCopyFn copy, rofJumpStepFn step, rofJumpFinishFn finish,
+                                  rofJumpPrepareFn prepare, rofSkipAheadDesc* desc);
+QOR_API int __rof_SkipAheadSWin(void* stream, rofJumpZeroFn zero, rofJumpAddFn add,
+                                rofJumpCopyFn copy, rofJumpStepFn step, rofJumpFinishFn finish,
+                                rofJumpPrepareFn prepare, rofSkipAheadDesc* desc);
+
+/* Saved streams, to a file (name of nameLength bytes, or terminated if negative) or to
+   memory (__rofGetStreamSize bytes). */
+QOR_API int __rofSaveStreamF(const void* stream, const char* name, int nameLength);
+QOR_API int __rofLoadStreamF(void** stream, const char* name, int nameLength);
+QOR_API int __rofSaveStreamM(const void* stream, void* memory);
+QOR_API int __rofLoadStreamM(void** stream, const void* memory);
+
 /* Chunks. __rofAddChunk takes ownership of `data` unless `key` names data already shared. */
 QOR_API int __rofAddChunk(void* stream, uint32_t id, const uint64_t key[2], void* data,
                           int size);
@@ -175,6 +224,16 @@ QOR_API int __rofBRngMCG59InitStream(int method, void* stream, int n, const void
 QOR_API int __rofsBRngMCG59(void* stream, int n, float r[], float a, float b);
 QOR_API int __rofdBRngMCG59(void* stream, int n, double r[], double a, double b);
 QOR_API int __rofiBRngMCG59(void* stream, int n, void* r);
+
+/* MT19937 and MT2203 (member = sub-identifier, 0 to 6023): seeded by a key array. */
+QOR_API int __rofBRngMT19937InitStream(int method, void* stream, int n, const void* params);
+QOR_API int __rofsBRngMT19937(void* stream, int n, float r[], float a, float b);
+QOR_API int __rofdBRngMT19937(void* stream, int n, double r[], double a, double b);
+QOR_API int __rofiBRngMT19937(void* stream, int n, void* r);
+QOR_API int __rofBRngMT2203InitStream(int method, void* stream, int n, const void* params);
+QOR_API int __rofsBRngMT2203(void* stream, int n, float r[], float a, float b);
+QOR_API int __rofdBRngMT2203(void* stream, int n, double r[], double a, double b);
+QOR_API int __rofiBRngMT2203(void* stream, int n, void* r);
 
 QOR_EXTERN_C_END
 

@@ -62,9 +62,14 @@ inline const std::vector<std::string>& NonVectorExports() {
       "__rofGenerateNewGlobalRODataTableEntryId",
       "__rofLeapfrogStream", "__rofSkipAheadStream", "__rofSkipAheadStreamEx",
       "__rofiPowMod", "__rofiPowMod2P31M1", "__rofiPowMod2P59",
+      "__rofiVect3PowMod", "__rofiVect3PowArrayMod_M1", "__rofiVect3PowArrayMod_M2",
+      "__rofiVect3PowArrayMod", "__rofPolyRem", "__rof_SkipAheadHorner", "__rof_SkipAheadSWin",
+      "__rofSaveStreamF", "__rofLoadStreamF", "__rofSaveStreamM", "__rofLoadStreamM",
       // Basic generators.
       "__rofBRngMCG31M1InitStream", "__rofsBRngMCG31M1", "__rofdBRngMCG31M1", "__rofiBRngMCG31M1",
       "__rofBRngMCG59InitStream", "__rofsBRngMCG59", "__rofdBRngMCG59", "__rofiBRngMCG59",
+      "__rofBRngMT19937InitStream", "__rofsBRngMT19937", "__rofdBRngMT19937", "__rofiBRngMT19937",
+      "__rofBRngMT2203InitStream", "__rofsBRngMT2203", "__rofdBRngMT2203", "__rofiBRngMT2203",
       // Data fitting: task.
       "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
       "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",

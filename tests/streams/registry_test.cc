@@ -28,7 +28,7 @@ const BuiltIn kBuiltIn[] = {
 // clang-format on
 
 // Rows whose generators have landed; every other built-in row is still open.
-const std::set<int> kRowsWithFunctions = {0, 3};
+const std::set<int> kRowsWithFunctions = {0, 3, 7, 8};
 
 bool SameRow(const rofBrngProperties& x, const rofBrngProperties& y) {
   return memcmp(&x, &y, sizeof x) == 0;
