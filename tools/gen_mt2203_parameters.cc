@@ -5,7 +5,8 @@
 //   gen_mt2203_parameters --emit=OUT [--progress=F]
 //       writes the C++ table once all 6024 members are in F;
 //   gen_mt2203_parameters --verify [--progress=F] [--rows=A:B] [--threads=T]
-//       rechecks degree, primitivity, distinct constants and polynomials, and the claimed k(v).
+//       rechecks degree, primitivity, fixed rows and member tags, distinct constants and
+//       polynomials, and the claimed k(v).
 // F defaults to generators/mt2203_progress.txt (run from the source root).
 #include <atomic>
 #include <chrono>
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -85,6 +87,7 @@ int Search(const Options& o, const std::map<int, Row>& done) {
   std::vector<int> todo;
   for (int m = o.first; m < o.last; ++m)
     if (!done.count(m)) todo.push_back(m);
+  mt2203::DropUnfinishedLine(o.progress);
   std::FILE* out = std::fopen(o.progress.c_str(), "a");
   if (!out) {
     std::perror(o.progress.c_str());
@@ -111,8 +114,8 @@ int Search(const Options& o, const std::map<int, Row>& done) {
 
 int Emit(const Options& o, const std::map<int, Row>& rows, const std::string& command) {
   if (static_cast<int>(rows.size()) != mt2203::kMembers) {
-    std::fprintf(stderr, "%s holds %zu of %d members; finish the search first\n", o.progress.c_str(), rows.size(),
-                 mt2203::kMembers);
+    std::fprintf(stderr, "%s holds %zu of %d members; finish the search first\n", o.progress.c_str(),
+                 rows.size(), mt2203::kMembers);
     return 1;
   }
   std::FILE* f = std::fopen(o.emit.c_str(), "w");
@@ -152,10 +155,16 @@ int Verify(const Options& o, const std::map<int, Row>& rows) {
     hashes[i] = Hash(p);
     mt2203::Distribution k;
     mt2203::Equidistribution(r.matrix_a).Measure(r.mask_b, r.mask_c, 1 << 30, k);
-    const char* fault = !mt2203::IsPrimitive(p)                                    ? "not primitive"
-                        : (r.mask_b & ~mt2203::kMaskBFree) || (r.mask_c & ~mt2203::kMaskCFree) ? "mask low bits"
-                        : k != r.k                                                  ? "k(v) differs from the claim"
-                                                                                    : nullptr;
+    const std::optional<Row> fixed = mt2203::FixedRow(r.member);
+    const bool marked =
+        fixed ? fixed->matrix_a == r.matrix_a && fixed->mask_b == r.mask_b && fixed->mask_c == r.mask_c
+              : (r.matrix_a & 0xFFFF) == r.member + mt2203::kMemberTag;
+    const char* fault = !mt2203::IsPrimitive(p) ? "not primitive"
+                        : (r.mask_b & ~mt2203::kMaskBFree) || (r.mask_c & ~mt2203::kMaskCFree)
+                            ? "mask low bits"
+                        : !marked  ? "not the fixed row or member tag"
+                        : k != r.k ? "k(v) differs from the claim"
+                                   : nullptr;
     if (fault) {
       ++failures;
       const std::lock_guard<std::mutex> hold(lock);
@@ -168,8 +177,8 @@ int Verify(const Options& o, const std::map<int, Row>& rows) {
   const bool distinct = constants.size() == selected.size() && polynomials.size() == selected.size();
   const int missing = (o.last - o.first) - static_cast<int>(selected.size());
   std::printf("%zu members checked, %d missing in %d:%d, %d failed, constants and polynomials %s; %.1f s\n",
-              selected.size(), missing, o.first, o.last, failures.load(), distinct ? "distinct" : "NOT distinct",
-              Seconds(start));
+              selected.size(), missing, o.first, o.last, failures.load(),
+              distinct ? "distinct" : "NOT distinct", Seconds(start));
   return failures == 0 && distinct ? 0 : 1;
 }
 
@@ -192,7 +201,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   if (!o.emit.empty()) {
-    std::string command = "gen_mt2203_parameters";
+    std::string command = argv[0];
     for (int i = 1; i < argc; ++i) command += std::string(" ") + argv[i];
     return Emit(o, rows, command);
   }

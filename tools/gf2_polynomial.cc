@@ -38,8 +38,7 @@ constexpr std::array<uint16_t, 256> kSpread = MakeSpread();
 
 uint64_t SpreadHalf(uint32_t h) {
   return static_cast<uint64_t>(kSpread[h & 0xFF]) | static_cast<uint64_t>(kSpread[h >> 8 & 0xFF]) << 16 |
-         static_cast<uint64_t>(kSpread[h >> 16 & 0xFF]) << 32 |
-         static_cast<uint64_t>(kSpread[h >> 24]) << 48;
+         static_cast<uint64_t>(kSpread[h >> 16 & 0xFF]) << 32 | static_cast<uint64_t>(kSpread[h >> 24]) << 48;
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 // Reading and writing the lines of the MT2203 progress file.
 #include "tools/mt2203_rows.h"
 
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace mt2203 {
@@ -10,6 +12,7 @@ bool ReadRows(const std::string& path, std::map<int, Row>& rows, std::string& er
   std::ifstream in(path);
   std::string line;
   for (int number = 1; std::getline(in, line); ++number) {
+    if (in.eof()) break;  // a last line without its newline was cut off by an interrupted run
     if (line.empty() || line[0] == '#') continue;
     std::istringstream fields(line);
     Row row{};
@@ -22,6 +25,17 @@ bool ReadRows(const std::string& path, std::map<int, Row>& rows, std::string& er
     rows[row.member] = row;
   }
   return true;
+}
+
+void DropUnfinishedLine(const std::string& path) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(path, error);
+  if (error || size == 0) return;
+  std::ifstream in(path, std::ios::binary);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const size_t end = text.rfind('\n');
+  if (end + 1 != text.size())
+    std::filesystem::resize_file(path, end == std::string::npos ? 0 : end + 1, error);
 }
 
 void WriteRow(std::FILE* f, const Row& row) {

@@ -10,8 +10,11 @@
 
 namespace mt2203 {
 
-// Members by number; false if the file exists but a line does not parse. A missing file is empty.
+// Members by number; false if the file exists but a line does not parse. A missing file is
+// empty; a last line without its newline (an interrupted write) is ignored.
 bool ReadRows(const std::string& path, std::map<int, Row>& rows, std::string& error);
+// Cuts such an unfinished last line, so that appending starts on a line of its own.
+void DropUnfinishedLine(const std::string& path);
 void WriteRow(std::FILE* f, const Row& row);
 
 }  // namespace mt2203

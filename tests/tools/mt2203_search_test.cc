@@ -117,7 +117,8 @@ TEST(Mt2203SearchTest, DistributionMatchesRankOfSimulatedOutputs) {
   for (int v : {5, 13, 28}) {
     const int k = row.k[v - 1];
     const int outputs = k + 1;
-    std::vector<std::vector<uint64_t>> rows(outputs * v, std::vector<uint64_t>((mt2203::kDegree + 63) / 64, 0));
+    std::vector<std::vector<uint64_t>> rows(outputs * v,
+                                            std::vector<uint64_t>((mt2203::kDegree + 63) / 64, 0));
     for (int s = 0; s < mt2203::kDegree; ++s) {
       std::vector<uint32_t> state(mt2203::kN, 0);
       if (s < 27)
@@ -148,7 +149,8 @@ TEST(Mt2203SearchTest, EightMembersSideBySideAreUncorrelated) {
     if (streams.size() == 8) break;
     const std::vector<uint32_t> x = mt2203::Untempered(row.matrix_a, state, kCount + mt2203::kN);
     std::vector<double> u(kCount);
-    for (int i = 0; i < kCount; ++i) u[i] = mt2203::Temper(x[mt2203::kN + i], row.mask_b, row.mask_c) * 0x1p-32;
+    for (int i = 0; i < kCount; ++i)
+      u[i] = mt2203::Temper(x[mt2203::kN + i], row.mask_b, row.mask_c) * 0x1p-32;
     streams.push_back(std::move(u));
   }
   ASSERT_EQ(streams.size(), 8u);
@@ -161,7 +163,8 @@ TEST(Mt2203SearchTest, EightMembersSideBySideAreUncorrelated) {
         si += a, sj += b, sii += a * a, sjj += b * b, sij += a * b;
       }
       const double cov = sij / kCount - si / kCount * sj / kCount;
-      const double r = cov / std::sqrt((sii / kCount - si / kCount * si / kCount) * (sjj / kCount - sj / kCount * sj / kCount));
+      const double r = cov / std::sqrt((sii / kCount - si / kCount * si / kCount) *
+                                       (sjj / kCount - sj / kCount * sj / kCount));
       EXPECT_LT(std::fabs(r), limit) << i << " " << j;
     }
   }
