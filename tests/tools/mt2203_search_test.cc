@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <random>
 #include <set>
@@ -168,6 +169,40 @@ TEST(Mt2203SearchTest, EightMembersSideBySideAreUncorrelated) {
       EXPECT_LT(std::fabs(r), limit) << i << " " << j;
     }
   }
+}
+
+TEST(Mt2203RowsTest, InterruptedWriteIsDroppedAndAppendingResumes) {
+  const std::string path = ::testing::TempDir() + "mt2203_rows_test.txt";
+  const Row a{7, 0x800005CBu, 0x12345680u, 0xEFC60000u, {2203, 1101}};
+  const Row b{9, 0x900005CDu, 0x9D2C5680u, 0xEFC68000u, {2203, 1100}};
+  std::FILE* f = std::fopen(path.c_str(), "w");
+  std::fprintf(f, "# comment\n");
+  mt2203::WriteRow(f, a);
+  std::fprintf(f, "9 0x9000");  // cut off in the middle of a row
+  std::fclose(f);
+  std::map<int, Row> rows;
+  std::string error;
+  ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
+  EXPECT_EQ(rows.size(), 1u);
+  mt2203::DropUnfinishedLine(path);
+  f = std::fopen(path.c_str(), "a");
+  mt2203::WriteRow(f, b);
+  std::fclose(f);
+  rows.clear();
+  ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
+  ASSERT_EQ(rows.size(), 2u);
+  for (const Row& expected : {a, b}) {
+    const Row& got = rows.at(expected.member);
+    EXPECT_EQ(got.matrix_a, expected.matrix_a);
+    EXPECT_EQ(got.mask_b, expected.mask_b);
+    EXPECT_EQ(got.mask_c, expected.mask_c);
+    EXPECT_EQ(got.k, expected.k);
+  }
+  f = std::fopen(path.c_str(), "a");
+  std::fprintf(f, "12 0x1 0x2\n");  // a complete line with fields missing is an error
+  std::fclose(f);
+  EXPECT_FALSE(mt2203::ReadRows(path, rows, error));
+  std::remove(path.c_str());
 }
 
 }  // namespace
