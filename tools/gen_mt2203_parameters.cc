@@ -34,7 +34,7 @@ struct Options {
   bool verify = false;
   int first = 0, last = mt2203::kMembers;
   int threads = 1;
-  int mask_trials = 40;
+  int mask_trials = 63;
 };
 
 bool Parse(int argc, char** argv, Options& o) {

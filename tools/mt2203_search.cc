@@ -1,6 +1,7 @@
 // MT2203 member search: primitive twist constants, then tempering masks by local search.
 #include "tools/mt2203_search.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -199,31 +200,41 @@ Row SearchMember(int member, int mask_trials) {
     measure.Measure(row.mask_b, row.mask_c, INT_MAX, row.k);
     return row;
   }
-  // Local search: start from the best of the known good pairs,
-  // then flip single mask bits, keeping a flip when the defect does not grow.
+  // Local search by single mask bit flips, each kept when the defect does not grow: a short
+  // climb from each known good pair, then a longer one from the best pair so far. The defects
+  // come in steps of about N at a few v, which one flip seldom undoes, so several climbs find
+  // more than one long one.
+  const int short_steps = std::max(1, mask_trials / (2 * kStartCount));
   int best = INT_MAX;
   Distribution k;
-  for (int trial = 0; trial < mask_trials; ++trial) {
-    uint32_t b = row.mask_b, c = row.mask_c;
-    if (trial < kStartCount) {
-      const std::array<uint32_t, 2> start = StartingMasks(trial);
-      b = start[0];
-      c = start[1];
-    } else {
+  auto keep_if_best = [&](uint32_t b, uint32_t c, int defect) {
+    if (defect > best) return;
+    best = defect;
+    row.mask_b = b;
+    row.mask_c = c;
+    row.k = k;
+  };
+  auto climb = [&](uint32_t b, uint32_t c, int current, int steps) {
+    for (int step = 0; step < steps; ++step) {
+      uint32_t nb = b, nc = c;
       const int bit = static_cast<int>(SplitMix(seed) % 42);
       if (bit < 25)
-        b ^= 1u << (7 + bit);
+        nb ^= 1u << (7 + bit);
       else
-        c ^= 1u << (15 + bit - 25);
+        nc ^= 1u << (15 + bit - 25);
+      const int defect = measure.Measure(nb, nc, current, k);
+      if (defect > current) continue;
+      b = nb, c = nc, current = defect;
+      keep_if_best(b, c, current);
     }
-    const int defect = measure.Measure(b, c, best, k);
-    if (defect <= best) {
-      best = defect;
-      row.mask_b = b;
-      row.mask_c = c;
-      row.k = k;
-    }
+  };
+  for (int s = 0; s < kStartCount; ++s) {
+    const auto [b, c] = StartingMasks(s);
+    const int defect = measure.Measure(b, c, INT_MAX, k);
+    keep_if_best(b, c, defect);
+    climb(b, c, defect, short_steps - 1);
   }
+  climb(row.mask_b, row.mask_c, best, mask_trials - kStartCount * short_steps);
   return row;
 }
 
