@@ -46,10 +46,13 @@ std::array<uint32_t, 32> TemperingRows(uint32_t mask_b, uint32_t mask_c) {
 }
 
 // Gaussian elimination kept in echelon form by lowest set bit: a basis row's lowest bit is its
-// pivot, so reducing a row by it clears that bit and touches only higher ones.
+// pivot, so reducing a row by it clears that bit and touches only higher ones, up to the basis
+// row's last nonzero word (the forms of the first N outputs fill one or two words).
 class Echelon {
  public:
-  explicit Echelon(int words) : words_(words), pivot_(64 * words, -1) { basis_.reserve(64 * words * words); }
+  explicit Echelon(int words) : words_(words), pivot_(64 * words, -1) {
+    basis_.reserve(64 * words * words);
+  }
   // Reduces `row` (destroyed) and keeps it if independent.
   bool Insert(uint64_t* row) {
     for (int w = 0; w < words_; ++w) {
@@ -57,12 +60,15 @@ class Echelon {
         const int column = 64 * w + __builtin_ctzll(row[w]);
         const int p = pivot_[column];
         if (p < 0) {
-          pivot_[column] = static_cast<int>(basis_.size()) / words_;
+          pivot_[column] = static_cast<int>(last_.size());
           basis_.insert(basis_.end(), row, row + words_);
+          int last = words_ - 1;
+          while (!row[last]) --last;
+          last_.push_back(last);
           return true;
         }
         const uint64_t* q = &basis_[static_cast<size_t>(p) * words_];
-        for (int i = w; i < words_; ++i) row[i] ^= q[i];
+        for (int i = w, end = last_[p]; i <= end; ++i) row[i] ^= q[i];
       }
     }
     return false;
@@ -70,7 +76,7 @@ class Echelon {
 
  private:
   int words_;
-  std::vector<int> pivot_;
+  std::vector<int> pivot_, last_;
   std::vector<uint64_t> basis_;
 };
 
