@@ -1,0 +1,106 @@
+// GF(2) polynomial arithmetic against brute force on small degrees.
+#include "tools/gf2_polynomial.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+using gf2::Poly;
+
+Poly RandomPoly(std::mt19937_64& rng, int degree) {
+  Poly p(degree / 64 + 1, 0);
+  for (uint64_t& w : p) w = rng();
+  if (degree % 64 != 63) p.back() &= (uint64_t{1} << (degree % 64 + 1)) - 1;
+  p.back() |= uint64_t{1} << (degree % 64);
+  return p;
+}
+
+// Irreducible iff no polynomial of degree 1 to d/2 divides it.
+bool IrreducibleByTrialDivision(const Poly& p) {
+  const int d = gf2::Degree(p);
+  for (uint64_t q = 2; q < (uint64_t{1} << (d / 2 + 1)); ++q)
+    if (gf2::Degree(gf2::Remainder(p, Poly{q})) < 0) return false;
+  return true;
+}
+
+TEST(Gf2PolynomialTest, SquareModuloMatchesMultiplyAndDivide) {
+  std::mt19937_64 rng(7);
+  for (int degree : {2, 5, 31, 63, 64, 65, 127, 200, 2203}) {
+    const Poly p = RandomPoly(rng, degree);
+    const gf2::Modulus m(p);
+    Poly a = RandomPoly(rng, degree - 1);
+    Poly r = m.Encode(a);
+    for (int step = 0; step < 3; ++step) {
+      m.Square(r);
+      a = gf2::Remainder(gf2::Multiply(a, a), p);
+      ASSERT_TRUE(gf2::Same(m.Decode(r), a)) << "degree " << degree << " step " << step;
+    }
+  }
+}
+
+TEST(Gf2PolynomialTest, IrreducibilityOfKnownPolynomials) {
+  struct Case {
+    std::initializer_list<int> exponents;
+    bool irreducible;
+  };
+  const Case cases[] = {
+      {{31, 3, 0}, true},       {{31, 6, 0}, true},  {{31, 7, 0}, true},   {{31, 13, 0}, true},
+      {{31, 28, 0}, true},      {{31, 1, 0}, false}, {{31, 2, 0}, false},  {{31, 3, 2, 1, 0}, true},
+      {{13, 4, 3, 1, 0}, true}, {{7, 1, 0}, true},   {{7, 3, 0}, true},    {{7, 2, 0}, false},
+      {{89, 38, 0}, true},      {{127, 1, 0}, true}, {{127, 2, 0}, false},
+  };
+  for (const Case& c : cases) {
+    const Poly p = gf2::FromExponents(c.exponents);
+    EXPECT_EQ(gf2::IsIrreducibleOfPrimeDegree(p, 0), c.irreducible) << gf2::Degree(p) << " " << p[0];
+    EXPECT_EQ(gf2::IsIrreducibleOfPrimeDegree(p, 16), c.irreducible) << gf2::Degree(p) << " " << p[0];
+    if (gf2::Degree(p) <= 31) EXPECT_EQ(IrreducibleByTrialDivision(p), c.irreducible);
+  }
+}
+
+TEST(Gf2PolynomialTest, IrreducibilityOfRandomPolynomialsMatchesTrialDivision) {
+  std::mt19937_64 rng(11);
+  int irreducible = 0;
+  for (int degree : {5, 13, 17, 19, 23}) {
+    for (int i = 0; i < 60; ++i) {
+      const Poly p = RandomPoly(rng, degree);
+      const bool expected = IrreducibleByTrialDivision(p);
+      irreducible += expected;
+      ASSERT_EQ(gf2::IsIrreducibleOfPrimeDegree(p, 8), expected) << degree << " " << p[0];
+    }
+  }
+  EXPECT_GT(irreducible, 10);  // the sample holds both kinds
+}
+
+TEST(Gf2PolynomialTest, MinimalPolynomialOfLinearRecurrences) {
+  // s[n] = sum of c_i s[n-i] from a nonzero start: an irreducible characteristic polynomial
+  // is the minimal polynomial; a reducible one gives a divisor of it.
+  struct Case {
+    std::initializer_list<int> exponents;
+  };
+  const Case cases[] = {{{31, 3, 0}}, {{89, 38, 0}}, {{13, 4, 3, 1, 0}}, {{127, 1, 0}}};
+  std::mt19937_64 rng(3);
+  for (const Case& c : cases) {
+    const Poly p = gf2::FromExponents(c.exponents);
+    const int d = gf2::Degree(p);
+    std::vector<uint8_t> s(2 * d);
+    for (int i = 0; i < d; ++i) s[i] = rng() & 1;
+    s[0] = 1;
+    for (int n = d; n < 2 * d; ++n)
+      for (int i = 1; i <= d; ++i) s[n] ^= gf2::Coefficient(p, d - i) & s[n - i];
+    EXPECT_TRUE(gf2::Same(gf2::MinimalPolynomial(s), p)) << d;
+  }
+  // Period 3 (1,1,0,...): x^2 + x + 1.
+  EXPECT_TRUE(gf2::Same(gf2::MinimalPolynomial({1, 1, 0, 1, 1, 0, 1, 1}), gf2::FromExponents({2, 1, 0})));
+  EXPECT_TRUE(gf2::Same(gf2::MinimalPolynomial({0, 0, 0, 0}), gf2::FromExponents({0})));
+}
+
+TEST(Gf2PolynomialTest, GcdOfProducts) {
+  const Poly a = gf2::FromExponents({7, 1, 0}), b = gf2::FromExponents({31, 3, 0}),
+             c = gf2::FromExponents({13, 4, 3, 1, 0});
+  EXPECT_TRUE(gf2::Same(gf2::Gcd(gf2::Multiply(a, b), gf2::Multiply(a, c)), a));
+  EXPECT_TRUE(gf2::Same(gf2::Gcd(gf2::Multiply(a, b), c), gf2::FromExponents({0})));
+}
+
+}  // namespace

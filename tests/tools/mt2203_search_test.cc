@@ -1,0 +1,208 @@
+// The MT2203 members: the committed rows are primitive twisters whose claims hold, and the
+// search's measures agree with direct computation.
+#include "tools/mt2203_search.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <random>
+#include <set>
+
+#include "tools/mt2203_rows.h"
+
+namespace {
+
+using mt2203::Row;
+
+const std::map<int, Row>& CommittedRows() {
+  static const std::map<int, Row> rows = [] {
+    std::map<int, Row> r;
+    std::string error;
+    EXPECT_TRUE(mt2203::ReadRows(QOR_MT2203_PROGRESS, r, error)) << error;
+    return r;
+  }();
+  return rows;
+}
+
+// The fixed members plus 30 others drawn anew at each run.
+std::vector<Row> SampleRows() {
+  const std::map<int, Row>& rows = CommittedRows();
+  std::vector<Row> sample, others;
+  for (const auto& [member, row] : rows) (mt2203::FixedRow(member) ? sample : others).push_back(row);
+  const unsigned seed = std::random_device{}();
+  std::mt19937 rng(seed);
+  std::shuffle(others.begin(), others.end(), rng);
+  others.resize(std::min<size_t>(others.size(), 30));
+  sample.insert(sample.end(), others.begin(), others.end());
+  std::printf("sample seed %u, %zu rows\n", seed, sample.size());
+  return sample;
+}
+
+// Rank over GF(2) of rows of `words` 64-bit words.
+int Rank(std::vector<std::vector<uint64_t>> rows) {
+  int rank = 0;
+  const int columns = rows.empty() ? 0 : 64 * static_cast<int>(rows[0].size());
+  for (int c = 0; c < columns && rank < static_cast<int>(rows.size()); ++c) {
+    const uint64_t bit = uint64_t{1} << (c % 64);
+    size_t p = rank;
+    while (p < rows.size() && !(rows[p][c / 64] & bit)) ++p;
+    if (p == rows.size()) continue;
+    std::swap(rows[p], rows[rank]);
+    for (size_t r = 0; r < rows.size(); ++r)
+      if (r != static_cast<size_t>(rank) && (rows[r][c / 64] & bit))
+        for (size_t w = 0; w < rows[r].size(); ++w) rows[r][w] ^= rows[rank][w];
+    ++rank;
+  }
+  return rank;
+}
+
+TEST(Mt2203SearchTest, CommittedRowsHoldTheFixedMembersAndWellFormedConstants) {
+  const std::map<int, Row>& rows = CommittedRows();
+  std::set<uint32_t> constants;
+  for (const auto& [member, row] : rows) {
+    constants.insert(row.matrix_a);
+    EXPECT_EQ(row.mask_b & ~mt2203::kMaskBFree, 0u) << member;
+    EXPECT_EQ(row.mask_c & ~mt2203::kMaskCFree, 0u) << member;
+    if (const std::optional<Row> fixed = mt2203::FixedRow(member)) {
+      EXPECT_EQ(row.matrix_a, fixed->matrix_a) << member;
+      EXPECT_EQ(row.mask_b, fixed->mask_b) << member;
+      EXPECT_EQ(row.mask_c, fixed->mask_c) << member;
+    } else {
+      EXPECT_EQ(row.matrix_a & 0xFFFF, member + mt2203::kMemberTag) << member;
+    }
+  }
+  EXPECT_EQ(constants.size(), rows.size());
+  for (int member : {0, 1, 2, 3, 6022, 6023}) EXPECT_TRUE(rows.count(member)) << member;
+}
+
+TEST(Mt2203SearchTest, SampledRowsHaveAPrimitivePolynomialOfDegree2203) {
+  for (const Row& row : SampleRows()) {
+    const gf2::Poly p = mt2203::CharacteristicPolynomial(row.matrix_a);
+    EXPECT_EQ(gf2::Degree(p), mt2203::kDegree) << row.member;
+    EXPECT_TRUE(gf2::IsIrreducibleOfPrimeDegree(p, 0)) << row.member;
+  }
+}
+
+TEST(Mt2203SearchTest, PolynomialAnnihilatesEveryBitOfTheOutput) {
+  // sum of p_i x[t + i] = 0 for all 32 bits: p is the characteristic polynomial of the whole
+  // state transition, not only of the bit sequence it was found from.
+  for (uint32_t a : {0xAF81055Fu, 0xE8761D4Bu}) {
+    const gf2::Poly p = mt2203::CharacteristicPolynomial(a);
+    const int d = gf2::Degree(p);
+    ASSERT_EQ(d, mt2203::kDegree);
+    std::vector<uint32_t> state(mt2203::kN);
+    std::mt19937 rng(a);
+    for (uint32_t& w : state) w = rng();
+    const std::vector<uint32_t> x = mt2203::Untempered(a, state, d + 200);
+    for (int t = 0; t < 200; t += 37) {
+      uint32_t sum = 0;
+      for (int i = 0; i <= d; ++i)
+        if (gf2::Coefficient(p, i)) sum ^= x[t + 1 + i];
+      EXPECT_EQ(sum, 0u) << std::hex << a << " t " << t;
+    }
+  }
+}
+
+TEST(Mt2203SearchTest, PrimitivityRejectsADegenerateTwist) {
+  // With A = 0 the twist is a plain feedback shift of the words: far from primitive.
+  EXPECT_FALSE(mt2203::IsPrimitive(mt2203::CharacteristicPolynomial(0)));
+  EXPECT_FALSE(mt2203::IsPrimitive(mt2203::CharacteristicPolynomial(0x80000000u)));
+}
+
+TEST(Mt2203SearchTest, DistributionMatchesRankOfSimulatedOutputs) {
+  // The linear map from the 2203 state bits to the top v bits of k outputs, built column by
+  // column by running the generator from each unit state: full rank at k(v), not at k(v) + 1.
+  const Row row = CommittedRows().at(4);
+  for (int v : {5, 13, 28}) {
+    const int k = row.k[v - 1];
+    const int outputs = k + 1;
+    std::vector<std::vector<uint64_t>> rows(outputs * v,
+                                            std::vector<uint64_t>((mt2203::kDegree + 63) / 64, 0));
+    for (int s = 0; s < mt2203::kDegree; ++s) {
+      std::vector<uint32_t> state(mt2203::kN, 0);
+      if (s < 27)
+        state[0] = 1u << (s + 5);
+      else
+        state[1 + (s - 27) / 32] = 1u << ((s - 27) % 32);
+      const std::vector<uint32_t> x = mt2203::Untempered(row.matrix_a, state, outputs + 1);
+      for (int t = 0; t < outputs; ++t) {
+        const uint32_t y = mt2203::Temper(x[t + 1], row.mask_b, row.mask_c);
+        for (int j = 0; j < v; ++j)
+          if (y >> (31 - j) & 1) rows[t * v + j][s / 64] |= uint64_t{1} << (s % 64);
+      }
+    }
+    std::vector<std::vector<uint64_t>> first_k(rows.begin(), rows.begin() + k * v);
+    EXPECT_EQ(Rank(first_k), k * v) << "v " << v;
+    if (k < mt2203::DistributionBound(v)) EXPECT_LT(Rank(rows), outputs * v) << "v " << v;
+  }
+}
+
+TEST(Mt2203SearchTest, EightMembersSideBySideAreUncorrelated) {
+  // Same start state for all: only the member's parameters tell the streams apart.
+  constexpr int kCount = 1000000;
+  std::vector<uint32_t> state(mt2203::kN);
+  std::mt19937 rng(2203);
+  for (uint32_t& w : state) w = rng();
+  std::vector<std::vector<double>> streams;
+  for (const auto& [member, row] : CommittedRows()) {
+    if (streams.size() == 8) break;
+    const std::vector<uint32_t> x = mt2203::Untempered(row.matrix_a, state, kCount + mt2203::kN);
+    std::vector<double> u(kCount);
+    for (int i = 0; i < kCount; ++i)
+      u[i] = mt2203::Temper(x[mt2203::kN + i], row.mask_b, row.mask_c) * 0x1p-32;
+    streams.push_back(std::move(u));
+  }
+  ASSERT_EQ(streams.size(), 8u);
+  const double limit = 5 / std::sqrt(double{kCount});
+  for (size_t i = 0; i < streams.size(); ++i) {
+    for (size_t j = i + 1; j < streams.size(); ++j) {
+      double si = 0, sj = 0, sii = 0, sjj = 0, sij = 0;
+      for (int n = 0; n < kCount; ++n) {
+        const double a = streams[i][n], b = streams[j][n];
+        si += a, sj += b, sii += a * a, sjj += b * b, sij += a * b;
+      }
+      const double cov = sij / kCount - si / kCount * sj / kCount;
+      const double r = cov / std::sqrt((sii / kCount - si / kCount * si / kCount) *
+                                       (sjj / kCount - sj / kCount * sj / kCount));
+      EXPECT_LT(std::fabs(r), limit) << i << " " << j;
+    }
+  }
+}
+
+TEST(Mt2203RowsTest, InterruptedWriteIsDroppedAndAppendingResumes) {
+  const std::string path = ::testing::TempDir() + "mt2203_rows_test.txt";
+  const Row a{7, 0x800005CBu, 0x12345680u, 0xEFC60000u, {2203, 1101}};
+  const Row b{9, 0x900005CDu, 0x9D2C5680u, 0xEFC68000u, {2203, 1100}};
+  std::FILE* f = std::fopen(path.c_str(), "w");
+  std::fprintf(f, "# comment\n");
+  mt2203::WriteRow(f, a);
+  std::fprintf(f, "9 0x9000");  // cut off in the middle of a row
+  std::fclose(f);
+  std::map<int, Row> rows;
+  std::string error;
+  ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
+  EXPECT_EQ(rows.size(), 1u);
+  mt2203::DropUnfinishedLine(path);
+  f = std::fopen(path.c_str(), "a");
+  mt2203::WriteRow(f, b);
+  std::fclose(f);
+  rows.clear();
+  ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
+  ASSERT_EQ(rows.size(), 2u);
+  for (const Row& expected : {a, b}) {
+    const Row& got = rows.at(expected.member);
+    EXPECT_EQ(got.matrix_a, expected.matrix_a);
+    EXPECT_EQ(got.mask_b, expected.mask_b);
+    EXPECT_EQ(got.mask_c, expected.mask_c);
+    EXPECT_EQ(got.k, expected.k);
+  }
+  f = std::fopen(path.c_str(), "a");
+  std::fprintf(f, "12 0x1 0x2\n");  // a complete line with fields missing is an error
+  std::fclose(f);
+  EXPECT_FALSE(mt2203::ReadRows(path, rows, error));
+  std::remove(path.c_str());
+}
+
+}  // namespace
