@@ -12,6 +12,8 @@
 
 #include <vector>
 
+#include "tools/gf2_polynomial.h"
+
 namespace {
 
 // ---- MRG32K3A step matrices ----
@@ -45,63 +47,12 @@ void PrintMatrices(const char* name, uint64_t c0, uint64_t c1, uint64_t c2, uint
   printf("};\n");
 }
 
-// ---- Berlekamp-Massey over GF(2), bit-packed ----
-
-struct Bits {
-  std::vector<uint64_t> w;
-  explicit Bits(size_t n) : w(n / 64 + 2, 0) {}
-  int Get(size_t i) const { return static_cast<int>(w[i >> 6] >> (i & 63)) & 1; }
-  void Flip(size_t i) { w[i >> 6] ^= 1ull << (i & 63); }
-  // 64 bits from bit i on; zero past the end.
-  uint64_t Word(size_t i) const {
-    const size_t q = i >> 6, r = i & 63;
-    const uint64_t lo = q < w.size() ? w[q] : 0, hi = q + 1 < w.size() ? w[q + 1] : 0;
-    return r == 0 ? lo : (lo >> r) | (hi << (64 - r));
-  }
-};
-
-// The connection polynomial C of the shortest recurrence s[n] = sum c[i] s[n - i]; returns
-// its exponents as those of the characteristic polynomial x^L C(1/x), ascending.
-std::vector<uint32_t> MinimalPolynomial(const std::vector<uint8_t>& s) {
-  const size_t count = s.size();
-  // r holds the sequence backwards, so that s[n], s[n - 1], ... is a run of r upwards.
-  Bits r(count);
-  for (size_t i = 0; i < count; ++i)
-    if (s[i]) r.Flip(count - 1 - i);
-  Bits c(count), b(count);
-  c.Flip(0);
-  b.Flip(0);
-  size_t length = 0, shift = 1;
-  for (size_t n = 0; n < count; ++n) {
-    uint64_t acc = 0;
-    const size_t base = count - 1 - n;
-    for (size_t k = 0; k <= length; k += 64) {
-      uint64_t word = c.w[k >> 6] & r.Word(base + k);
-      if (length - k < 63) word &= (2ull << (length - k)) - 1;
-      acc ^= word;
-    }
-    if (__builtin_parityll(acc) == 0) {
-      ++shift;
-      continue;
-    }
-    Bits t = c;
-    // c += x^shift b
-    const size_t q = shift >> 6, rem = shift & 63;
-    for (size_t k = 0; k + q < c.w.size(); ++k) {
-      c.w[k + q] ^= b.w[k] << rem;
-      if (rem != 0 && k + q + 1 < c.w.size()) c.w[k + q + 1] ^= b.w[k] >> (64 - rem);
-    }
-    if (2 * length <= n) {
-      length = n + 1 - length;
-      b = t;
-      shift = 1;
-    } else {
-      ++shift;
-    }
-  }
+// The exponents of the minimal polynomial of a bit sequence, ascending.
+std::vector<uint32_t> PolynomialExponents(const std::vector<uint8_t>& bits) {
+  const gf2::Poly p = gf2::MinimalPolynomial(bits);
   std::vector<uint32_t> exponents;
-  for (size_t i = 0; i <= length; ++i)
-    if (c.Get(length - i)) exponents.push_back(static_cast<uint32_t>(i));
+  for (int i = 0; i <= gf2::Degree(p); ++i)
+    if (gf2::Coefficient(p, i)) exponents.push_back(static_cast<uint32_t>(i));
   return exponents;
 }
 
@@ -201,7 +152,7 @@ int main(int argc, char** argv) {
     printf(
         "// Made by: build/tools/gen_twister_tables mt19937 > generators/mt19937_polynomial.inc\n");
     printf("// clang-format off\n");
-    e = MinimalPolynomial(Mt19937Bits(2 * 19937 + 200));
+    e = PolynomialExponents(Mt19937Bits(2 * 19937 + 200));
     if (!Ends(e, {0, 1189, 1416, 1585, 1643}, {19314, 19937}, 135)) return 2;
     PrintPolynomial("kMt19937Polynomial", e);
     return 0;
@@ -211,7 +162,7 @@ int main(int argc, char** argv) {
         "// Made by: build/tools/gen_twister_tables sfmt19937 > "
         "generators/sfmt19937_polynomial.inc\n");
     printf("// clang-format off\n");
-    e = MinimalPolynomial(Sfmt19937Bits(2 * 19968 + 200));
+    e = PolynomialExponents(Sfmt19937Bits(2 * 19968 + 200));
     if (!Ends(e, {0, 1041, 1195, 1197, 1232}, {19393, 19437, 19968}, 6711)) return 2;
     PrintPolynomial("kSfmt19937Polynomial", e);
     return 0;
