@@ -33,6 +33,12 @@ int MpfrInvSqrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
   return mpfr_rec_sqrt(r, x, rnd);
 }
 
+// exp(y ln x) as IEEE powr, but a NaN in either input gives NaN, powr(1, NaN) too.
+int MpfrPowr(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rnd) {
+  if (mpfr_nan_p(x) || mpfr_nan_p(y)) return mpfr_set_nan(r), 0;
+  return mpfr_powr(r, x, y, rnd);
+}
+
 // 1/cbrt(x), x^(2/3) and x^(3/2) in MPFR, through 64 extra bits.
 template <class Steps>
 int Extended(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd, Steps steps) {
@@ -144,8 +150,8 @@ const std::vector<FunctionRow>& Functions() {
       // The exponent 1.5 and 2 take own loops in Powx; 1 and -1 are exact powers.
       {"sPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
       {"dPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
-      {"sPowr", mpfr_powr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
-      {"dPowr", mpfr_powr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
+      {"sPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
+      {"dPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
   };
   return rows;
 }
