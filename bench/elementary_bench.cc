@@ -1,4 +1,4 @@
-// Exponential and logarithm families (and sAbs): each qor kernel against SLEEF's SSE2 1-ulp variant and
+// Exponential and logarithm families, rounding functions (and sAbs): each qor kernel against SLEEF's SSE2 1-ulp variant and
 // glibc's libmvec SSE variant looped over the array, and glibc's scalar function in a loop, at
 // n = 1000 and n = 10^6, in one run. qor kernels are found by name, so absent ones are not
 // registered. After the runs a table gives ns per element and the ratios qor/peer.
@@ -106,6 +106,11 @@ const Row<double> kDoubleRows[] = {
     {"dAsinh", Spread::kUniform,   -1000,  1000,   PlainD<Sleef_asinhd2_u10sse2>,   _ZGVbN2v_asinh,  asinh},
     {"dAcosh", Spread::kUniform,   1,      1000,   PlainD<Sleef_acoshd2_u10sse2>,   _ZGVbN2v_acosh,  acosh},
     {"dAtanh", Spread::kUniform,   -0.999, 0.999,  PlainD<Sleef_atanhd2_u10sse2>,   _ZGVbN2v_atanh,  atanh},
+    {"dCeil",  Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_ceild2_sse2>,       nullptr,         ceil},
+    {"dFloor", Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_floord2_sse2>,      nullptr,         floor},
+    {"dTrunc", Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_truncd2_sse2>,      nullptr,         trunc},
+    {"dRound", Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_roundd2_sse2>,      nullptr,         round},
+    {"dRint",  Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_rintd2_sse2>,       nullptr,         rint},
 };
 const Row<float> kFloatRows[] = {
     {"sAbs",   Spread::kUniform,   -1000,  1000,   PlainF<Sleef_fabsf4_sse2>,       nullptr,         fabsf},
@@ -124,6 +129,11 @@ const Row<float> kFloatRows[] = {
     {"sAsinh", Spread::kUniform,   -1000,  1000,   PlainF<Sleef_asinhf4_u10sse2>,   _ZGVbN4v_asinhf, asinhf},
     {"sAcosh", Spread::kUniform,   1,      1000,   PlainF<Sleef_acoshf4_u10sse2>,   _ZGVbN4v_acoshf, acoshf},
     {"sAtanh", Spread::kUniform,   -0.999, 0.999,  PlainF<Sleef_atanhf4_u10sse2>,   _ZGVbN4v_atanhf, atanhf},
+    {"sCeil",  Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_ceilf4_sse2>,       nullptr,         ceilf},
+    {"sFloor", Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_floorf4_sse2>,      nullptr,         floorf},
+    {"sTrunc", Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_truncf4_sse2>,      nullptr,         truncf},
+    {"sRound", Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_roundf4_sse2>,      nullptr,         roundf},
+    {"sRint",  Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_rintf4_sse2>,       nullptr,         rintf},
 };
 // clang-format on
 
