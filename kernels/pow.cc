@@ -283,8 +283,8 @@ struct Kernels<float> {
 
 // Powx on the arrays of a one-input call: the exponents 0, 1, 2 and 1.5 run their own element
 // loops, any other the general formula. The exponent's bit image decides, so that -0.0 and
-// every NaN take the general path. The exponents +-0.5 go to the tables of Sqrt and InvSqrt
-// before this.
+// every NaN take the general path. The exponents -1 and +-0.5 go to the tables of Inv, Sqrt and
+// InvSqrt before this.
 template <const FunctionInfo& F, class E, class Arrays>
 void RunPowx(int n, const Arrays& arrays, E b) {
   if (SameBits(b, E(0))) return Run<F, PowxZero<E>>(n, arrays);
@@ -299,8 +299,8 @@ void RunPowx(int n, const Arrays& arrays, E b) {
 }  // namespace tem
 
 // Kernel symbols of the two-input power functions and of Powx, whose strided form with unit
-// strides is the contiguous one, and whose square-root exponents go through the tables of the
-// root functions.
+// strides is the contiguous one, and whose exponents -1, 0.5 and -0.5 go through the tables of
+// Inv, Sqrt and InvSqrt.
 TEM_ENTRIES_A_AB_R(d, Pow, tem::power::DoublePow<tem::power::PowScalar<double>>)
 TEM_ENTRIES_A_AB_R(s, Pow, tem::power::FloatPow<tem::power::PowScalar<float>>)
 TEM_ENTRIES_A_AB_R(d, Powr, tem::power::DoublePow<tem::power::PowrScalar<double>>)
@@ -309,6 +309,9 @@ TEM_ENTRIES_A_AB_R(s, Powr, tem::power::FloatPow<tem::power::PowrScalar<float>>)
 #define TEM_POWX_ENTRIES(t, E)                                                                  \
   extern "C" void tem_kernel_##t##Powx(int n, const E* a, E b, E* r) {                          \
     using Arrays = tem::Contiguous<tem::power::OneInput<E>>;                                    \
+    if (tem::power::SameBits(b, E(-1))) {                                                       \
+      return tem::Slot<decltype(&tem_kernel_##t##Inv)>(tem_ttab_##t##Inv, 1)(n, a, r);          \
+    }                                                                                           \
     if (tem::power::SameBits(b, E(0.5))) {                                                      \
       return tem::Slot<decltype(&tem_kernel_##t##Sqrt)>(tem_ttab_##t##Sqrt, 1)(n, a, r);        \
     }                                                                                           \
@@ -320,6 +323,10 @@ TEM_ENTRIES_A_AB_R(s, Powr, tem::power::FloatPow<tem::power::PowrScalar<float>>)
   extern "C" void tem_kernel_##t##PowxI(int n, const E* a, int inca, E b, E* r, int incr) {     \
     if (inca == 1 && incr == 1) {                                                               \
       return tem::Slot<decltype(&tem_kernel_##t##Powx)>(tem_ttab_##t##Powx, 1)(n, a, b, r);     \
+    }                                                                                           \
+    if (tem::power::SameBits(b, E(-1))) {                                                       \
+      return tem::Slot<decltype(&tem_kernel_##t##InvI)>(tem_ttab_##t##InvI, 1)(n, a, inca, r,   \
+                                                                               incr);           \
     }                                                                                           \
     if (tem::power::SameBits(b, E(0.5))) {                                                      \
       return tem::Slot<decltype(&tem_kernel_##t##SqrtI)>(tem_ttab_##t##SqrtI, 1)(n, a, inca, r, \

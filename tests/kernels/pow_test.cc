@@ -138,9 +138,11 @@ TEST(Pow, PowrSpecialValues) {
 }
 
 // Exponents that Powx sends to another table or its own loops; the results are those of that
-// function, such as Sqrt(-0) = -0 and InvSqrt(0) with status 2.
+// function, such as Inv(-0) and InvSqrt(0) with status 2 and Sqrt(-0) = -0.
 TEST(Pow, PowxShortcuts) {
   RunCases(Entries(), {
+      {"sd", "Powx", -4.0, -1.0, -0.25, 0},
+      {"sd", "Powx", -0.0, -1.0, -kInf, TEM_STATUS_SING},
       {"sd", "Powx", -0.0, 0.5, -0.0, 0},
       {"sd", "Powx", -1.0, 0.5, kNaN, TEM_STATUS_ERRDOM},
       {"sd", "Powx", 16.0, -0.5, 0.25, 0},
