@@ -1,7 +1,8 @@
-// Exponential and logarithm families (and sAbs): each qor kernel against SLEEF's SSE2 1-ulp variant and
-// glibc's libmvec SSE variant looped over the array, and glibc's scalar function in a loop, at
-// n = 1000 and n = 10^6, in one run. qor kernels are found by name, so absent ones are not
-// registered. After the runs a table gives ns per element and the ratios qor/peer.
+// Exponential and logarithm families, rounding functions, roots and powers (and sAbs): each qor
+// kernel against SLEEF's SSE2 1-ulp variant and glibc's libmvec SSE variant looped over the
+// array, and glibc's scalar function in a loop, at n = 1000 and n = 10^6, in one run. qor kernels
+// are found by name, so absent ones are not registered. After the runs a table gives ns per
+// element and the ratios qor/peer.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <emmintrin.h>
@@ -46,6 +47,12 @@ __m128 _ZGVbN4v_log1pf(__m128);
 __m128 _ZGVbN4v_asinhf(__m128);
 __m128 _ZGVbN4v_acoshf(__m128);
 __m128 _ZGVbN4v_atanhf(__m128);
+__m128d _ZGVbN2v_cbrt(__m128d);
+__m128 _ZGVbN4v_cbrtf(__m128);
+__m128d _ZGVbN2vv_hypot(__m128d, __m128d);
+__m128d _ZGVbN2vv_pow(__m128d, __m128d);
+__m128 _ZGVbN4vv_hypotf(__m128, __m128);
+__m128 _ZGVbN4vv_powf(__m128, __m128);
 }
 
 namespace {
@@ -89,6 +96,16 @@ __m128d PlainD(__m128d x) { return F(x); }
 template <auto F>
 __m128 PlainF(__m128 x) { return F(x); }
 
+// glibc loops for the roots that libm lacks.
+template <class T>
+T InvSqrt(T x) { return T(1) / std::sqrt(x); }
+template <class T>
+T InvCbrt(T x) { return T(1) / std::cbrt(x); }
+template <class T>
+T Pow2o3(T x) { return std::cbrt(x * x); }
+template <class T>
+T Pow3o2(T x) { return x * std::sqrt(x); }
+
 // clang-format off
 const Row<double> kDoubleRows[] = {
     {"dExp",   Spread::kUniform,   -700,   700,    PlainD<Sleef_expd2_u10sse2>,     _ZGVbN2v_exp,    exp},
@@ -106,6 +123,18 @@ const Row<double> kDoubleRows[] = {
     {"dAsinh", Spread::kUniform,   -1000,  1000,   PlainD<Sleef_asinhd2_u10sse2>,   _ZGVbN2v_asinh,  asinh},
     {"dAcosh", Spread::kUniform,   1,      1000,   PlainD<Sleef_acoshd2_u10sse2>,   _ZGVbN2v_acosh,  acosh},
     {"dAtanh", Spread::kUniform,   -0.999, 0.999,  PlainD<Sleef_atanhd2_u10sse2>,   _ZGVbN2v_atanh,  atanh},
+    {"dCeil",  Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_ceild2_sse2>,       nullptr,         ceil},
+    {"dFloor", Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_floord2_sse2>,      nullptr,         floor},
+    {"dTrunc", Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_truncd2_sse2>,      nullptr,         trunc},
+    {"dRound", Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_roundd2_sse2>,      nullptr,         round},
+    {"dRint",  Spread::kUniform,   -1e6,   1e6,    PlainD<Sleef_rintd2_sse2>,       nullptr,         rint},
+    // SLEEF's square root has no 1-ulp variant: its 0.5-ulp one stands in.
+    {"dSqrt",    Spread::kLogUniform, 1e-300, 1e300, PlainD<Sleef_sqrtd2_u05sse2>, nullptr,       sqrt},
+    {"dInvSqrt", Spread::kLogUniform, 1e-300, 1e300, nullptr,                      nullptr,       InvSqrt<double>},
+    {"dCbrt",    Spread::kUniform,   -1000,  1000,   PlainD<Sleef_cbrtd2_u10sse2>, _ZGVbN2v_cbrt, cbrt},
+    {"dInvCbrt", Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,       InvCbrt<double>},
+    {"dPow2o3",  Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,       Pow2o3<double>},
+    {"dPow3o2",  Spread::kUniform,   0,      1000,   nullptr,                      nullptr,       Pow3o2<double>},
 };
 const Row<float> kFloatRows[] = {
     {"sAbs",   Spread::kUniform,   -1000,  1000,   PlainF<Sleef_fabsf4_sse2>,       nullptr,         fabsf},
@@ -124,6 +153,45 @@ const Row<float> kFloatRows[] = {
     {"sAsinh", Spread::kUniform,   -1000,  1000,   PlainF<Sleef_asinhf4_u10sse2>,   _ZGVbN4v_asinhf, asinhf},
     {"sAcosh", Spread::kUniform,   1,      1000,   PlainF<Sleef_acoshf4_u10sse2>,   _ZGVbN4v_acoshf, acoshf},
     {"sAtanh", Spread::kUniform,   -0.999, 0.999,  PlainF<Sleef_atanhf4_u10sse2>,   _ZGVbN4v_atanhf, atanhf},
+    {"sCeil",  Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_ceilf4_sse2>,       nullptr,         ceilf},
+    {"sFloor", Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_floorf4_sse2>,      nullptr,         floorf},
+    {"sTrunc", Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_truncf4_sse2>,      nullptr,         truncf},
+    {"sRound", Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_roundf4_sse2>,      nullptr,         roundf},
+    {"sRint",  Spread::kUniform,   -1e6,   1e6,    PlainF<Sleef_rintf4_sse2>,       nullptr,         rintf},
+    {"sSqrt",    Spread::kLogUniform, 1e-37,  1e37,  PlainF<Sleef_sqrtf4_u05sse2>, nullptr,        sqrtf},
+    {"sInvSqrt", Spread::kLogUniform, 1e-37,  1e37,  nullptr,                      nullptr,        InvSqrt<float>},
+    {"sCbrt",    Spread::kUniform,   -1000,  1000,   PlainF<Sleef_cbrtf4_u10sse2>, _ZGVbN4v_cbrtf, cbrtf},
+    {"sInvCbrt", Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,        InvCbrt<float>},
+    {"sPow2o3",  Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,        Pow2o3<float>},
+    {"sPow3o2",  Spread::kUniform,   0,      1000,   nullptr,                      nullptr,        Pow3o2<float>},
+};
+
+// Two inputs, each uniform in its range.
+template <class T>
+struct BinaryRow {
+  using V = typename Lanes<T>::V;
+  const char* name;
+  double a_lo, a_hi, b_lo, b_hi;
+  V (*sleef)(V, V);
+  V (*libmvec)(V, V);
+  T (*glibc)(T, T);
+};
+
+template <auto F>
+__m128d PlainD2(__m128d x, __m128d y) { return F(x, y); }
+template <auto F>
+__m128 PlainF2(__m128 x, __m128 y) { return F(x, y); }
+
+// |b log2 a| stays below the bounds of the block path in double and in single precision.
+const BinaryRow<double> kDoubleBinaryRows[] = {
+    {"dHypot", -1e3, 1e3, -1e3, 1e3, PlainD2<Sleef_hypotd2_u05sse2>, _ZGVbN2vv_hypot, hypot},
+    {"dPow",   0.5,  100, -20,  20,  PlainD2<Sleef_powd2_u10sse2>,   _ZGVbN2vv_pow,   pow},
+    {"dPowr",  0.5,  100, -20,  20,  PlainD2<Sleef_powd2_u10sse2>,   _ZGVbN2vv_pow,   pow},
+};
+const BinaryRow<float> kFloatBinaryRows[] = {
+    {"sHypot", -1e3, 1e3, -1e3, 1e3, PlainF2<Sleef_hypotf4_u05sse2>, _ZGVbN4vv_hypotf, hypotf},
+    {"sPow",   0.5,  10,  -20,  20,  PlainF2<Sleef_powf4_u10sse2>,   _ZGVbN4vv_powf,   powf},
+    {"sPowr",  0.5,  10,  -20,  20,  PlainF2<Sleef_powf4_u10sse2>,   _ZGVbN4vv_powf,   powf},
 };
 // clang-format on
 
@@ -200,6 +268,67 @@ void RegisterRow(const Row<T>& row) {
   Register(row.name, "glibc", row, [g](int n, const T* a, T* r) { ScalarLoop<T>(g, n, a, r); });
 }
 
+template <class T>
+std::vector<T> Uniform(double lo, double hi, int n, uint64_t seed) {
+  std::mt19937_64 engine(seed);
+  std::uniform_real_distribution<double> u(lo, hi);
+  std::vector<T> v(n);
+  for (T& x : v) x = static_cast<T>(u(engine));
+  return v;
+}
+
+template <class T>
+__attribute__((noinline)) void VectorLoop2(typename Lanes<T>::V (*f)(typename Lanes<T>::V,
+                                                                     typename Lanes<T>::V),
+                                           int n, const T* a, const T* b, T* r) {
+  using L = Lanes<T>;
+  int i = 0;
+  for (; i + L::kWidth <= n; i += L::kWidth) L::Store(r + i, f(L::Load(a + i), L::Load(b + i)));
+  if (i < n) {
+    T in_a[L::kWidth] = {}, in_b[L::kWidth] = {}, out[L::kWidth];
+    for (int j = 0; i + j < n; ++j) in_a[j] = a[i + j], in_b[j] = b[i + j];
+    L::Store(out, f(L::Load(in_a), L::Load(in_b)));
+    for (int j = 0; i + j < n; ++j) r[i + j] = out[j];
+  }
+}
+
+template <class T>
+__attribute__((noinline)) void ScalarLoop2(T (*f)(T, T), int n, const T* a, const T* b, T* r) {
+  for (int i = 0; i < n; ++i) r[i] = f(a[i], b[i]);
+}
+
+template <class T, class Run>
+void Register2(const BinaryRow<T>& row, const char* side, Run run) {
+  for (int n : kSizes) {
+    const std::string name = std::string(row.name) + "/" + side + "/n:" + std::to_string(n);
+    benchmark::RegisterBenchmark(name.c_str(), [row, run, n](benchmark::State& state) {
+      const std::vector<T> a = Uniform<T>(row.a_lo, row.a_hi, n, 12345);
+      const std::vector<T> b = Uniform<T>(row.b_lo, row.b_hi, n, 54321);
+      std::vector<T> r(n);
+      for (auto _ : state) {
+        run(n, a.data(), b.data(), r.data());
+        benchmark::DoNotOptimize(r.data());
+        benchmark::ClobberMemory();
+      }
+      state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
+    });
+  }
+}
+
+template <class T>
+void RegisterBinaryRow(const BinaryRow<T>& row) {
+  using Kernel = void (*)(int, const T*, const T*, T*);
+  auto qor = reinterpret_cast<Kernel>(dlsym(RTLD_DEFAULT, (std::string("_tem") + row.name).c_str()));
+  if (qor == nullptr) return;
+  Register2(row, "qor", [qor](int n, const T* a, const T* b, T* r) { qor(n, a, b, r); });
+  auto f = row.sleef;
+  Register2(row, "sleef", [f](int n, const T* a, const T* b, T* r) { VectorLoop2<T>(f, n, a, b, r); });
+  auto v = row.libmvec;
+  Register2(row, "libmvec", [v](int n, const T* a, const T* b, T* r) { VectorLoop2<T>(v, n, a, b, r); });
+  auto g = row.glibc;
+  Register2(row, "glibc", [g](int n, const T* a, const T* b, T* r) { ScalarLoop2<T>(g, n, a, b, r); });
+}
+
 // The console output, then a table of ns per element (median run when repeated) and the
 // ratios qor/peer, below 1 when qor is faster.
 class RatioReporter : public benchmark::ConsoleReporter {
@@ -249,6 +378,8 @@ int main(int argc, char** argv) {
   benchmark::AddCustomContext("qor mode", mode);
   for (const auto& row : kDoubleRows) RegisterRow(row);
   for (const auto& row : kFloatRows) RegisterRow(row);
+  for (const auto& row : kDoubleBinaryRows) RegisterBinaryRow(row);
+  for (const auto& row : kFloatBinaryRows) RegisterBinaryRow(row);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   RatioReporter reporter;

@@ -48,6 +48,7 @@ struct Vec<float> : VecBase<float> {
   friend Vec operator+(Vec a, Vec b) { return {_mm_add_ps(a.raw, b.raw)}; }
   friend Vec operator-(Vec a, Vec b) { return {_mm_sub_ps(a.raw, b.raw)}; }
   friend Vec operator*(Vec a, Vec b) { return {_mm_mul_ps(a.raw, b.raw)}; }
+  friend Vec operator/(Vec a, Vec b) { return {_mm_div_ps(a.raw, b.raw)}; }
   friend Vec operator&(Vec a, Vec b) { return {_mm_and_ps(a.raw, b.raw)}; }
   friend Vec operator|(Vec a, Vec b) { return {_mm_or_ps(a.raw, b.raw)}; }
   static Vec Select(Vec mask, Vec a, Vec b) {

@@ -1,4 +1,6 @@
-// sAbs and dAdd through their exported stubs, contiguous and strided.
+// The arithmetic kernels through their exported stubs, contiguous and strided: Abs, the four
+// operations, Sqr, Inv with the singularity status of a zero divisor, LinearFrac.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -116,6 +118,114 @@ TEST(AddTest, TableSlotsReachTheSameKernel) {
     double r[3] = {};
     qor_tem_kernel_dAdd_ttab[slot](3, a, b, r);
     EXPECT_EQ(r[0] + r[1] + r[2], 12.0);
+  }
+}
+
+// Inv and Div store the hardware quotient, then report a divisor of +-0 with status 2 whatever
+// the dividend; nothing else is reported.
+template <class T>
+void CheckQuotients(void (*inv)(int, const T*, T*), void (*inv_strided)(int, const T*, int, T*, int),
+                    void (*div)(int, const T*, const T*, T*),
+                    void (*div_strided)(int, const T*, int, const T*, int, T*, int)) {
+  const T inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
+  const struct {
+    T a, b;
+    bool singular;
+  } cases[] = {
+      {1, -0.0, true}, {0, 0, true},       {nan, 0, true},  {-3, 0, true},   {1, 4, false},
+      {1, inf, false}, {inf, inf, false}, {7, 1e-30f, false}, {2, nan, false},
+  };
+  for (const auto& c : cases) {
+    T r = 0, rs[3] = {0, 0, 0};
+    _temClearErrStatus();
+    inv(1, &c.b, &r);
+    EXPECT_EQ(_temGetErrStatus(), c.singular ? TEM_STATUS_SING : 0) << "Inv " << c.b;
+    EXPECT_TRUE(r == T(1) / c.b || std::isnan(r)) << c.b;
+    _temClearErrStatus();
+    inv_strided(1, &c.b, 1, rs, 2);
+    EXPECT_EQ(_temGetErrStatus(), c.singular ? TEM_STATUS_SING : 0) << "InvI " << c.b;
+    _temClearErrStatus();
+    div(1, &c.a, &c.b, &r);
+    EXPECT_EQ(_temGetErrStatus(), c.singular ? TEM_STATUS_SING : 0) << c.a << "/" << c.b;
+    EXPECT_TRUE(r == c.a / c.b || (std::isnan(r) && std::isnan(c.a / c.b))) << c.a << "/" << c.b;
+  }
+  // A strided run with one zero divisor among many: statuses stay per element.
+  std::vector<T> a(11, 3), b(11, 2), r(22, 9);
+  b[6] = 0;
+  _temClearErrStatus();
+  div_strided(11, a.data(), 1, b.data(), 1, r.data(), 2);
+  EXPECT_EQ(_temGetErrStatus(), TEM_STATUS_SING);
+  for (int i = 0; i < 11; ++i) EXPECT_EQ(r[2 * i], i == 6 ? inf : T(1.5)) << i;
+}
+
+TEST(QuotientTest, ZeroDivisorsAreSingularities) {
+  CheckQuotients<float>(_temsInv, _temsInvI, _temsDiv, _temsDivI);
+  CheckQuotients<double>(_temdInv, _temdInvI, _temdDiv, _temdDivI);
+}
+
+// The plain operations against the same expression in C++, over lengths that cover blocks
+// and tails, contiguous and strided.
+template <class T>
+struct PlainRow {
+  const char* name;
+  void (*contiguous)(int, const T*, const T*, T*);
+  void (*strided)(int, const T*, int, const T*, int, T*, int);
+  T (*want)(T, T);
+};
+
+template <class T>
+void CheckPlain(const std::vector<PlainRow<T>>& rows) {
+  for (const auto& row : rows) {
+    for (int n : {1, 3, 8, 17, 35}) {
+      std::vector<T> a(n), b(n), r(n + 1, T(-7)), rs(3 * n, T(-7));
+      for (int i = 0; i < n; ++i) a[i] = T(0.3) * (i - 5), b[i] = T(1) / (i + 3);
+      row.contiguous(n, a.data(), b.data(), r.data());
+      row.strided(n, a.data(), 1, b.data(), 1, rs.data(), 3);
+      for (int i = 0; i < n; ++i) {
+        EXPECT_EQ(r[i], row.want(a[i], b[i])) << row.name << " " << n << " " << i;
+        EXPECT_EQ(rs[3 * i], row.want(a[i], b[i])) << row.name << " strided " << i;
+      }
+      EXPECT_EQ(r[n], T(-7)) << row.name;
+    }
+  }
+}
+
+// One-input kernels seen as two-input rows that ignore b.
+template <class T, void (*F)(int, const T*, T*)>
+void Unary(int n, const T* a, const T*, T* r) { F(n, a, r); }
+template <class T, void (*F)(int, const T*, int, T*, int)>
+void UnaryStrided(int n, const T* a, int inca, const T*, int, T* r, int incr) { F(n, a, inca, r, incr); }
+
+TEST(PlainTest, OperationsEqualTheHardwareOnes) {
+  CheckPlain<float>({
+      {"sAdd", _temsAdd, _temsAddI, [](float a, float b) { return a + b; }},
+      {"sSub", _temsSub, _temsSubI, [](float a, float b) { return a - b; }},
+      {"sMul", _temsMul, _temsMulI, [](float a, float b) { return a * b; }},
+      {"sSqr", Unary<float, _temsSqr>, UnaryStrided<float, _temsSqrI>, [](float a, float) { return a * a; }},
+  });
+  CheckPlain<double>({
+      {"dSub", _temdSub, _temdSubI, [](double a, double b) { return a - b; }},
+      {"dMul", _temdMul, _temdMulI, [](double a, double b) { return a * b; }},
+      {"dSqr", Unary<double, _temdSqr>, UnaryStrided<double, _temdSqrI>, [](double a, double) { return a * a; }},
+      {"dAbs", Unary<double, _temdAbs>, UnaryStrided<double, _temdAbsI>, [](double a, double) { return std::fabs(a); }},
+  });
+}
+
+TEST(LinearFracTest, ScaledAndShiftedQuotientContiguousAndStrided) {
+  for (int n : {1, 2, 5, 9}) {
+    std::vector<double> a(n), b(n), r(n), rs(2 * n);
+    std::vector<float> fa(n), fb(n), fr(n), frs(2 * n);
+    for (int i = 0; i < n; ++i) a[i] = fa[i] = 1.5f * i - 2, b[i] = fb[i] = 0.25f * i + 1;
+    _temdLinearFrac(n, a.data(), b.data(), 2.0, 1.0, -3.0, 0.5, r.data());
+    _temdLinearFracI(n, a.data(), 1, b.data(), 1, 2.0, 1.0, -3.0, 0.5, rs.data(), 2);
+    _temsLinearFrac(n, fa.data(), fb.data(), 2.0f, 1.0f, -3.0f, 0.5f, fr.data());
+    _temsLinearFracI(n, fa.data(), 1, fb.data(), 1, 2.0f, 1.0f, -3.0f, 0.5f, frs.data(), 2);
+    for (int i = 0; i < n; ++i) {
+      EXPECT_EQ(r[i], (2.0 * a[i] + 1.0) / (-3.0 * b[i] + 0.5)) << i;
+      EXPECT_EQ(rs[2 * i], r[i]) << i;
+      EXPECT_EQ(fr[i], (2.0f * fa[i] + 1.0f) / (-3.0f * fb[i] + 0.5f)) << i;
+      EXPECT_EQ(frs[2 * i], fr[i]) << i;
+    }
   }
 }
 

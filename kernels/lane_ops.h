@@ -1,0 +1,47 @@
+// Lane operations of the bit-level kernels that Vec<T> leaves out: ordered and unordered
+// compares, the hardware maximum and minimum, and and-not, for both element types.
+#ifndef QOR_KERNELS_LANE_OPS_H_
+#define QOR_KERNELS_LANE_OPS_H_
+
+#include "frame/vec.h"
+
+namespace tem {
+
+inline Vec<float> Equal(Vec<float> a, Vec<float> b) { return {_mm_cmpeq_ps(a.raw, b.raw)}; }
+inline Vec<double> Equal(Vec<double> a, Vec<double> b) { return {_mm_cmpeq_pd(a.raw, b.raw)}; }
+inline Vec<float> LessOrEqual(Vec<float> a, Vec<float> b) { return {_mm_cmple_ps(a.raw, b.raw)}; }
+inline Vec<double> LessOrEqual(Vec<double> a, Vec<double> b) {
+  return {_mm_cmple_pd(a.raw, b.raw)};
+}
+inline Vec<float> Unordered(Vec<float> a, Vec<float> b) { return {_mm_cmpunord_ps(a.raw, b.raw)}; }
+inline Vec<double> Unordered(Vec<double> a, Vec<double> b) {
+  return {_mm_cmpunord_pd(a.raw, b.raw)};
+}
+// The hardware maximum and minimum: the second operand where either is a NaN or both are zeros.
+inline Vec<float> HardwareMax(Vec<float> a, Vec<float> b) { return {_mm_max_ps(a.raw, b.raw)}; }
+inline Vec<double> HardwareMax(Vec<double> a, Vec<double> b) { return {_mm_max_pd(a.raw, b.raw)}; }
+inline Vec<float> HardwareMin(Vec<float> a, Vec<float> b) { return {_mm_min_ps(a.raw, b.raw)}; }
+inline Vec<double> HardwareMin(Vec<double> a, Vec<double> b) { return {_mm_min_pd(a.raw, b.raw)}; }
+inline float HardwareMax(float a, float b) { return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(a), _mm_set_ss(b))); }
+inline double HardwareMax(double a, double b) {
+  return _mm_cvtsd_f64(_mm_max_sd(_mm_set_sd(a), _mm_set_sd(b)));
+}
+inline float HardwareMin(float a, float b) { return _mm_cvtss_f32(_mm_min_ss(_mm_set_ss(a), _mm_set_ss(b))); }
+inline double HardwareMin(double a, double b) {
+  return _mm_cvtsd_f64(_mm_min_sd(_mm_set_sd(a), _mm_set_sd(b)));
+}
+// ~a & b.
+inline Vec<float> AndNot(Vec<float> a, Vec<float> b) { return {_mm_andnot_ps(a.raw, b.raw)}; }
+inline Vec<double> AndNot(Vec<double> a, Vec<double> b) { return {_mm_andnot_pd(a.raw, b.raw)}; }
+
+// Lanes whose exponent field is all ones (infinities and NaNs), from the high 32 bits of each
+// lane as integers.
+inline int NonFiniteLanes(Vec<float> x) {
+  __m128i m = _mm_and_si128(x.Image(), _mm_set1_epi32(0x7FFFFFFF));
+  return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(m, _mm_set1_epi32(0x7F7FFFFF))));
+}
+inline int NonFiniteLanes(Vec<double> x) { return x.HighWordAbove(0x7FEFFFFF); }
+
+}  // namespace tem
+
+#endif  // QOR_KERNELS_LANE_OPS_H_

@@ -1,0 +1,136 @@
+// Fmod and Remainder against fmod and remainder, bit for bit, over sampled pairs with huge
+// quotients, subnormals, the divisors 1 and 2147483647; the specials with their statuses.
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "qor/tem.h"
+#include "tests/kernels/exact_support.h"
+
+namespace {
+
+using exact::Same;
+
+template <class T>
+using Binary = void (*)(int, const T*, const T*, T*);
+template <class T>
+using BinaryStrided = void (*)(int, const T*, int, const T*, int, T*, int);
+
+// Pairs of finite numbers with b != 0: random exponents over the whole range (quotients up to
+// 2^2100 and subnormal operands), near-equal magnitudes, and the quick-path divisors.
+template <class T>
+void Pairs(size_t count, uint64_t seed, std::vector<T>& a, std::vector<T>& b) {
+  using B = exact::BitsOf<T>;
+  constexpr int kM = sizeof(T) == 4 ? 23 : 52;
+  constexpr B kTopExponent = sizeof(T) == 4 ? 254 : 2046;
+  std::mt19937_64 rng(seed);
+  auto random_finite = [&] {
+    const B bits = static_cast<B>(rng()) & ((B{1} << kM) - 1);
+    const B e = static_cast<B>(rng() % (kTopExponent + 1));
+    return exact::FromBits<T>((static_cast<B>(rng() & 1) << (8 * sizeof(T) - 1)) | (e << kM) | bits);
+  };
+  for (size_t i = 0; i < count; ++i) {
+    T x = random_finite(), y = random_finite();
+    switch (i % 6) {
+      case 1: y = std::ldexp(x, -static_cast<int>(rng() % 40)) * T(0.75); break;
+      case 2: y = T(sizeof(T) == 8 ? 2147483647.0 : 3.0); x = std::ldexp(x, -std::ilogb(x) + static_cast<int>(rng() % 53)); break;
+      case 3: y = T(1); break;
+      case 4: y = exact::FromBits<T>(static_cast<B>(rng() % 1000 + 1)); break;  // subnormal
+      default: break;
+    }
+    if (y == 0) y = T(1);
+    a.push_back(x);
+    b.push_back(i % 7 == 0 ? -y : y);
+  }
+}
+
+// A zero result takes the sign of a; glibc's remainder can give the other zero when the divisor
+// is subnormal.
+template <class T>
+T ZeroWithSignOfA(T want, T a) {
+  return want == 0 ? std::copysign(T(0), a) : want;
+}
+
+template <class T>
+void CheckAgainstLibm(Binary<T> ours, BinaryStrided<T> ours_strided, T (*ref)(T, T)) {
+  std::vector<T> a, b;
+  Pairs<T>(exact::FullSweep() ? 10000000 : 200000, 11, a, b);
+  const int n = static_cast<int>(a.size());
+  std::vector<T> r(n), rs(2 * n);
+  _temClearErrStatus();
+  ours(n, a.data(), b.data(), r.data());
+  ours_strided(n, a.data(), 1, b.data(), 1, rs.data(), 2);
+  EXPECT_EQ(_temGetErrStatus(), 0);
+  long bad = 0;
+  for (int i = 0; i < n; ++i) {
+    const T want = ZeroWithSignOfA(ref(a[i], b[i]), a[i]);
+    if (Same(r[i], want) && Same(rs[2 * i], want)) continue;
+    if (++bad <= 5) {
+      ADD_FAILURE() << std::hexfloat << a[i] << " " << b[i] << " got " << r[i] << " / "
+                    << rs[2 * i] << " want " << want;
+    }
+  }
+  EXPECT_EQ(bad, 0);
+}
+
+TEST(RemainderTest, FmodMatchesLibmBitForBit) {
+  CheckAgainstLibm<float>(_temsFmod, _temsFmodI, fmodf);
+  CheckAgainstLibm<double>(_temdFmod, _temdFmodI, fmod);
+}
+
+TEST(RemainderTest, RemainderMatchesLibmBitForBit) {
+  CheckAgainstLibm<float>(_temsRemainder, _temsRemainderI, remainderf);
+  CheckAgainstLibm<double>(_temdRemainder, _temdRemainderI, remainder);
+}
+
+TEST(RemainderTest, QuickPathOfTheDivisor2147483647) {
+  std::mt19937_64 rng(5);
+  std::vector<double> a(4096), b(4096, 2147483647.0), r(4096);
+  for (double& x : a) x = std::ldexp(static_cast<double>(rng() >> 11), -static_cast<int>(rng() % 20));
+  a[0] = 0x1.fffffffffffffp51, a[1] = 2147483647.0 * 1048575, a[2] = -2147483648.0;
+  _temdFmod(4096, a.data(), b.data(), r.data());
+  for (int i = 0; i < 4096; ++i) ASSERT_TRUE(Same(r[i], fmod(a[i], b[i]))) << std::hexfloat << a[i];
+}
+
+const double kNaN = std::numeric_limits<double>::quiet_NaN();
+const double kInf = std::numeric_limits<double>::infinity();
+
+TEST(RemainderTest, SpecialsAndStatuses) {
+  const struct {
+    Binary<double> f;
+    double a, b, want;
+    int status;
+  } cases[] = {
+      {_temdFmod, 5, 0, kNaN, TEM_STATUS_SING},
+      {_temdFmod, kInf, 2, kNaN, TEM_STATUS_SING},
+      {_temdFmod, -6, 3, -0.0, 0},
+      {_temdFmod, 3, kInf, 3, 0},
+      {_temdFmod, -2.5, 1, -0.5, 0},
+      {_temdFmod, kNaN, 0, kNaN, 0},
+      {_temdRemainder, 5, 0, kNaN, TEM_STATUS_ERRDOM},
+      {_temdRemainder, -kInf, 3, kNaN, TEM_STATUS_ERRDOM},
+      {_temdRemainder, 5, 2, 1, 0},
+      {_temdRemainder, 7, 2, -1, 0},
+      {_temdRemainder, -0.0, 2, -0.0, 0},
+      {_temdRemainder, 2, kInf, 2, 0},
+      {_temdRemainder, kNaN, 0, kNaN, 0},
+  };
+  for (const auto& c : cases) {
+    double r;
+    _temClearErrStatus();
+    c.f(1, &c.a, &c.b, &r);
+    EXPECT_TRUE(Same(r, c.want)) << c.a << " " << c.b << " got " << r;
+    EXPECT_EQ(_temGetErrStatus(), c.status) << c.a << " " << c.b;
+  }
+  // The default NaN of a reported lane is the positive quiet one, in both types.
+  const float five = 5, zero = 0;
+  float r;
+  _temsFmod(1, &five, &zero, &r);
+  EXPECT_EQ(exact::Bits(r), 0x7FC00000u);
+  _temsRemainder(1, &five, &zero, &r);
+  EXPECT_EQ(exact::Bits(r), 0x7FC00000u);
+}
+
+}  // namespace

@@ -1,0 +1,193 @@
+// The rounding functions against the C library, bit for bit, in all four rounding directions
+// for the loop form (contiguous), and to nearest for the strided vector form. The default run
+// samples; QOR_EXACT_SWEEP=1 runs every float and 10^8 doubles.
+#include <fenv.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "qor/tem.h"
+#include "tests/kernels/exact_support.h"
+
+namespace {
+
+using exact::Same;
+
+template <class T>
+using Contiguous = void (*)(int, const T*, T*);
+template <class T>
+using Strided = void (*)(int, const T*, int, T*, int);
+
+struct Row {
+  const char* name;
+  Contiguous<float> s;
+  Strided<float> s_strided;
+  float (*s_ref)(float);
+  Contiguous<double> d;
+  Strided<double> d_strided;
+  double (*d_ref)(double);
+};
+
+const Row kRows[] = {
+    {"Ceil", _temsCeil, _temsCeilI, ceilf, _temdCeil, _temdCeilI, ceil},
+    {"Floor", _temsFloor, _temsFloorI, floorf, _temdFloor, _temdFloorI, floor},
+    {"Trunc", _temsTrunc, _temsTruncI, truncf, _temdTrunc, _temdTruncI, trunc},
+    {"Round", _temsRound, _temsRoundI, roundf, _temdRound, _temdRoundI, round},
+    {"Rint", _temsRint, _temsRintI, rintf, _temdRint, _temdRintI, rint},
+    {"NearbyInt", _temsNearbyInt, _temsNearbyIntI, nearbyintf, _temdNearbyInt, _temdNearbyIntI,
+     nearbyint},
+};
+
+const int kDirections[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
+
+template <class T>
+Contiguous<T> Ours(const Row& row) {
+  if constexpr (sizeof(T) == 4) return row.s; else return row.d;
+}
+template <class T>
+Strided<T> OursStrided(const Row& row) {
+  if constexpr (sizeof(T) == 4) return row.s_strided; else return row.d_strided;
+}
+template <class T>
+auto Reference(const Row& row) {
+  if constexpr (sizeof(T) == 4) return row.s_ref; else return row.d_ref;
+}
+
+// Every row, every direction: the contiguous call under the direction against the C library
+// under the same one. Returns the number of mismatches (at most a few are printed).
+template <class T>
+long CheckAllDirections(const std::vector<T>& x) {
+  long bad = 0;
+  std::vector<T> r(x.size()), want(x.size());
+  for (const Row& row : kRows) {
+    for (int direction : kDirections) {
+      fesetround(direction);
+      Ours<T>(row)(static_cast<int>(x.size()), x.data(), r.data());
+      for (size_t i = 0; i < x.size(); ++i) want[i] = Reference<T>(row)(x[i]);
+      const int after = fegetround();
+      fesetround(FE_TONEAREST);
+      EXPECT_EQ(after, direction) << row.name << ": the caller's direction must come back";
+      for (size_t i = 0; i < x.size(); ++i) {
+        if (Same(r[i], want[i])) continue;
+        if (++bad <= 5) {
+          ADD_FAILURE() << row.name << " direction " << direction << " x=" << std::hexfloat
+                        << x[i] << " got " << r[i] << " want " << want[i];
+        }
+      }
+    }
+  }
+  return bad;
+}
+
+TEST(RoundingTest, BinadeEdgesAndHalvesInEveryDirection) {
+  EXPECT_EQ(CheckAllDirections(exact::EdgeValues<float>()), 0);
+  EXPECT_EQ(CheckAllDirections(exact::EdgeValues<double>()), 0);
+}
+
+TEST(RoundingTest, SampledFloatsInEveryDirection) {
+  // Default: every 4099th bit pattern; the sweep: all of them, in chunks.
+  const uint64_t step = exact::FullSweep() ? 1 : 4099, chunk = 1 << 22;
+  long bad = 0;
+  std::vector<float> x;
+  for (uint64_t start = 0; start < (uint64_t{1} << 32); start += chunk * step) {
+    x.clear();
+    for (uint64_t b = start; b < start + chunk * step && b < (uint64_t{1} << 32); b += step) {
+      x.push_back(exact::FromBits<float>(static_cast<uint32_t>(b)));
+    }
+    bad += CheckAllDirections(x);
+  }
+  EXPECT_EQ(bad, 0);
+}
+
+TEST(RoundingTest, SampledDoublesInEveryDirection) {
+  const size_t total = exact::FullSweep() ? 100000000 : 200000, chunk = 1 << 22;
+  long bad = 0;
+  for (size_t done = 0; done < total; done += chunk) {
+    bad += CheckAllDirections(exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
+  }
+  EXPECT_EQ(bad, 0);
+}
+
+// The strided forms are of the vector form: to nearest whatever the caller's direction, which
+// they leave as it was. Unit strides go to the contiguous loop form, which keeps it.
+template <class T>
+void CheckStridedToNearest() {
+  const std::vector<T> x = exact::EdgeValues<T>();
+  const int n = static_cast<int>(x.size());
+  for (const Row& row : kRows) {
+    std::vector<T> r(2 * x.size(), T(7));
+    fesetround(FE_UPWARD);
+    OursStrided<T>(row)(n, x.data() + n - 1, -1, r.data(), 2);
+    EXPECT_EQ(fegetround(), FE_UPWARD);
+    fesetround(FE_TONEAREST);
+    for (int i = 0; i < n; ++i) {
+      ASSERT_TRUE(Same(r[2 * i], Reference<T>(row)(x[n - 1 - i])))
+          << row.name << " x=" << std::hexfloat << x[n - 1 - i];
+      ASSERT_EQ(r[2 * i + 1], T(7));
+    }
+  }
+}
+
+TEST(RoundingTest, StridedFormsRoundToNearestUnderAnyCallerDirection) {
+  CheckStridedToNearest<float>();
+  CheckStridedToNearest<double>();
+  const double half[2] = {2.5, -2.5};
+  double r[2];
+  fesetround(FE_UPWARD);
+  _temdRintI(2, half, 1, r, 1);  // unit strides: the loop form, in the caller's direction
+  fesetround(FE_TONEAREST);
+  EXPECT_EQ(r[0], 3.0);
+  EXPECT_EQ(r[1], -2.0);
+}
+
+TEST(RoundingTest, TellingValues) {
+  const struct {
+    Contiguous<float> f;
+    float x, want;
+  } cases[] = {
+      {_temsCeil, -0.5f, -0.0f},           {_temsFloor, 0.5f, 0.0f},
+      {_temsCeil, 0.25f, 1.0f},            {_temsFloor, -0.0f, -0.0f},
+      {_temsCeil, 8388607.5f, 8388608.0f}, {_temsRound, 0.5f, 1.0f},
+      {_temsRound, -2.5f, -3.0f},          {_temsRound, 0.49999997f, 0.0f},
+      {_temsRint, 2.5f, 2.0f},             {_temsTrunc, -0.75f, -0.0f},
+  };
+  for (const auto& c : cases) {
+    float r;
+    c.f(1, &c.x, &r);
+    EXPECT_EQ(exact::Bits(r), exact::Bits(c.want)) << c.x;
+  }
+}
+
+// Modf and Frac against modf: the integral part, and the fraction with the sign of x (+-0 for
+// infinities). Frac is of the vector form, so runs to nearest.
+template <class T>
+void CheckSplits(void (*modf_entry)(int, const T*, T*, T*),
+                 void (*modf_strided)(int, const T*, int, T*, int, T*, int),
+                 Contiguous<T> frac, Strided<T> frac_strided) {
+  std::vector<T> x = exact::EdgeValues<T>();
+  const std::vector<T> more = exact::SampledValues<T>(100000, 7);
+  x.insert(x.end(), more.begin(), more.end());
+  const int n = static_cast<int>(x.size());
+  std::vector<T> whole(n), part(n), f(n), whole2(2 * n), part2(n), f2(3 * n);
+  modf_entry(n, x.data(), whole.data(), part.data());
+  modf_strided(n, x.data(), 1, whole2.data(), 2, part2.data(), 1);
+  frac(n, x.data(), f.data());
+  frac_strided(n, x.data(), 1, f2.data(), 3);
+  for (int i = 0; i < n; ++i) {
+    T want_whole;
+    const T want_part = std::modf(x[i], &want_whole);
+    ASSERT_TRUE(Same(whole[i], want_whole) && Same(part[i], want_part)) << std::hexfloat << x[i];
+    ASSERT_TRUE(Same(whole2[2 * i], want_whole) && Same(part2[i], want_part)) << x[i];
+    ASSERT_TRUE(Same(f[i], want_part)) << std::hexfloat << x[i] << " " << f[i];
+    ASSERT_TRUE(Same(f2[3 * i], want_part)) << std::hexfloat << x[i];
+  }
+}
+
+TEST(RoundingTest, ModfAndFracSplitLikeModf) {
+  CheckSplits<float>(_temsModf, _temsModfI, _temsFrac, _temsFracI);
+  CheckSplits<double>(_temdModf, _temdModfI, _temdFrac, _temdFracI);
+}
+
+}  // namespace
