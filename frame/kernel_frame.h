@@ -232,4 +232,17 @@ Fn Slot(TemKernelSlot (&table)[3], int slot) {
     tem::Run<tem::fn::t##stem##I, K>(n, io);                                               \
   }
 
+#define TEM_ENTRIES_A_RR(t, stem, K)                                                          \
+  extern "C" void tem_kernel_##t##stem(int n, const K::T* a, K::T* r1, K::T* r2) {           \
+    tem::Run<tem::fn::t##stem, K>(n, tem::Contiguous<K>{{a}, {r1, r2}});                      \
+  }                                                                                           \
+  extern "C" void tem_kernel_##t##stem##I(int n, const K::T* a, int inca, K::T* r1,           \
+                                          int incr1, K::T* r2, int incr2) {                   \
+    const tem::Strided<K> io{{a}, {inca}, {r1, r2}, {incr1, incr2}};                          \
+    if (tem::ForwardsToContiguous<tem::fn::t##stem##I>(io)) {                                 \
+      return tem::Slot<decltype(&tem_kernel_##t##stem)>(tem_ttab_##t##stem, 1)(n, a, r1, r2); \
+    }                                                                                         \
+    tem::Run<tem::fn::t##stem##I, K>(n, io);                                                  \
+  }
+
 #endif  // QOR_FRAME_KERNEL_FRAME_H_
