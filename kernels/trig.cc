@@ -15,7 +15,9 @@ struct DoubleKernel {
   static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = 4;
   static constexpr bool kCanFail = true;
 
-  static void Compute(const D (&in)[1], D (&out)[kResults]) { trig::Compute<kOp>(in[0], out); }
+  [[gnu::always_inline]] static void Compute(const D (&in)[1], D (&out)[kResults]) {
+    trig::Compute<kOp>(in[0], out);
+  }
   // 0x7FEFFFFF: above it, an infinity or a NaN.
   static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x7FEFFFFF); }
   // x - x: NaN for an infinity, the quieted NaN for a NaN.

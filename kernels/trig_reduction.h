@@ -22,8 +22,11 @@ inline constexpr double kMediumLimit = 65536.00349206588;
 inline constexpr double kK = 81.48733086305042;       // 256 / pi
 inline constexpr double kShifter = 6755399441055744.0;  // 1.5 * 2^52
 
-inline D Abs(D x) { return x & D::FromBits(0x7FFFFFFFFFFFFFFFull); }
-inline D SignOf(D x) { return x & D::FromBits(0x8000000000000000ull); }
+using S = Splat<double>;
+inline constexpr S kAbsMask{__builtin_bit_cast(double, 0x7FFFFFFFFFFFFFFFull)};
+inline constexpr S kSignMask{-0.0};
+inline D Abs(D x) { return x & kAbsMask(); }
+inline D SignOf(D x) { return x & kSignMask(); }
 inline D Xor(D a, D b) { return {_mm_xor_pd(a.raw, b.raw)}; }
 
 // The reduced argument of |x|: the table row in the low 9 bits of each lane of j.
@@ -32,16 +35,19 @@ struct Reduced {
   __m128i j;
 };
 
-// Medium stage, |x| <= kMediumLimit: r + e = |x| - n (P1 + P2 + P3), the first product exact,
-// the second exact too, and the error of the subtraction kept by a two-sum.
-inline Reduced ReduceMedium(D ax) {
-  const D t = ax * D::Set(kK) + D::Set(kShifter);
-  const D n = t - D::Set(kShifter);
-  const D h = ax - n * D::Set(kPiOver256Parts[0]);
-  const D m = n * D::Set(kPiOver256Parts[1]);
+// Medium stage, |x| <= kMediumLimit: r + e = |x| - n (P1 + P2 + P3), with h = |x| - n P1
+// and m = n P2 both exact. e = (h - r) - m is the exact error of r = h - m: a fast two-sum
+// where |h| >= |m|; where |h| < |m| (below 2^-18.9), h is a multiple of 2^-59 and m of
+// 2^-70, so that r is exact and e comes out 0.
+[[gnu::always_inline]] inline Reduced ReduceMedium(D ax) {
+  static constexpr S k{kK}, shifter{kShifter}, p1{kPiOver256Parts[0]}, p2{kPiOver256Parts[1]},
+      p3{kPiOver256Parts[2]};
+  const D t = ax * k() + shifter();
+  const D n = t - shifter();
+  const D h = ax - n * p1();
+  const D m = n * p2();
   const D r = h - m;
-  const D b = r - h;
-  const D e = ((h - (r - b)) - (m + b)) - n * D::Set(kPiOver256Parts[2]);
+  const D e = ((h - r) - m) - n * p3();
   return {r, e, t.Image()};
 }
 
@@ -54,7 +60,7 @@ inline D FromInteger52(__m128i v) {
 // with the row of the exponent, M * row mod 2^192 (the integer part of the turn falls off the
 // top word). Row j is its top 9 bits rounded; the signed rest, 128 bits of it, becomes a
 // double-double in turns, then in radians.
-inline Reduced ReduceBig(D ax) {
+[[gnu::noinline]] inline Reduced ReduceBig(D ax) {
   const __m128i bits = ax.Image();
   const __m128i exponent = _mm_srli_epi64(bits, 52);
   const int e0 = _mm_cvtsi128_si32(exponent);
@@ -112,10 +118,11 @@ inline Reduced ReduceBig(D ax) {
   return {r, e, j};
 }
 
-// Both stages by lane; the big one runs only when a lane needs it.
-inline Reduced Reduce(D ax) {
+// Both stages by lane; the big one, out of line, runs only when a lane needs it.
+[[gnu::always_inline]] inline Reduced Reduce(D ax) {
   Reduced red = ReduceMedium(ax);
-  const D big = D::Greater(ax, D::Set(kMediumLimit));
+  static constexpr S limit{kMediumLimit};
+  const D big = D::Greater(ax, limit());
   if (big.LaneBits() != 0) {
     const Reduced b = ReduceBig(ax);
     red.r = D::Select(big, b.r, red.r);
@@ -133,11 +140,12 @@ struct Parts {
 };
 
 // sin and cos of |x| from its reduction: the row's cos C = c + cm1 and sin S = s + sl, with
-// sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r - e S. The
-// products c r and s r are exact where their sums cancel, since c or s is +-1 or 0 there; the
-// rounding error of the first addition is kept.
+// sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r - e S, where
+// e c and e s stand for e C and e S (|e| < 2^-60, |cm1|, |sl| < 2^-7). The products c r and
+// s r are exact where their sums cancel, since c or s is +-1 or 0 there; the rounding error of
+// the first addition is kept.
 template <bool kSin, bool kCos>
-inline void Evaluate(const Reduced& red, Parts* sin_parts, Parts* cos_parts) {
+[[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts, Parts* cos_parts) {
   const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
   const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(red.j, red.j)) & 0x1FF;
   const __m128d c0 = _mm_load_pd(&kSinTable[j0][0]), c1 = _mm_load_pd(&kSinTable[j1][0]);
@@ -147,38 +155,40 @@ inline void Evaluate(const Reduced& red, Parts* sin_parts, Parts* cos_parts) {
   const D r = red.r, e = red.e;
   const D u = r * r;
   // sin r - r and cos r - 1 on |r| <= pi/512.
-  const D ps = r * u * (D::Set(0.008333322932609515) * u - D::Set(0.1666666666665455));
-  const D pc = u * (D::Set(-0.5) +
-                    u * (D::Set(0.041666666666651524) - u * D::Set(0.0013888875887985619)));
+  static constexpr S s5{0.008333322932609515}, s3{0.1666666666665455}, c2{-0.5},
+      c4{0.041666666666651524}, c6{0.0013888875887985619};
+  const D ps = r * u * (s5() * u - s3());
+  const D pc = u * (c2() + u * (c4() - u * c6()));
   const D sin_r = r + ps;
-  const D C = c + cm1, S = s + sl;
   if constexpr (kSin) {
     const D cr = c * r;
     const D hi = s + cr;
-    const D small = ((sl + S * pc) + (c * ps + cm1 * sin_r)) + e * C;
+    const D small = ((sl + (s + sl) * pc) + (c * ps + cm1 * sin_r)) + e * c;
     *sin_parts = {hi, ((s - hi) + cr) + small};
   }
   if constexpr (kCos) {
     const D sr = s * r;
     const D hi = c - sr;
-    const D small = ((cm1 + C * pc) - (s * ps + sl * sin_r)) - e * S;
+    const D small = ((cm1 + (c + cm1) * pc) - (s * ps + sl * sin_r)) - e * s;
     *cos_parts = {hi, ((c - hi) - sr) + small};
   }
 }
 
-// tan = sin / cos from the unrounded sums: q0 = sin / cos rounded, then one correction from
-// the remainder sin - q0 cos, with q0 cos_hi exact as a pair (Veltkamp products). The parts'
-// low halves may be 2^-7 of their sums; the remainder stays exact enough, since it is small.
-inline D Quotient(const Parts& num, const Parts& den) {
-  const D q0 = num.Value() / den.Value();
-  const D k = D::Set(134217729.0);
+// tan = sin / cos with one division: y = 1 / cos and q0 = sin y, then one correction
+// (sin - q0 cos) y, with q0 cos_hi exact as a pair (Veltkamp products). The parts' low
+// halves may be 2^-7 of their sums; the remainder stays exact enough, since it is small.
+[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
+  static constexpr S one{1.0}, split{134217729.0};
+  const D y = one() / den.Value();
+  const D q0 = num.Value() * y;
+  const D k = split();
   const D gq = q0 * k, gd = den.hi * k;
   const D qh = gq - (gq - q0), ql = q0 - qh;
   const D dh = gd - (gd - den.hi), dl = den.hi - dh;
   const D p = q0 * den.hi;
   const D p_err = ((qh * dh - p) + qh * dl + ql * dh) + ql * dl;
   const D rest = (((num.hi - p) - p_err) + num.lo) - q0 * den.lo;
-  return q0 + rest / den.hi;
+  return q0 + rest * y;
 }
 
 enum class Op { kSin, kCos, kSinCos, kTan };
@@ -187,7 +197,7 @@ inline constexpr int ResultsOf(Op op) { return op == Op::kSinCos ? 2 : 1; }
 // The double formula of each member on two lanes of any finite x; sin and tan take the sign
 // of x at the end, cos is even. SinCos gives the sine first.
 template <Op kOp>
-inline void Compute(D x, D (&out)[ResultsOf(kOp)]) {
+[[gnu::always_inline]] inline void Compute(D x, D (&out)[ResultsOf(kOp)]) {
   const D sign = SignOf(x);
   const Reduced red = Reduce(Abs(x));
   Parts sin_parts, cos_parts;

@@ -12,70 +12,75 @@ namespace {
 
 using F = Vec<float>;
 
-constexpr float kShifterF = 12582912.0f;  // 1.5 * 2^23
-constexpr float kInvPiF = 0.31830987334251404f;
-constexpr float kTwoOverPiF = 0.6366197466850281f;
+// As whole registers: the shifter 1.5 * 2^23, 1/pi and 2/pi in single precision.
+constexpr Splat<float> kShifterF{12582912.0f}, kInvPiF{0.31830987334251404f},
+    kTwoOverPiF{0.6366197466850281f}, kHalfF{0.5f}, kAbsMaskF{__builtin_bit_cast(float, 0x7FFFFFFFu)};
 // pi in 35 + 53 bits: (2n + 1) pi_hi / 2 is exact for |n| below 2^17.
-constexpr double kPiHigh = 3.1415926535846666, kPiLow = 5.126688303189038e-12;
+constexpr Splat<double> kPiHigh{3.1415926535846666}, kPiLow{5.126688303189038e-12},
+    kHalfPiHigh{3.1415926535846666 / 2}, kHalfPiLow{5.126688303189038e-12 / 2};
+constexpr Splat<double> kOne{1.0}, kHalf{0.5}, kMinusZero{-0.0};
 // 0x461C4000: 10000.0, the end of the single-precision reduction.
 constexpr uint32_t kLimitBits = 0x461C4000;
 
 // sin r on |r| <= pi/2, relative error below 2^-29.
-D SinPoly(D r) {
+constexpr Splat<double> kSin3{-0.1666665955042783}, kSin5{0.00833306624608569},
+    kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06};
+[[gnu::always_inline]] inline D SinPoly(D r) {
   const D u = r * r;
-  return r + r * u * (D::Set(-0.1666665955042783) +
-                      u * (D::Set(0.00833306624608569) +
-                           u * (D::Set(-0.00019809602902257352) + u * D::Set(2.605780638722852e-06))));
+  return r + r * u * (kSin3() + u * (kSin5() + u * (kSin7() + u * kSin9())));
 }
 
-// sin r and cos r on |r| <= pi/4 by their series to r^11 and r^12: errors below 2^-40.
-D SinSeries(D r) {
+// sin r and cos r on |r| <= pi/4 by their series to r^9 and r^10: relative errors below
+// 2^-28 and 2^-33.
+constexpr Splat<double> kSeries2{-1.0 / 2}, kSeries3{-1.0 / 6}, kSeries4{1.0 / 24},
+    kSeries5{1.0 / 120}, kSeries6{-1.0 / 720}, kSeries7{-1.0 / 5040}, kSeries8{1.0 / 40320},
+    kSeries9{1.0 / 362880}, kSeries10{-1.0 / 3628800};
+[[gnu::always_inline]] inline D SinSeries(D r) {
   const D u = r * r;
-  return r + r * u * (D::Set(-1.0 / 6) + u * (D::Set(1.0 / 120) + u * (D::Set(-1.0 / 5040) +
-                      u * (D::Set(1.0 / 362880) + u * D::Set(-1.0 / 39916800)))));
+  return r + r * u * (kSeries3() + u * (kSeries5() + u * (kSeries7() + u * kSeries9())));
 }
-D CosSeries(D r) {
+[[gnu::always_inline]] inline D CosSeries(D r) {
   const D u = r * r;
-  return D::Set(1.0) + u * (D::Set(-0.5) + u * (D::Set(1.0 / 24) + u * (D::Set(-1.0 / 720) +
-                      u * (D::Set(1.0 / 40320) + u * (D::Set(-1.0 / 3628800) +
-                      u * D::Set(1.0 / 479001600))))));
+  return kOne() + u * (kSeries2() + u * (kSeries4() + u * (kSeries6() +
+                       u * (kSeries8() + u * kSeries10()))));
 }
 
 // The 64-bit lane masks of the low (k = 0) or high (k = 1) two 32-bit lanes of a mask.
-__m128i WidenMask(__m128i m, int k) {
+[[gnu::always_inline]] inline __m128i WidenMask(__m128i m, int k) {
   return k == 0 ? _mm_unpacklo_epi32(m, m) : _mm_unpackhi_epi32(m, m);
 }
-D Widen(F v, int k) { return k == 0 ? WidenLow(v) : WidenHigh(v); }
+[[gnu::always_inline]] inline D Widen(F v, int k) { return k == 0 ? WidenLow(v) : WidenHigh(v); }
 
-// x = (n + offset) pi + r, n = round(x / pi - offset): sin r, with n's parity in the sign
-// mask as the single lanes' sign bits (flipped when `flip_even`).
-F SinOfRest(F x, float offset, bool flip_even) {
-  const F t = (x * F::Set(kInvPiF) - F::Set(offset)) + F::Set(kShifterF);
-  const F n = t - F::Set(kShifterF);
+// x = (n + offset) pi + r, n = round(x / pi - offset), offset 1/2 for cos and 0 for sin:
+// sin r, with the sign flipped for odd n (sin) or even n (cos).
+template <bool kCos>
+[[gnu::always_inline]] inline F SinOfRest(F x) {
+  const F t = kCos ? (x * kInvPiF() - kHalfF()) + kShifterF() : x * kInvPiF() + kShifterF();
+  const F n = t - kShifterF();
   D y[2];
   for (int k = 0; k < 2; ++k) {
-    const D m = Widen(n, k) + D::Set(offset);
-    const D r = (Widen(x, k) - m * D::Set(kPiHigh)) - m * D::Set(kPiLow);
+    const D m = kCos ? Widen(n, k) + kHalf() : Widen(n, k);
+    const D r = (Widen(x, k) - m * kPiHigh()) - m * kPiLow();
     y[k] = SinPoly(r);
   }
   __m128i parity = _mm_slli_epi32(t.Image(), 31);
-  if (flip_even) parity = _mm_xor_si128(parity, _mm_set1_epi32(static_cast<int>(0x80000000u)));
+  if (kCos) parity = _mm_xor_si128(parity, _mm_set1_epi32(static_cast<int>(0x80000000u)));
   return {_mm_xor_ps(Narrow(y[0], y[1]).raw, _mm_castsi128_ps(parity))};
 }
 
 // x = n pi/2 + r, |r| <= pi/4: tan r for even n, -1 / tan r for odd n.
-F TanOfRest(F x) {
-  const F t = x * F::Set(kTwoOverPiF) + F::Set(kShifterF);
-  const F n = t - F::Set(kShifterF);
+[[gnu::always_inline]] inline F TanOfRest(F x) {
+  const F t = x * kTwoOverPiF() + kShifterF();
+  const F n = t - kShifterF();
   const __m128i odd = _mm_sub_epi32(_mm_setzero_si128(),
                                     _mm_and_si128(t.Image(), _mm_set1_epi32(1)));
   D y[2];
   for (int k = 0; k < 2; ++k) {
     const D m = Widen(n, k);
-    const D r = (Widen(x, k) - m * D::Set(kPiHigh / 2)) - m * D::Set(kPiLow / 2);
+    const D r = (Widen(x, k) - m * kHalfPiHigh()) - m * kHalfPiLow();
     const D s = SinSeries(r), c = CosSeries(r);
     const D swap = D::FromImage(WidenMask(odd, k));
-    y[k] = D::Select(swap, Xor(c, D::Set(-0.0)), s) / D::Select(swap, s, c);
+    y[k] = D::Select(swap, Xor(c, kMinusZero()), s) / D::Select(swap, s, c);
   }
   return Narrow(y[0], y[1]);
 }
@@ -88,12 +93,12 @@ struct SingleKernel {
 
   static void Compute(const F (&in)[1], F (&out)[kResults]) {
     // On |x|, so that Cos is even and Sin and Tan odd exactly, zeros included.
-    const F ax = in[0] & F::FromBits(0x7FFFFFFF);
+    const F ax = in[0] & kAbsMaskF();
     const __m128i sign = _mm_andnot_si128(ax.Image(), in[0].Image());
     auto odd = [&](F y) { return F{_mm_xor_ps(y.raw, _mm_castsi128_ps(sign))}; };
-    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) out[0] = odd(SinOfRest(ax, 0.0f, false));
-    if constexpr (kOp == Op::kCos) out[0] = SinOfRest(ax, 0.5f, true);
-    if constexpr (kOp == Op::kSinCos) out[1] = SinOfRest(ax, 0.5f, true);
+    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) out[0] = odd(SinOfRest<false>(ax));
+    if constexpr (kOp == Op::kCos) out[0] = SinOfRest<true>(ax);
+    if constexpr (kOp == Op::kSinCos) out[1] = SinOfRest<true>(ax);
     if constexpr (kOp == Op::kTan) out[0] = odd(TanOfRest(ax));
   }
   // Past 10000, infinities and NaNs.
