@@ -1,8 +1,8 @@
-// Exponential and logarithm families, rounding functions, roots and powers (and sAbs): each qor
-// kernel against SLEEF's SSE2 1-ulp variant and glibc's libmvec SSE variant looped over the
-// array, and glibc's scalar function in a loop, at n = 1000 and n = 10^6, in one run. qor kernels
-// are found by name, so absent ones are not registered. After the runs a table gives ns per
-// element and the ratios qor/peer.
+// Exponential, logarithm and trigonometric families, rounding functions, roots and powers (and
+// sAbs): each qor kernel against SLEEF's SSE2 1-ulp variant and glibc's libmvec SSE variant looped
+// over the array, and glibc's scalar function in a loop, at n = 1000 and n = 10^6, in one run. qor
+// kernels are found by name, so absent ones are not registered. After the runs a table gives ns
+// per element and the ratios qor/peer.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <emmintrin.h>
@@ -33,6 +33,9 @@ __m128d _ZGVbN2v_log1p(__m128d);
 __m128d _ZGVbN2v_asinh(__m128d);
 __m128d _ZGVbN2v_acosh(__m128d);
 __m128d _ZGVbN2v_atanh(__m128d);
+__m128d _ZGVbN2v_sin(__m128d);
+__m128d _ZGVbN2v_cos(__m128d);
+__m128d _ZGVbN2v_tan(__m128d);
 __m128 _ZGVbN4v_expf(__m128);
 __m128 _ZGVbN4v_exp2f(__m128);
 __m128 _ZGVbN4v_exp10f(__m128);
@@ -53,6 +56,9 @@ __m128d _ZGVbN2vv_hypot(__m128d, __m128d);
 __m128d _ZGVbN2vv_pow(__m128d, __m128d);
 __m128 _ZGVbN4vv_hypotf(__m128, __m128);
 __m128 _ZGVbN4vv_powf(__m128, __m128);
+__m128 _ZGVbN4v_sinf(__m128);
+__m128 _ZGVbN4v_cosf(__m128);
+__m128 _ZGVbN4v_tanf(__m128);
 }
 
 namespace {
@@ -135,6 +141,9 @@ const Row<double> kDoubleRows[] = {
     {"dInvCbrt", Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,       InvCbrt<double>},
     {"dPow2o3",  Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,       Pow2o3<double>},
     {"dPow3o2",  Spread::kUniform,   0,      1000,   nullptr,                      nullptr,       Pow3o2<double>},
+    {"dSin",   Spread::kUniform,   -100,   100,    PlainD<Sleef_sind2_u10sse2>,     _ZGVbN2v_sin,    sin},
+    {"dCos",   Spread::kUniform,   -100,   100,    PlainD<Sleef_cosd2_u10sse2>,     _ZGVbN2v_cos,    cos},
+    {"dTan",   Spread::kUniform,   -100,   100,    PlainD<Sleef_tand2_u10sse2>,     _ZGVbN2v_tan,    tan},
 };
 const Row<float> kFloatRows[] = {
     {"sAbs",   Spread::kUniform,   -1000,  1000,   PlainF<Sleef_fabsf4_sse2>,       nullptr,         fabsf},
@@ -164,6 +173,9 @@ const Row<float> kFloatRows[] = {
     {"sInvCbrt", Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,        InvCbrt<float>},
     {"sPow2o3",  Spread::kUniform,   -1000,  1000,   nullptr,                      nullptr,        Pow2o3<float>},
     {"sPow3o2",  Spread::kUniform,   0,      1000,   nullptr,                      nullptr,        Pow3o2<float>},
+    {"sSin",   Spread::kUniform,   -100,   100,    PlainF<Sleef_sinf4_u10sse2>,     _ZGVbN4v_sinf,   sinf},
+    {"sCos",   Spread::kUniform,   -100,   100,    PlainF<Sleef_cosf4_u10sse2>,     _ZGVbN4v_cosf,   cosf},
+    {"sTan",   Spread::kUniform,   -100,   100,    PlainF<Sleef_tanf4_u10sse2>,     _ZGVbN4v_tanf,   tanf},
 };
 
 // Two inputs, each uniform in its range.
@@ -232,13 +244,15 @@ __attribute__((noinline)) void ScalarLoop(T (*f)(T), int n, const T* a, T* r) {
   for (int i = 0; i < n; ++i) r[i] = f(a[i]);
 }
 
+// `results` arrays of n elements follow each other in r.
 template <class T, class Run>
-void Register(const std::string& function, const char* side, const Row<T>& row, Run run) {
+void Register(const std::string& function, const char* side, const Row<T>& row, Run run,
+              int results = 1) {
   for (int n : kSizes) {
     const std::string name = function + "/" + side + "/n:" + std::to_string(n);
-    benchmark::RegisterBenchmark(name.c_str(), [row, run, n](benchmark::State& state) {
+    benchmark::RegisterBenchmark(name.c_str(), [row, run, n, results](benchmark::State& state) {
       const std::vector<T> a = MakeInputs(row, n);
-      std::vector<T> r(n);
+      std::vector<T> r(static_cast<size_t>(n) * results);
       for (auto _ : state) {
         run(n, a.data(), r.data());
         benchmark::DoNotOptimize(r.data());
@@ -329,6 +343,36 @@ void RegisterBinaryRow(const BinaryRow<T>& row) {
   Register2(row, "glibc", [g](int n, const T* a, const T* b, T* r) { ScalarLoop2<T>(g, n, a, b, r); });
 }
 
+// SinCos: sines to r, cosines to r + n. SLEEF returns both in a pair of registers; glibc's
+// scalar sincos stores through pointers.
+template <class T, class Pair, auto kSleef>
+void RegisterSinCos(const char* function, T (*sin)(T), void (*sincos)(T, T*, T*)) {
+  using Kernel = void (*)(int, const T*, T*, T*);
+  using L = Lanes<T>;
+  auto qor = reinterpret_cast<Kernel>(dlsym(RTLD_DEFAULT, (std::string("_tem") + function).c_str()));
+  if (qor == nullptr) return;
+  const Row<T> row{function, Spread::kUniform, -100, 100, nullptr, nullptr, sin};
+  Register(function, "qor", row, [qor](int n, const T* a, T* r) { qor(n, a, r, r + n); }, 2);
+  Register(function, "sleef", row, [](int n, const T* a, T* r) {
+    int i = 0;
+    for (; i + L::kWidth <= n; i += L::kWidth) {
+      const Pair p = kSleef(L::Load(a + i));
+      L::Store(r + i, p.x);
+      L::Store(r + n + i, p.y);
+    }
+    for (; i < n; ++i) {
+      T in[L::kWidth] = {a[i]}, s[L::kWidth], c[L::kWidth];
+      const Pair p = kSleef(L::Load(in));
+      L::Store(s, p.x);
+      L::Store(c, p.y);
+      r[i] = s[0], r[n + i] = c[0];
+    }
+  }, 2);
+  Register(function, "glibc", row, [sincos](int n, const T* a, T* r) {
+    for (int i = 0; i < n; ++i) sincos(a[i], r + i, r + n + i);
+  }, 2);
+}
+
 // The console output, then a table of ns per element (median run when repeated) and the
 // ratios qor/peer, below 1 when qor is faster.
 class RatioReporter : public benchmark::ConsoleReporter {
@@ -380,6 +424,8 @@ int main(int argc, char** argv) {
   for (const auto& row : kFloatRows) RegisterRow(row);
   for (const auto& row : kDoubleBinaryRows) RegisterBinaryRow(row);
   for (const auto& row : kFloatBinaryRows) RegisterBinaryRow(row);
+  RegisterSinCos<double, Sleef___m128d_2, Sleef_sincosd2_u10sse2>("dSinCos", sin, sincos);
+  RegisterSinCos<float, Sleef___m128_2, Sleef_sincosf4_u10sse2>("sSinCos", sinf, sincosf);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   RatioReporter reporter;

@@ -125,6 +125,22 @@ struct Vec<double> : VecBase<double> {
   }
 };
 
+// A constant in every lane, kept as one aligned 16-byte value and loaded whole. GCC builds a
+// constant _mm_set1 with a scalar load and a shuffle, two instructions where one load does;
+// the empty asm keeps the whole load.
+template <class T>
+struct alignas(16) Splat {
+  T v[16 / sizeof(T)];
+  constexpr explicit Splat(T x) : v{} {
+    for (T& lane : v) lane = x;
+  }
+  Vec<T> operator()() const {
+    __m128i bits = _mm_load_si128(reinterpret_cast<const __m128i*>(v));
+    __asm__("" : "+x"(bits));
+    return Vec<T>::FromImage(bits);
+  }
+};
+
 // Single lanes widened to two double registers and narrowed back.
 inline Vec<double> WidenLow(Vec<float> v) { return {_mm_cvtps_pd(v.raw)}; }
 inline Vec<double> WidenHigh(Vec<float> v) { return {_mm_cvtps_pd(_mm_movehl_ps(v.raw, v.raw))}; }

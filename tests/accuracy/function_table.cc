@@ -70,6 +70,23 @@ int MpfrPow3o2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
   });
 }
 
+// The end of the medium reduction and its neighbours, the steps of the table at pi/512, multiples
+// of pi/2 and pi, and huge arguments up to the largest double, among them the double closest
+// to a multiple of pi/2 (6381956970095103 2^797) and 1e22.
+const std::vector<double> kTrigPoints = {
+    65536.00349206588, 65536.0, 65537.0, 0x1p-26, 0.0061359231515425647, 1.5707963267948966,
+    3.1415926535897931, 4.7123889803846897, 1e22, 6381956970095103.0 * 0x1p797, 0x1p1000,
+    1e300, 1.7976931348623157e308};
+// The end of the single-precision reduction, multiples of pi/2 and pi, and huge arguments.
+const std::vector<double> kTrigPointsF = {10000.0, 1.5707963267948966, 3.1415926535897931,
+                                          4.7123889803846897, 1e22, 3.4028234663852886e38};
+
+// Row k (1 or 2) of a kernel with two results.
+FunctionRow ResultOf(int k, FunctionRow row) {
+  row.result = k;
+  return row;
+}
+
 std::vector<double> Concat(std::vector<double> a, const std::vector<double>& b) {
   a.insert(a.end(), b.begin(), b.end());
   return a;
@@ -152,6 +169,16 @@ const std::vector<FunctionRow>& Functions() {
       {"dPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
       {"sPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
       {"dPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
+      {"sSin", mpfr_sin, sin, {-1e4, 1e4}, kTrigPointsF},
+      {"dSin", mpfr_sin, sin, {-1e5, 1e5}, kTrigPoints},
+      {"sCos", mpfr_cos, cos, {-1e4, 1e4}, kTrigPointsF},
+      {"dCos", mpfr_cos, cos, {-1e5, 1e5}, kTrigPoints},
+      ResultOf(1, {"sSinCos_sin", mpfr_sin, sin, {-1e4, 1e4}, kTrigPointsF}),
+      ResultOf(2, {"sSinCos_cos", mpfr_cos, cos, {-1e4, 1e4}, kTrigPointsF}),
+      ResultOf(1, {"dSinCos_sin", mpfr_sin, sin, {-1e5, 1e5}, kTrigPoints}),
+      ResultOf(2, {"dSinCos_cos", mpfr_cos, cos, {-1e5, 1e5}, kTrigPoints}),
+      {"sTan", mpfr_tan, tan, {-1e4, 1e4}, kTrigPointsF},
+      {"dTan", mpfr_tan, tan, {-1e5, 1e5}, kTrigPoints},
   };
   return rows;
 }

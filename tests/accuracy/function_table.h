@@ -33,9 +33,13 @@ struct FunctionRow {
         boundaries(std::move(boundaries)) {}
 
   char type() const { return name[0]; }
+  // The function whose kernels the row measures: "dSinCos" for "dSinCos_cos".
+  std::string function() const { return name.substr(0, name.find('_')); }
   int arity() const { return binary != nullptr ? 2 : 1; }
 
   std::string name;  // "dExp": the kernels are _temdExp, _temdExp_HA, ... and _temdExpI, ...
+  // 0 for a kernel of one result; 1 or 2 for that result of a kernel of two ("dSinCos_sin").
+  int result = 0;
   MpfrUnary unary = nullptr;
   MpfrBinary binary = nullptr;
   LibmUnary libm = nullptr;

@@ -17,14 +17,14 @@ std::vector<Entry> ExportedEntries(const FunctionRow& row) {
   } names[] = {{"", 1}, {"_HA", 1}, {single ? "_21" : "_50", 0}, {single ? "_11" : "_26", 2}};
   std::vector<Entry> entries;
   for (bool strided : {false, true}) {
-    const std::string function = row.name + (strided ? "I" : "");
+    const std::string function = row.function() + (strided ? "I" : "");
     const auto* table = static_cast<void* const*>(
         dlsym(RTLD_DEFAULT, ("qor_tem_kernel_" + function + "_ttab").c_str()));
     if (table == nullptr) continue;
     for (const auto& name : names) {
       const std::string symbol = "_tem" + function + name.suffix;
       void* address = dlsym(RTLD_DEFAULT, symbol.c_str());
-      if (address != nullptr) entries.push_back({symbol, name.slot, strided, address, table[name.slot]});
+      if (address != nullptr) entries.push_back({symbol, name.slot, strided, address, table[name.slot], row.result});
     }
   }
   return entries;
@@ -40,6 +40,10 @@ template <class T>
 using UnaryStrided = void (*)(int, const T*, int, T*, int);
 template <class T>
 using BinaryStrided = void (*)(int, const T*, int, const T*, int, T*, int);
+template <class T>
+using TwoResults = void (*)(int, const T*, T*, T*);
+template <class T>
+using TwoResultsStrided = void (*)(int, const T*, int, T*, int, T*, int);
 
 // Spreads `n` values `stride` apart, NaN in between.
 template <class T>
@@ -53,7 +57,15 @@ template <class T>
 void CallStrided(const Entry& entry, int n, const T* a, const T* b, T* r) {
   const std::vector<T> spread_a = Scatter(a, n, kStrideA);
   std::vector<T> spread_r(static_cast<size_t>(n) * kStrideR);
-  if (b == nullptr) {
+  if (entry.result != 0) {
+    // The other result goes to its own array with the input's stride.
+    std::vector<T> other(static_cast<size_t>(n) * kStrideA);
+    T* r1 = entry.result == 1 ? spread_r.data() : other.data();
+    T* r2 = entry.result == 1 ? other.data() : spread_r.data();
+    reinterpret_cast<TwoResultsStrided<T>>(entry.address)(
+        n, spread_a.data(), kStrideA, r1, entry.result == 1 ? kStrideR : kStrideA, r2,
+        entry.result == 1 ? kStrideA : kStrideR);
+  } else if (b == nullptr) {
     reinterpret_cast<UnaryStrided<T>>(entry.address)(n, spread_a.data(), kStrideA,
                                                      spread_r.data(), kStrideR);
   } else {
@@ -78,6 +90,10 @@ void Evaluate(const Entry& entry, const Inputs<T>& inputs, std::vector<T>* resul
     T* r = results->data() + begin;
     if (entry.strided) {
       CallStrided(entry, n, a, b, r);
+    } else if (entry.result != 0) {
+      std::vector<T> other(n);
+      reinterpret_cast<TwoResults<T>>(entry.address)(n, a, entry.result == 1 ? r : other.data(),
+                                                     entry.result == 1 ? other.data() : r);
     } else if (binary) {
       reinterpret_cast<Binary<T>>(entry.address)(n, a, b, r);
     } else {

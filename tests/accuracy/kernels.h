@@ -18,6 +18,7 @@ struct Entry {
   bool strided;            // an entry of <f>I
   void* address;           // the stub
   void* kernel;            // what the slot holds now
+  int result;              // 0: the only result; 1 or 2: the one measured of two
 };
 
 // The entries of `row` that libqor.so exports; empty when the kernel is absent.
@@ -31,7 +32,7 @@ constexpr int kStrideR = 2;
 // Elements per kernel call: a few thousand and odd, so that every call runs blocks and a tail.
 constexpr int kCallLength = 4093;
 
-// r[i] = f(a[i]) or f(a[i], b[i]) through `entry`, in calls of kCallLength elements.
+// r[i] = f(a[i]) or f(a[i], b[i]), or the chosen result of two, through `entry`, in calls of kCallLength elements.
 template <class T>
 void Evaluate(const Entry& entry, const Inputs<T>& inputs, std::vector<T>* results);
 

@@ -1,0 +1,220 @@
+// The reduction and evaluation shared by the double members of the trigonometric family, and by
+// the single members for their huge arguments: |x| = k 2pi + j pi/256 + (r + e), with
+// |r| <= pi/512 (a little more past the medium limit) and e the rest of r, then
+// sin and cos of the table angle j pi/256 combined with short series in r.
+#ifndef QOR_KERNELS_TRIG_REDUCTION_H_
+#define QOR_KERNELS_TRIG_REDUCTION_H_
+
+#include <stdint.h>
+
+#include "frame/vec.h"
+
+namespace tem {
+namespace trig {
+
+#include "kernels/trig_tables.inc"
+
+using D = Vec<double>;
+
+// 0x40F000000E4DB24C: n = round(|x| 256/pi) stays below 2^53 / 2^30.65, so that n times either
+// of the first two parts of pi/256 is exact.
+inline constexpr double kMediumLimit = 65536.00349206588;
+inline constexpr double kK = 81.48733086305042;       // 256 / pi
+inline constexpr double kShifter = 6755399441055744.0;  // 1.5 * 2^52
+
+using S = Splat<double>;
+inline constexpr S kAbsMask{__builtin_bit_cast(double, 0x7FFFFFFFFFFFFFFFull)};
+inline constexpr S kSignMask{-0.0};
+inline D Abs(D x) { return x & kAbsMask(); }
+inline D SignOf(D x) { return x & kSignMask(); }
+inline D Xor(D a, D b) { return {_mm_xor_pd(a.raw, b.raw)}; }
+
+// The reduced argument of |x|: the table row in the low 9 bits of each lane of j.
+struct Reduced {
+  D r, e;
+  __m128i j;
+};
+
+// Medium stage, |x| <= kMediumLimit: r + e = |x| - n (P1 + P2 + P3), with h = |x| - n P1
+// and m = n P2 both exact. e = (h - r) - m is the exact error of r = h - m: a fast two-sum
+// where |h| >= |m|; where |h| < |m| (below 2^-18.9), h is a multiple of 2^-59 and m of
+// 2^-70, so that r is exact and e comes out 0.
+[[gnu::always_inline]] inline Reduced ReduceMedium(D ax) {
+  static constexpr S k{kK}, shifter{kShifter}, p1{kPiOver256Parts[0]}, p2{kPiOver256Parts[1]},
+      p3{kPiOver256Parts[2]};
+  const D t = ax * k() + shifter();
+  const D n = t - shifter();
+  const D h = ax - n * p1();
+  const D m = n * p2();
+  const D r = h - m;
+  const D e = ((h - r) - m) - n * p3();
+  return {r, e, t.Image()};
+}
+
+// 52 low bits of each lane, as an exact double.
+inline D FromInteger52(__m128i v) {
+  return D::FromImage(_mm_or_si128(v, _mm_set1_epi64x(0x4330000000000000ll))) - D::Set(0x1p52);
+}
+
+// Big stage, any finite |x|: frac(|x| / 2pi) from the integer product of the 53-bit mantissa M
+// with the row of the exponent, M * row mod 2^192 (the integer part of the turn falls off the
+// top word). Row j is its top 9 bits rounded; the signed rest, 128 bits of it, becomes a
+// double-double in turns, then in radians.
+[[gnu::noinline]] inline Reduced ReduceBig(D ax) {
+  const __m128i bits = ax.Image();
+  const __m128i exponent = _mm_srli_epi64(bits, 52);
+  const int e0 = _mm_cvtsi128_si32(exponent);
+  const int e1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(exponent, exponent));
+  auto word = [&](int k) {
+    return _mm_unpacklo_epi64(
+        _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&kTwoOverPiRows[e0][k])),
+        _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&kTwoOverPiRows[e1][k])));
+  };
+  const __m128i w0 = word(0), w1 = word(1), w2 = word(2);
+  // 32-bit digits, least significant first, in the low half of each lane.
+  const __m128i d[6] = {w2, _mm_srli_epi64(w2, 32), w1, _mm_srli_epi64(w1, 32),
+                        w0, _mm_srli_epi64(w0, 32)};
+  const __m128i a0 = bits;
+  const __m128i a1 = _mm_or_si128(
+      _mm_and_si128(_mm_srli_epi64(bits, 32), _mm_set1_epi64x(0xFFFFF)),
+      _mm_set1_epi64x(0x100000));
+  const __m128i low = _mm_set1_epi64x(0xFFFFFFFFll);
+  auto lo = [&](__m128i p) { return _mm_and_si128(p, low); };
+  auto hi = [](__m128i p) { return _mm_srli_epi64(p, 32); };
+  auto add = [](__m128i a, __m128i b) { return _mm_add_epi64(a, b); };
+  __m128i p0[6], p1[5];
+  for (int k = 0; k < 6; ++k) p0[k] = _mm_mul_epu32(a0, d[k]);
+  for (int k = 0; k < 5; ++k) p1[k] = _mm_mul_epu32(a1, d[k]);
+  // Column c sums the low halves of the products of weight c and the high halves of weight
+  // c - 1, with the carry of column c - 1.
+  __m128i column = add(add(lo(p0[1]), lo(p1[0])), hi(p0[0]));
+  __m128i digit[6];
+  for (int c = 2; c < 6; ++c) {
+    column = add(add(add(lo(p0[c]), lo(p1[c - 1])), add(hi(p0[c - 1]), hi(p1[c - 2]))),
+                 hi(column));
+    digit[c] = lo(column);
+  }
+  const __m128i top = _mm_or_si128(_mm_slli_epi64(digit[5], 32), digit[4]);
+  const __m128i next = _mm_or_si128(_mm_slli_epi64(digit[3], 32), digit[2]);
+  // Rounded row in the top 9 bits; q = rest + 2^54 in [0, 2^55), in units of 2^-64 turns.
+  const __m128i biased = _mm_add_epi64(top, _mm_set1_epi64x(1ll << 54));
+  const __m128i j = _mm_srli_epi64(biased, 55);
+  const __m128i q = _mm_and_si128(biased, _mm_set1_epi64x((1ll << 55) - 1));
+  const D t1 = (FromInteger52(_mm_srli_epi64(q, 3)) - D::Set(0x1p51)) * D::Set(0x1p-61);
+  const D t2 = FromInteger52(_mm_or_si128(_mm_slli_epi64(_mm_and_si128(q, _mm_set1_epi64x(7)), 49),
+                                          _mm_srli_epi64(next, 15))) * D::Set(0x1p-113);
+  const D t3 = FromInteger52(_mm_and_si128(next, _mm_set1_epi64x(0x7FFF))) * D::Set(0x1p-128);
+  // t1 is a multiple of 2^-61 and 0 <= t2 < 2^-61: a fast two-sum.
+  const D s = t1 + t2;
+  const D s_rest = (t2 - (s - t1)) + t3;
+  // Radians: s 2pi exactly as r + err (Veltkamp split of s, 2pi in 27 + 26 bits).
+  const D r = s * D::Set(kTwoPi);
+  const D g = s * D::Set(134217729.0);
+  const D sh = g - (g - s);
+  const D sl = s - sh;
+  const D err = ((sh * D::Set(kTwoPiHigh) - r) + sh * D::Set(kTwoPiLow) +
+                 sl * D::Set(kTwoPiHigh)) + sl * D::Set(kTwoPiLow);
+  const D e = err + (s * D::Set(kTwoPiRest) + s_rest * D::Set(kTwoPi));
+  return {r, e, j};
+}
+
+// Both stages by lane; the big one, out of line, runs only when a lane needs it.
+[[gnu::always_inline]] inline Reduced Reduce(D ax) {
+  Reduced red = ReduceMedium(ax);
+  static constexpr S limit{kMediumLimit};
+  const D big = D::Greater(ax, limit());
+  if (big.LaneBits() != 0) {
+    const Reduced b = ReduceBig(ax);
+    red.r = D::Select(big, b.r, red.r);
+    red.e = D::Select(big, b.e, red.e);
+    const __m128i m = _mm_castpd_si128(big.raw);
+    red.j = _mm_or_si128(_mm_and_si128(m, b.j), _mm_andnot_si128(m, red.j));
+  }
+  return red;
+}
+
+// A value as an unrounded sum hi + lo.
+struct Parts {
+  D hi, lo;
+  D Value() const { return hi + lo; }
+};
+
+// sin and cos of |x| from its reduction: the row's cos C = c + cm1 and sin S = s + sl, with
+// sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r - e S, where
+// e c and e s stand for e C and e S (|e| < 2^-60, |cm1|, |sl| < 2^-7). The products c r and
+// s r are exact where their sums cancel, since c or s is +-1 or 0 there; the rounding error of
+// the first addition is kept.
+template <bool kSin, bool kCos>
+[[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts, Parts* cos_parts) {
+  const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
+  const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(red.j, red.j)) & 0x1FF;
+  const __m128d c0 = _mm_load_pd(&kSinTable[j0][0]), c1 = _mm_load_pd(&kSinTable[j1][0]);
+  const __m128d s0 = _mm_load_pd(&kSinTable[j0][2]), s1 = _mm_load_pd(&kSinTable[j1][2]);
+  const D cm1 = _mm_unpacklo_pd(c0, c1), c = _mm_unpackhi_pd(c0, c1);
+  const D s = _mm_unpacklo_pd(s0, s1), sl = _mm_unpackhi_pd(s0, s1);
+  const D r = red.r, e = red.e;
+  const D u = r * r;
+  // sin r - r and cos r - 1 on |r| <= pi/512.
+  static constexpr S s5{0.008333322932609515}, s3{0.1666666666665455}, c2{-0.5},
+      c4{0.041666666666651524}, c6{0.0013888875887985619};
+  const D ps = r * u * (s5() * u - s3());
+  const D pc = u * (c2() + u * (c4() - u * c6()));
+  const D sin_r = r + ps;
+  if constexpr (kSin) {
+    const D cr = c * r;
+    const D hi = s + cr;
+    const D small = ((sl + (s + sl) * pc) + (c * ps + cm1 * sin_r)) + e * c;
+    *sin_parts = {hi, ((s - hi) + cr) + small};
+  }
+  if constexpr (kCos) {
+    const D sr = s * r;
+    const D hi = c - sr;
+    const D small = ((cm1 + (c + cm1) * pc) - (s * ps + sl * sin_r)) - e * s;
+    *cos_parts = {hi, ((c - hi) - sr) + small};
+  }
+}
+
+// tan = sin / cos with one division: y = 1 / cos and q0 = sin y, then one correction
+// (sin - q0 cos) y, with q0 cos_hi exact as a pair (Veltkamp products). The parts' low
+// halves may be 2^-7 of their sums; the remainder stays exact enough, since it is small.
+[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
+  static constexpr S one{1.0}, split{134217729.0};
+  const D y = one() / den.Value();
+  const D q0 = num.Value() * y;
+  const D k = split();
+  const D gq = q0 * k, gd = den.hi * k;
+  const D qh = gq - (gq - q0), ql = q0 - qh;
+  const D dh = gd - (gd - den.hi), dl = den.hi - dh;
+  const D p = q0 * den.hi;
+  const D p_err = ((qh * dh - p) + qh * dl + ql * dh) + ql * dl;
+  const D rest = (((num.hi - p) - p_err) + num.lo) - q0 * den.lo;
+  return q0 + rest * y;
+}
+
+enum class Op { kSin, kCos, kSinCos, kTan };
+inline constexpr int ResultsOf(Op op) { return op == Op::kSinCos ? 2 : 1; }
+
+// The double formula of each member on two lanes of any finite x; sin and tan take the sign
+// of x at the end, cos is even. SinCos gives the sine first.
+template <Op kOp>
+[[gnu::always_inline]] inline void Compute(D x, D (&out)[ResultsOf(kOp)]) {
+  const D sign = SignOf(x);
+  const Reduced red = Reduce(Abs(x));
+  Parts sin_parts, cos_parts;
+  Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red, &sin_parts, &cos_parts);
+  if constexpr (kOp == Op::kSin) {
+    out[0] = Xor(sin_parts.Value(), sign);
+  } else if constexpr (kOp == Op::kCos) {
+    out[0] = cos_parts.Value();
+  } else if constexpr (kOp == Op::kSinCos) {
+    out[0] = Xor(sin_parts.Value(), sign);
+    out[1] = cos_parts.Value();
+  } else {
+    out[0] = Xor(Quotient(sin_parts, cos_parts), sign);
+  }
+}
+
+}  // namespace trig
+}  // namespace tem
+
+#endif  // QOR_KERNELS_TRIG_REDUCTION_H_
