@@ -25,6 +25,11 @@ struct RoundingBase : Fields<T> {
   }
   // Infinities stay, a NaN is quieted.
   static T Special(T x) { return x + x; }
+  // t + step when `add`, else t (non-zero): a masked step, since the condition is as good as
+  // random on real data and a branch on it would be mispredicted half the time.
+  static T AddIf(T t, T step, bool add) {
+    return t + F::FromBits(F::ToBits(step) & (Bits{0} - static_cast<Bits>(add)));
+  }
   // The number of fraction bits of |x| in [1, 2^M), from 1 to M.
   static int FractionBits(Bits m) { return kM - (static_cast<int>(m >> kM) - static_cast<int>(F::kBias)); }
 };
@@ -50,7 +55,7 @@ struct CeilFloor : RoundingBase<T> {
     }
     if (e >= static_cast<int>(B::kBias)) {
       const T t = (x + B::kShifter) - B::kShifter;
-      return (kUp ? t < x : x < t) ? t + kStep : t;
+      return B::AddIf(t, kStep, kUp ? t < x : x < t);
     }
     if ((b & B::kMagnitude) == 0) return x;
     return kBelowOne[b >> (8 * sizeof(T) - 1)];
@@ -80,8 +85,7 @@ struct RoundHalfAway : RoundingBase<T> {
     if (m - B::kOne < B::kFractionRange) {
       const int s = B::FractionBits(m);
       const T t = B::FromBits((b >> s) << s);
-      if (((b >> (s - 1)) & 1) == 0) return t;
-      return t + B::Signed(T(1), b);
+      return B::AddIf(t, B::Signed(T(1), b), ((b >> (s - 1)) & 1) != 0);
     }
     if (m < B::kOne) return B::Signed(m >= B::kHalf ? T(1) : T(0), b);
     return B::Exponent(b) == static_cast<int>(B::kExponentMax) ? B::Special(x) : x + T(0);
@@ -117,15 +121,15 @@ struct Rint : RoundingBase<T> {
       bool away;
       if constexpr (kDirection == kToNearest) {
         const Bits odd = (((b & B::kMantissa) | B::kImplicit) >> s) & 1;
-        away = fraction > half || (fraction == half && odd != 0);
+        away = (fraction > half) | ((fraction == half) & (odd != 0));
       } else if constexpr (kDirection == kDownward) {
-        away = negative && fraction != 0;
+        away = negative & (fraction != 0);
       } else if constexpr (kDirection == kUpward) {
-        away = !negative && fraction != 0;
+        away = !negative & (fraction != 0);
       } else {
         away = false;
       }
-      return away ? t + B::Signed(T(1), b) : t;
+      return B::AddIf(t, B::Signed(T(1), b), away);
     }
     if (m == 0) return x;
     bool one;
