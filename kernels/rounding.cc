@@ -31,7 +31,9 @@ struct RoundingBase : Fields<T> {
     return t + F::FromBits(F::ToBits(step) & (Bits{0} - static_cast<Bits>(add)));
   }
   // The number of fraction bits of |x| in [1, 2^M), from 1 to M.
-  static int FractionBits(Bits m) { return kM - (static_cast<int>(m >> kM) - static_cast<int>(F::kBias)); }
+  static int FractionBits(Bits m) {
+    return kM - (static_cast<int>(m >> kM) - static_cast<int>(F::kBias));
+  }
 };
 
 // Ceil (kUp) and Floor. From 1 to 2^(M-1) the shifter rounds in the caller's direction and the
@@ -200,10 +202,14 @@ void RintLoop(int n, const T* a, T* r) {
     WalkLoop<K>(n, Contiguous<K>{{a}, {r}}, F.error_name);
   };
   switch (ProbeRoundingDirection()) {
-    case kToNearest: return walk(std::integral_constant<int, kToNearest>{});
-    case kDownward: return walk(std::integral_constant<int, kDownward>{});
-    case kUpward: return walk(std::integral_constant<int, kUpward>{});
-    default: return walk(std::integral_constant<int, kTowardZero>{});
+    case kToNearest:
+      return walk(std::integral_constant<int, kToNearest>{});
+    case kDownward:
+      return walk(std::integral_constant<int, kDownward>{});
+    case kUpward:
+      return walk(std::integral_constant<int, kUpward>{});
+    default:
+      return walk(std::integral_constant<int, kTowardZero>{});
   }
 }
 
@@ -269,17 +275,17 @@ TEM_ENTRIES_A_R(s, Frac, tem::Frac<float>)
 TEM_ENTRIES_A_R(d, Frac, tem::Frac<double>)
 
 // The strided forms are of the vector form, which always rounds to nearest.
-#define TEM_RINT_ENTRIES(t, stem, T)                                                         \
-  extern "C" void tem_kernel_##t##stem(int n, const T* a, T* r) {                           \
-    tem::RintLoop<tem::fn::t##stem>(n, a, r);                                               \
-  }                                                                                          \
-  extern "C" void tem_kernel_##t##stem##I(int n, const T* a, int inca, T* r, int incr) {    \
-    using K = tem::RintKernel<T, tem::kToNearest>;                                          \
-    const tem::Strided<K> io{{a}, {inca}, {r}, {incr}};                                     \
-    if (tem::ForwardsToContiguous<tem::fn::t##stem##I>(io)) {                               \
-      return tem::Slot<decltype(&tem_kernel_##t##stem)>(tem_ttab_##t##stem, 1)(n, a, r);    \
-    }                                                                                        \
-    tem::Run<tem::fn::t##stem##I, K>(n, io);                                                \
+#define TEM_RINT_ENTRIES(t, stem, T)                                                     \
+  extern "C" void tem_kernel_##t##stem(int n, const T* a, T* r) {                        \
+    tem::RintLoop<tem::fn::t##stem>(n, a, r);                                            \
+  }                                                                                      \
+  extern "C" void tem_kernel_##t##stem##I(int n, const T* a, int inca, T* r, int incr) { \
+    using K = tem::RintKernel<T, tem::kToNearest>;                                       \
+    const tem::Strided<K> io{{a}, {inca}, {r}, {incr}};                                  \
+    if (tem::ForwardsToContiguous<tem::fn::t##stem##I>(io)) {                            \
+      return tem::Slot<decltype(&tem_kernel_##t##stem)>(tem_ttab_##t##stem, 1)(n, a, r); \
+    }                                                                                    \
+    tem::Run<tem::fn::t##stem##I, K>(n, io);                                             \
   }
 TEM_RINT_ENTRIES(s, Rint, float)
 TEM_RINT_ENTRIES(d, Rint, double)
