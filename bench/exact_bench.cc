@@ -63,7 +63,9 @@ __attribute__((noinline)) void ScalarLoop(double (*f)(double, double), int n, co
 }
 
 template <auto F>
-__m128d Plain(__m128d a, __m128d b) { return F(a, b); }
+__m128d Plain(__m128d a, __m128d b) {
+  return F(a, b);
+}
 
 void RegisterRemainders() {
   struct Row {
@@ -99,10 +101,12 @@ void RegisterRemainders() {
 struct Layout {
   std::vector<double> a, y;
   std::vector<int64_t> index, mask;
-  explicit Layout(int n) : a(3 * static_cast<size_t>(n)), y(3 * static_cast<size_t>(n)), index(n), mask(n) {
+  explicit Layout(int n)
+      : a(3 * static_cast<size_t>(n)), y(3 * static_cast<size_t>(n)), index(n), mask(n) {
     std::mt19937_64 engine(9);
     for (size_t i = 0; i < a.size(); ++i) a[i] = static_cast<double>(i);
-    for (int i = 0; i < n; ++i) index[i] = static_cast<int64_t>(engine() % n), mask[i] = engine() & 1;
+    for (int i = 0; i < n; ++i)
+      index[i] = static_cast<int64_t>(engine() % n), mask[i] = engine() & 1;
   }
 };
 
@@ -121,10 +125,12 @@ __attribute__((noinline)) void LoopPackM(int64_t n, const double* a, const int64
 __attribute__((noinline)) void LoopUnpackI(int64_t n, const double* a, double* y, int64_t inc) {
   for (int64_t i = 0; i < n; ++i) y[i * inc] = a[i];
 }
-__attribute__((noinline)) void LoopUnpackV(int64_t n, const double* a, double* y, const int64_t* ix) {
+__attribute__((noinline)) void LoopUnpackV(int64_t n, const double* a, double* y,
+                                           const int64_t* ix) {
   for (int64_t i = 0; i < n; ++i) y[ix[i]] = a[i];
 }
-__attribute__((noinline)) void LoopUnpackM(int64_t n, const double* a, double* y, const int64_t* m) {
+__attribute__((noinline)) void LoopUnpackM(int64_t n, const double* a, double* y,
+                                           const int64_t* m) {
   int64_t k = 0;
   for (int64_t i = 0; i < n; ++i) {
     if (m[i] != 0) y[i] = a[k++];
@@ -139,15 +145,19 @@ void RegisterPacks() {
   } rows[] = {
       {"dPackI", [](Layout& l, int64_t n) { _temdPackI(n, l.a.data(), 3, l.y.data(), 8); },
        [](Layout& l, int64_t n) { LoopPackI(n, l.a.data(), 3, l.y.data()); }},
-      {"dPackV", [](Layout& l, int64_t n) { _temdPackV(n, l.a.data(), l.index.data(), l.y.data(), 8); },
+      {"dPackV",
+       [](Layout& l, int64_t n) { _temdPackV(n, l.a.data(), l.index.data(), l.y.data(), 8); },
        [](Layout& l, int64_t n) { LoopPackV(n, l.a.data(), l.index.data(), l.y.data()); }},
-      {"dPackM", [](Layout& l, int64_t n) { _temdPackM(n, l.a.data(), l.mask.data(), l.y.data(), 8); },
+      {"dPackM",
+       [](Layout& l, int64_t n) { _temdPackM(n, l.a.data(), l.mask.data(), l.y.data(), 8); },
        [](Layout& l, int64_t n) { LoopPackM(n, l.a.data(), l.mask.data(), l.y.data()); }},
       {"dUnpackI", [](Layout& l, int64_t n) { _temdUnpackI(n, l.a.data(), l.y.data(), 3, 8); },
        [](Layout& l, int64_t n) { LoopUnpackI(n, l.a.data(), l.y.data(), 3); }},
-      {"dUnpackV", [](Layout& l, int64_t n) { _temdUnpackV(n, l.a.data(), l.y.data(), l.index.data(), 8); },
+      {"dUnpackV",
+       [](Layout& l, int64_t n) { _temdUnpackV(n, l.a.data(), l.y.data(), l.index.data(), 8); },
        [](Layout& l, int64_t n) { LoopUnpackV(n, l.a.data(), l.y.data(), l.index.data()); }},
-      {"dUnpackM", [](Layout& l, int64_t n) { _temdUnpackM(n, l.a.data(), l.y.data(), l.mask.data(), 8); },
+      {"dUnpackM",
+       [](Layout& l, int64_t n) { _temdUnpackM(n, l.a.data(), l.y.data(), l.mask.data(), 8); },
        [](Layout& l, int64_t n) { LoopUnpackM(n, l.a.data(), l.y.data(), l.mask.data()); }},
   };
   for (const auto& row : rows) {

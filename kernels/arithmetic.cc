@@ -23,29 +23,43 @@ struct AbsOp {
 };
 struct AddOp {
   template <class V>
-  static V Apply(V a, V b) { return a + b; }
+  static V Apply(V a, V b) {
+    return a + b;
+  }
 };
 struct SubOp {
   template <class V>
-  static V Apply(V a, V b) { return a - b; }
+  static V Apply(V a, V b) {
+    return a - b;
+  }
 };
 struct MulOp {
   template <class V>
-  static V Apply(V a, V b) { return a * b; }
+  static V Apply(V a, V b) {
+    return a * b;
+  }
 };
 struct SqrOp {
   template <class V>
-  static V Apply(V x) { return x * x; }
+  static V Apply(V x) {
+    return x * x;
+  }
 };
 struct DivOp {
   template <class V>
-  static V Apply(V a, V b) { return a / b; }
+  static V Apply(V a, V b) {
+    return a / b;
+  }
 };
 struct InvOp {
   template <class T>
-  static Vec<T> Apply(Vec<T> x) { return Vec<T>::Set(T(1)) / x; }
+  static Vec<T> Apply(Vec<T> x) {
+    return Vec<T>::Set(T(1)) / x;
+  }
   template <class T>
-  static T Apply(T x) { return T(1) / x; }
+  static T Apply(T x) {
+    return T(1) / x;
+  }
 };
 
 // The plain hardware operation on each element, with no lane test and no report: an overflow
@@ -122,7 +136,8 @@ struct LinearFraction {
     constexpr int kLanes = Vec<T>::kLanes;
     FpFrame frame = FpFrame::ForVector();
     int i = 0;
-    for (; i + kLanes <= n; i += kLanes) (*this)(Vec<T>::Load(a + i), Vec<T>::Load(b + i)).Store(r + i);
+    for (; i + kLanes <= n; i += kLanes)
+      (*this)(Vec<T>::Load(a + i), Vec<T>::Load(b + i)).Store(r + i);
     for (; i < n; ++i) r[i] = (*this)(a[i], b[i]);
   }
   void Strided(int n, const T* a, int inca, const T* b, int incb, T* r, int incr) const {
@@ -153,20 +168,19 @@ TEM_ENTRIES_A_AB_R(d, Mul, tem::MulKernel<double>)
 TEM_ENTRIES_A_R(s, Sqr, tem::SqrKernel<float>)
 TEM_ENTRIES_A_R(d, Sqr, tem::SqrKernel<double>)
 
-#define TEM_LINEAR_FRAC_ENTRIES(t, T)                                                           \
-  extern "C" void tem_kernel_##t##LinearFrac(int n, const T* a, const T* b, T scalea,          \
-                                             T shifta, T scaleb, T shiftb, T* r) {             \
-    tem::LinearFraction<T>{scalea, shifta, scaleb, shiftb}.Contiguous(n, a, b, r);             \
-  }                                                                                             \
-  extern "C" void tem_kernel_##t##LinearFracI(int n, const T* a, int inca, const T* b,         \
-                                              int incb, T scalea, T shifta, T scaleb,          \
-                                              T shiftb, T* r, int incr) {                      \
-    if (inca == 1 && incb == 1 && incr == 1) {                                                  \
-      return tem::Slot<decltype(&tem_kernel_##t##LinearFrac)>(tem_ttab_##t##LinearFrac, 1)(    \
-          n, a, b, scalea, shifta, scaleb, shiftb, r);                                          \
-    }                                                                                           \
-    tem::LinearFraction<T>{scalea, shifta, scaleb, shiftb}.Strided(n, a, inca, b, incb, r,     \
-                                                                   incr);                       \
+#define TEM_LINEAR_FRAC_ENTRIES(t, T)                                                             \
+  extern "C" void tem_kernel_##t##LinearFrac(int n, const T* a, const T* b, T scalea, T shifta,   \
+                                             T scaleb, T shiftb, T* r) {                          \
+    tem::LinearFraction<T>{scalea, shifta, scaleb, shiftb}.Contiguous(n, a, b, r);                \
+  }                                                                                               \
+  extern "C" void tem_kernel_##t##LinearFracI(int n, const T* a, int inca, const T* b, int incb,  \
+                                              T scalea, T shifta, T scaleb, T shiftb, T* r,       \
+                                              int incr) {                                         \
+    if (inca == 1 && incb == 1 && incr == 1) {                                                    \
+      return tem::Slot<decltype(&tem_kernel_##t##LinearFrac)>(tem_ttab_##t##LinearFrac, 1)(       \
+          n, a, b, scalea, shifta, scaleb, shiftb, r);                                            \
+    }                                                                                             \
+    tem::LinearFraction<T>{scalea, shifta, scaleb, shiftb}.Strided(n, a, inca, b, incb, r, incr); \
   }
 TEM_LINEAR_FRAC_ENTRIES(s, float)
 TEM_LINEAR_FRAC_ENTRIES(d, double)

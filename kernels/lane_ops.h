@@ -22,11 +22,15 @@ inline Vec<float> HardwareMax(Vec<float> a, Vec<float> b) { return {_mm_max_ps(a
 inline Vec<double> HardwareMax(Vec<double> a, Vec<double> b) { return {_mm_max_pd(a.raw, b.raw)}; }
 inline Vec<float> HardwareMin(Vec<float> a, Vec<float> b) { return {_mm_min_ps(a.raw, b.raw)}; }
 inline Vec<double> HardwareMin(Vec<double> a, Vec<double> b) { return {_mm_min_pd(a.raw, b.raw)}; }
-inline float HardwareMax(float a, float b) { return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(a), _mm_set_ss(b))); }
+inline float HardwareMax(float a, float b) {
+  return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(a), _mm_set_ss(b)));
+}
 inline double HardwareMax(double a, double b) {
   return _mm_cvtsd_f64(_mm_max_sd(_mm_set_sd(a), _mm_set_sd(b)));
 }
-inline float HardwareMin(float a, float b) { return _mm_cvtss_f32(_mm_min_ss(_mm_set_ss(a), _mm_set_ss(b))); }
+inline float HardwareMin(float a, float b) {
+  return _mm_cvtss_f32(_mm_min_ss(_mm_set_ss(a), _mm_set_ss(b)));
+}
 inline double HardwareMin(double a, double b) {
   return _mm_cvtsd_f64(_mm_min_sd(_mm_set_sd(a), _mm_set_sd(b)));
 }

@@ -35,6 +35,7 @@ inline void WithEntries(const void* entries, int width, Body body) {
 template <class T>
 void PackI(int64_t n, const T* a, int64_t inca, T* y, int width) {
   n = Integer(n, width), inca = Integer(inca, width);
+#pragma GCC unroll 8
   for (int64_t i = 0; i < n; ++i) Copy(y[i], a[i * inca]);
 }
 
@@ -42,6 +43,7 @@ template <class T>
 void PackV(int64_t n, const T* a, const void* ia, T* y, int width) {
   n = Integer(n, width);
   WithEntries(ia, width, [&](auto index) {
+#pragma GCC unroll 8
     for (int64_t i = 0; i < n; ++i) Copy(y[i], a[index[i]]);
   });
 }
@@ -60,6 +62,7 @@ void PackM(int64_t n, const T* a, const void* ma, T* y, int width) {
 template <class T>
 void UnpackI(int64_t n, const T* a, T* y, int64_t incy, int width) {
   n = Integer(n, width), incy = Integer(incy, width);
+#pragma GCC unroll 8
   for (int64_t i = 0; i < n; ++i) Copy(y[i * incy], a[i]);
 }
 
@@ -68,6 +71,7 @@ template <class T>
 void UnpackV(int64_t n, const T* a, T* y, const void* iy, int width) {
   n = Integer(n, width);
   WithEntries(iy, width, [&](auto index) {
+#pragma GCC unroll 8
     for (int64_t i = 0; i < n; ++i) Copy(y[index[i]], a[i]);
   });
 }
@@ -87,29 +91,26 @@ void UnpackM(int64_t n, const T* a, T* y, const void* my, int width) {
 
 }  // namespace tem
 
-#define TEM_PACK_ENTRIES(t, T)                                                                  \
-  extern "C" void tem_kernel_##t##PackI(int64_t n, const T* a, int64_t inca, T* y, int width) { \
-    tem::PackI(n, a, inca, y, width);                                                           \
-  }                                                                                             \
-  extern "C" void tem_kernel_##t##PackV(int64_t n, const T* a, const void* ia, T* y,           \
-                                        int width) {                                            \
-    tem::PackV(n, a, ia, y, width);                                                             \
-  }                                                                                             \
-  extern "C" void tem_kernel_##t##PackM(int64_t n, const T* a, const void* ma, T* y,           \
-                                        int width) {                                            \
-    tem::PackM(n, a, ma, y, width);                                                             \
-  }                                                                                             \
-  extern "C" void tem_kernel_##t##UnpackI(int64_t n, const T* a, T* y, int64_t incy,           \
-                                          int width) {                                          \
-    tem::UnpackI(n, a, y, incy, width);                                                         \
-  }                                                                                             \
-  extern "C" void tem_kernel_##t##UnpackV(int64_t n, const T* a, T* y, const void* iy,         \
-                                          int width) {                                          \
-    tem::UnpackV(n, a, y, iy, width);                                                           \
-  }                                                                                             \
-  extern "C" void tem_kernel_##t##UnpackM(int64_t n, const T* a, T* y, const void* my,         \
-                                          int width) {                                          \
-    tem::UnpackM(n, a, y, my, width);                                                           \
+#define TEM_PACK_ENTRIES(t, T)                                                                    \
+  extern "C" void tem_kernel_##t##PackI(int64_t n, const T* a, int64_t inca, T* y, int width) {   \
+    tem::PackI(n, a, inca, y, width);                                                             \
+  }                                                                                               \
+  extern "C" void tem_kernel_##t##PackV(int64_t n, const T* a, const void* ia, T* y, int width) { \
+    tem::PackV(n, a, ia, y, width);                                                               \
+  }                                                                                               \
+  extern "C" void tem_kernel_##t##PackM(int64_t n, const T* a, const void* ma, T* y, int width) { \
+    tem::PackM(n, a, ma, y, width);                                                               \
+  }                                                                                               \
+  extern "C" void tem_kernel_##t##UnpackI(int64_t n, const T* a, T* y, int64_t incy, int width) { \
+    tem::UnpackI(n, a, y, incy, width);                                                           \
+  }                                                                                               \
+  extern "C" void tem_kernel_##t##UnpackV(int64_t n, const T* a, T* y, const void* iy,            \
+                                          int width) {                                            \
+    tem::UnpackV(n, a, y, iy, width);                                                             \
+  }                                                                                               \
+  extern "C" void tem_kernel_##t##UnpackM(int64_t n, const T* a, T* y, const void* my,            \
+                                          int width) {                                            \
+    tem::UnpackM(n, a, y, my, width);                                                             \
   }
 TEM_PACK_ENTRIES(s, float)
 TEM_PACK_ENTRIES(d, double)

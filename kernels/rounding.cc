@@ -25,8 +25,15 @@ struct RoundingBase : Fields<T> {
   }
   // Infinities stay, a NaN is quieted.
   static T Special(T x) { return x + x; }
+  // t + step when `add`, else t (non-zero): a masked step, since the condition is as good as
+  // random on real data and a branch on it would be mispredicted half the time.
+  static T AddIf(T t, T step, bool add) {
+    return t + F::FromBits(F::ToBits(step) & (Bits{0} - static_cast<Bits>(add)));
+  }
   // The number of fraction bits of |x| in [1, 2^M), from 1 to M.
-  static int FractionBits(Bits m) { return kM - (static_cast<int>(m >> kM) - static_cast<int>(F::kBias)); }
+  static int FractionBits(Bits m) {
+    return kM - (static_cast<int>(m >> kM) - static_cast<int>(F::kBias));
+  }
 };
 
 // Ceil (kUp) and Floor. From 1 to 2^(M-1) the shifter rounds in the caller's direction and the
@@ -50,7 +57,7 @@ struct CeilFloor : RoundingBase<T> {
     }
     if (e >= static_cast<int>(B::kBias)) {
       const T t = (x + B::kShifter) - B::kShifter;
-      return (kUp ? t < x : x < t) ? t + kStep : t;
+      return B::AddIf(t, kStep, kUp ? t < x : x < t);
     }
     if ((b & B::kMagnitude) == 0) return x;
     return kBelowOne[b >> (8 * sizeof(T) - 1)];
@@ -80,8 +87,7 @@ struct RoundHalfAway : RoundingBase<T> {
     if (m - B::kOne < B::kFractionRange) {
       const int s = B::FractionBits(m);
       const T t = B::FromBits((b >> s) << s);
-      if (((b >> (s - 1)) & 1) == 0) return t;
-      return t + B::Signed(T(1), b);
+      return B::AddIf(t, B::Signed(T(1), b), ((b >> (s - 1)) & 1) != 0);
     }
     if (m < B::kOne) return B::Signed(m >= B::kHalf ? T(1) : T(0), b);
     return B::Exponent(b) == static_cast<int>(B::kExponentMax) ? B::Special(x) : x + T(0);
@@ -117,15 +123,15 @@ struct Rint : RoundingBase<T> {
       bool away;
       if constexpr (kDirection == kToNearest) {
         const Bits odd = (((b & B::kMantissa) | B::kImplicit) >> s) & 1;
-        away = fraction > half || (fraction == half && odd != 0);
+        away = (fraction > half) | ((fraction == half) & (odd != 0));
       } else if constexpr (kDirection == kDownward) {
-        away = negative && fraction != 0;
+        away = negative & (fraction != 0);
       } else if constexpr (kDirection == kUpward) {
-        away = !negative && fraction != 0;
+        away = !negative & (fraction != 0);
       } else {
         away = false;
       }
-      return away ? t + B::Signed(T(1), b) : t;
+      return B::AddIf(t, B::Signed(T(1), b), away);
     }
     if (m == 0) return x;
     bool one;
@@ -196,10 +202,14 @@ void RintLoop(int n, const T* a, T* r) {
     WalkLoop<K>(n, Contiguous<K>{{a}, {r}}, F.error_name);
   };
   switch (ProbeRoundingDirection()) {
-    case kToNearest: return walk(std::integral_constant<int, kToNearest>{});
-    case kDownward: return walk(std::integral_constant<int, kDownward>{});
-    case kUpward: return walk(std::integral_constant<int, kUpward>{});
-    default: return walk(std::integral_constant<int, kTowardZero>{});
+    case kToNearest:
+      return walk(std::integral_constant<int, kToNearest>{});
+    case kDownward:
+      return walk(std::integral_constant<int, kDownward>{});
+    case kUpward:
+      return walk(std::integral_constant<int, kUpward>{});
+    default:
+      return walk(std::integral_constant<int, kTowardZero>{});
   }
 }
 
@@ -265,17 +275,17 @@ TEM_ENTRIES_A_R(s, Frac, tem::Frac<float>)
 TEM_ENTRIES_A_R(d, Frac, tem::Frac<double>)
 
 // The strided forms are of the vector form, which always rounds to nearest.
-#define TEM_RINT_ENTRIES(t, stem, T)                                                         \
-  extern "C" void tem_kernel_##t##stem(int n, const T* a, T* r) {                           \
-    tem::RintLoop<tem::fn::t##stem>(n, a, r);                                               \
-  }                                                                                          \
-  extern "C" void tem_kernel_##t##stem##I(int n, const T* a, int inca, T* r, int incr) {    \
-    using K = tem::RintKernel<T, tem::kToNearest>;                                          \
-    const tem::Strided<K> io{{a}, {inca}, {r}, {incr}};                                     \
-    if (tem::ForwardsToContiguous<tem::fn::t##stem##I>(io)) {                               \
-      return tem::Slot<decltype(&tem_kernel_##t##stem)>(tem_ttab_##t##stem, 1)(n, a, r);    \
-    }                                                                                        \
-    tem::Run<tem::fn::t##stem##I, K>(n, io);                                                \
+#define TEM_RINT_ENTRIES(t, stem, T)                                                     \
+  extern "C" void tem_kernel_##t##stem(int n, const T* a, T* r) {                        \
+    tem::RintLoop<tem::fn::t##stem>(n, a, r);                                            \
+  }                                                                                      \
+  extern "C" void tem_kernel_##t##stem##I(int n, const T* a, int inca, T* r, int incr) { \
+    using K = tem::RintKernel<T, tem::kToNearest>;                                       \
+    const tem::Strided<K> io{{a}, {inca}, {r}, {incr}};                                  \
+    if (tem::ForwardsToContiguous<tem::fn::t##stem##I>(io)) {                            \
+      return tem::Slot<decltype(&tem_kernel_##t##stem)>(tem_ttab_##t##stem, 1)(n, a, r); \
+    }                                                                                    \
+    tem::Run<tem::fn::t##stem##I, K>(n, io);                                             \
   }
 TEM_RINT_ENTRIES(s, Rint, float)
 TEM_RINT_ENTRIES(d, Rint, double)

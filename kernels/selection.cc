@@ -139,7 +139,8 @@ struct NextAfter : Binary<E> {
     const V a = in[0], b = in[1], zero = V::Set(T(0));
     const V away = V::FromImage(_mm_xor_si128(V::Less(a, b).Image(), V::Greater(a, zero).Image()));
     // away lanes are all zeros (step +1) or all ones (step -1): +1 + 2 * (all ones) = -1.
-    const __m128i step = AddImage(AddImage(away.Image(), away.Image(), T()), V::FromBits(1).Image(), T());
+    const __m128i step =
+        AddImage(AddImage(away.Image(), away.Image(), T()), V::FromBits(1).Image(), T());
     const V next = V::FromImage(AddImage(a.Image(), step, T()));
     out[0] = V::Select(Unordered(a, b), a + b, V::Select(Equal(a, b), b, next));
   }

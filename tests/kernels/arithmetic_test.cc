@@ -55,15 +55,16 @@ TEST(AbsTest, StridedFormGathersAndScattersWithAnyStride) {
   for (int i = 0; i < 64; ++i) a[i] = (i % 2 ? -1.0f : 1.0f) * static_cast<float>(i);
   const struct {
     int n, inca, incr;
-  } cases[] = {{7, 1, 1}, {9, 2, 3}, {13, 3, 1}, {5, 0, 2}, {6, -2, 1}, {8, 1, -3}, {0, 2, 2},
-               {-4, 2, 2}};
+  } cases[] = {{7, 1, 1},  {9, 2, 3},  {13, 3, 1}, {5, 0, 2},
+               {6, -2, 1}, {8, 1, -3}, {0, 2, 2},  {-4, 2, 2}};
   for (const auto& c : cases) {
     std::vector<float> r(64, 99.0f);
     const float* a0 = c.inca < 0 ? a.data() + (c.n - 1) * -c.inca : a.data();
     float* r0 = c.incr < 0 ? r.data() + (c.n - 1) * -c.incr : r.data();
     _temsAbsI(c.n, a0, c.inca, r0, c.incr);
     for (int i = 0; i < c.n; ++i) {
-      EXPECT_EQ(r0[static_cast<ptrdiff_t>(i) * c.incr], std::fabs(a0[static_cast<ptrdiff_t>(i) * c.inca]))
+      EXPECT_EQ(r0[static_cast<ptrdiff_t>(i) * c.incr],
+                std::fabs(a0[static_cast<ptrdiff_t>(i) * c.inca]))
           << c.n << " " << c.inca << " " << c.incr << " at " << i;
     }
     EXPECT_EQ(std::count(r.begin(), r.end(), 99.0f), 64 - std::max(c.n, 0));
@@ -124,7 +125,8 @@ TEST(AddTest, TableSlotsReachTheSameKernel) {
 // Inv and Div store the hardware quotient, then report a divisor of +-0 with status 2 whatever
 // the dividend; nothing else is reported.
 template <class T>
-void CheckQuotients(void (*inv)(int, const T*, T*), void (*inv_strided)(int, const T*, int, T*, int),
+void CheckQuotients(void (*inv)(int, const T*, T*),
+                    void (*inv_strided)(int, const T*, int, T*, int),
                     void (*div)(int, const T*, const T*, T*),
                     void (*div_strided)(int, const T*, int, const T*, int, T*, int)) {
   const T inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
@@ -132,7 +134,7 @@ void CheckQuotients(void (*inv)(int, const T*, T*), void (*inv_strided)(int, con
     T a, b;
     bool singular;
   } cases[] = {
-      {1, -0.0, true}, {0, 0, true},       {nan, 0, true},  {-3, 0, true},   {1, 4, false},
+      {1, -0.0, true}, {0, 0, true},      {nan, 0, true},     {-3, 0, true},   {1, 4, false},
       {1, inf, false}, {inf, inf, false}, {7, 1e-30f, false}, {2, nan, false},
   };
   for (const auto& c : cases) {
@@ -192,22 +194,29 @@ void CheckPlain(const std::vector<PlainRow<T>>& rows) {
 
 // One-input kernels seen as two-input rows that ignore b.
 template <class T, void (*F)(int, const T*, T*)>
-void Unary(int n, const T* a, const T*, T* r) { F(n, a, r); }
+void Unary(int n, const T* a, const T*, T* r) {
+  F(n, a, r);
+}
 template <class T, void (*F)(int, const T*, int, T*, int)>
-void UnaryStrided(int n, const T* a, int inca, const T*, int, T* r, int incr) { F(n, a, inca, r, incr); }
+void UnaryStrided(int n, const T* a, int inca, const T*, int, T* r, int incr) {
+  F(n, a, inca, r, incr);
+}
 
 TEST(PlainTest, OperationsEqualTheHardwareOnes) {
   CheckPlain<float>({
       {"sAdd", _temsAdd, _temsAddI, [](float a, float b) { return a + b; }},
       {"sSub", _temsSub, _temsSubI, [](float a, float b) { return a - b; }},
       {"sMul", _temsMul, _temsMulI, [](float a, float b) { return a * b; }},
-      {"sSqr", Unary<float, _temsSqr>, UnaryStrided<float, _temsSqrI>, [](float a, float) { return a * a; }},
+      {"sSqr", Unary<float, _temsSqr>, UnaryStrided<float, _temsSqrI>,
+       [](float a, float) { return a * a; }},
   });
   CheckPlain<double>({
       {"dSub", _temdSub, _temdSubI, [](double a, double b) { return a - b; }},
       {"dMul", _temdMul, _temdMulI, [](double a, double b) { return a * b; }},
-      {"dSqr", Unary<double, _temdSqr>, UnaryStrided<double, _temdSqrI>, [](double a, double) { return a * a; }},
-      {"dAbs", Unary<double, _temdAbs>, UnaryStrided<double, _temdAbsI>, [](double a, double) { return std::fabs(a); }},
+      {"dSqr", Unary<double, _temdSqr>, UnaryStrided<double, _temdSqrI>,
+       [](double a, double) { return a * a; }},
+      {"dAbs", Unary<double, _temdAbs>, UnaryStrided<double, _temdAbsI>,
+       [](double a, double) { return std::fabs(a); }},
   });
 }
 

@@ -49,7 +49,8 @@ std::vector<T> EdgeValues() {
   constexpr int kExponents = sizeof(T) == 4 ? 256 : 2048;
   std::vector<T> v;
   for (B e = 0; e < B(kExponents); ++e) {
-    for (B m : {B{0}, B{1}, B{2}, B{1} << (kM - 1), (B{1} << (kM - 1)) + 1, kMantissa - 1, kMantissa}) {
+    for (B m :
+         {B{0}, B{1}, B{2}, B{1} << (kM - 1), (B{1} << (kM - 1)) + 1, kMantissa - 1, kMantissa}) {
       const B bits = (e << kM) | m;
       v.push_back(FromBits<T>(bits));
       v.push_back(FromBits<T>(bits | (B{1} << (8 * sizeof(T) - 1))));

@@ -13,15 +13,15 @@ namespace {
 template <class T>
 struct Entries;
 
-#define ENTRIES_OF(t, T)                                                                   \
-  template <>                                                                              \
-  struct Entries<T> {                                                                      \
-    static constexpr auto PackI = _tem##t##PackI;                                          \
-    static constexpr auto PackV = _tem##t##PackV;                                          \
-    static constexpr auto PackM = _tem##t##PackM;                                          \
-    static constexpr auto UnpackI = _tem##t##UnpackI;                                      \
-    static constexpr auto UnpackV = _tem##t##UnpackV;                                      \
-    static constexpr auto UnpackM = _tem##t##UnpackM;                                      \
+#define ENTRIES_OF(t, T)                              \
+  template <>                                         \
+  struct Entries<T> {                                 \
+    static constexpr auto PackI = _tem##t##PackI;     \
+    static constexpr auto PackV = _tem##t##PackV;     \
+    static constexpr auto PackM = _tem##t##PackM;     \
+    static constexpr auto UnpackI = _tem##t##UnpackI; \
+    static constexpr auto UnpackV = _tem##t##UnpackV; \
+    static constexpr auto UnpackM = _tem##t##UnpackM; \
   };
 ENTRIES_OF(s, float)
 ENTRIES_OF(d, double)

@@ -29,16 +29,27 @@ void Pairs(size_t count, uint64_t seed, std::vector<T>& a, std::vector<T>& b) {
   auto random_finite = [&] {
     const B bits = static_cast<B>(rng()) & ((B{1} << kM) - 1);
     const B e = static_cast<B>(rng() % (kTopExponent + 1));
-    return exact::FromBits<T>((static_cast<B>(rng() & 1) << (8 * sizeof(T) - 1)) | (e << kM) | bits);
+    return exact::FromBits<T>((static_cast<B>(rng() & 1) << (8 * sizeof(T) - 1)) | (e << kM) |
+                              bits);
   };
   for (size_t i = 0; i < count; ++i) {
     T x = random_finite(), y = random_finite();
     switch (i % 6) {
-      case 1: y = std::ldexp(x, -static_cast<int>(rng() % 40)) * T(0.75); break;
-      case 2: y = T(sizeof(T) == 8 ? 2147483647.0 : 3.0); x = std::ldexp(x, -std::ilogb(x) + static_cast<int>(rng() % 53)); break;
-      case 3: y = T(1); break;
-      case 4: y = exact::FromBits<T>(static_cast<B>(rng() % 1000 + 1)); break;  // subnormal
-      default: break;
+      case 1:
+        y = std::ldexp(x, -static_cast<int>(rng() % 40)) * T(0.75);
+        break;
+      case 2:
+        y = T(sizeof(T) == 8 ? 2147483647.0 : 3.0);
+        x = std::ldexp(x, -std::ilogb(x) + static_cast<int>(rng() % 53));
+        break;
+      case 3:
+        y = T(1);
+        break;
+      case 4:
+        y = exact::FromBits<T>(static_cast<B>(rng() % 1000 + 1));
+        break;  // subnormal
+      default:
+        break;
     }
     if (y == 0) y = T(1);
     a.push_back(x);
@@ -68,8 +79,8 @@ void CheckAgainstLibm(Binary<T> ours, BinaryStrided<T> ours_strided, T (*ref)(T,
     const T want = ZeroWithSignOfA(ref(a[i], b[i]), a[i]);
     if (Same(r[i], want) && Same(rs[2 * i], want)) continue;
     if (++bad <= 5) {
-      ADD_FAILURE() << std::hexfloat << a[i] << " " << b[i] << " got " << r[i] << " / "
-                    << rs[2 * i] << " want " << want;
+      ADD_FAILURE() << std::hexfloat << a[i] << " " << b[i] << " got " << r[i] << " / " << rs[2 * i]
+                    << " want " << want;
     }
   }
   EXPECT_EQ(bad, 0);
@@ -88,7 +99,8 @@ TEST(RemainderTest, RemainderMatchesLibmBitForBit) {
 TEST(RemainderTest, QuickPathOfTheDivisor2147483647) {
   std::mt19937_64 rng(5);
   std::vector<double> a(4096), b(4096, 2147483647.0), r(4096);
-  for (double& x : a) x = std::ldexp(static_cast<double>(rng() >> 11), -static_cast<int>(rng() % 20));
+  for (double& x : a)
+    x = std::ldexp(static_cast<double>(rng() >> 11), -static_cast<int>(rng() % 20));
   a[0] = 0x1.fffffffffffffp51, a[1] = 2147483647.0 * 1048575, a[2] = -2147483648.0;
   _temdFmod(4096, a.data(), b.data(), r.data());
   for (int i = 0; i < 4096; ++i) ASSERT_TRUE(Same(r[i], fmod(a[i], b[i]))) << std::hexfloat << a[i];

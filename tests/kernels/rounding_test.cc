@@ -44,15 +44,24 @@ const int kDirections[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
 
 template <class T>
 Contiguous<T> Ours(const Row& row) {
-  if constexpr (sizeof(T) == 4) return row.s; else return row.d;
+  if constexpr (sizeof(T) == 4)
+    return row.s;
+  else
+    return row.d;
 }
 template <class T>
 Strided<T> OursStrided(const Row& row) {
-  if constexpr (sizeof(T) == 4) return row.s_strided; else return row.d_strided;
+  if constexpr (sizeof(T) == 4)
+    return row.s_strided;
+  else
+    return row.d_strided;
 }
 template <class T>
 auto Reference(const Row& row) {
-  if constexpr (sizeof(T) == 4) return row.s_ref; else return row.d_ref;
+  if constexpr (sizeof(T) == 4)
+    return row.s_ref;
+  else
+    return row.d_ref;
 }
 
 // Every row, every direction: the contiguous call under the direction against the C library
@@ -72,8 +81,8 @@ long CheckAllDirections(const std::vector<T>& x) {
       for (size_t i = 0; i < x.size(); ++i) {
         if (Same(r[i], want[i])) continue;
         if (++bad <= 5) {
-          ADD_FAILURE() << row.name << " direction " << direction << " x=" << std::hexfloat
-                        << x[i] << " got " << r[i] << " want " << want[i];
+          ADD_FAILURE() << row.name << " direction " << direction << " x=" << std::hexfloat << x[i]
+                        << " got " << r[i] << " want " << want[i];
         }
       }
     }
@@ -105,7 +114,8 @@ TEST(RoundingTest, SampledDoublesInEveryDirection) {
   const size_t total = exact::FullSweep() ? 100000000 : 200000, chunk = 1 << 22;
   long bad = 0;
   for (size_t done = 0; done < total; done += chunk) {
-    bad += CheckAllDirections(exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
+    bad +=
+        CheckAllDirections(exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
   }
   EXPECT_EQ(bad, 0);
 }
@@ -147,11 +157,16 @@ TEST(RoundingTest, TellingValues) {
     Contiguous<float> f;
     float x, want;
   } cases[] = {
-      {_temsCeil, -0.5f, -0.0f},           {_temsFloor, 0.5f, 0.0f},
-      {_temsCeil, 0.25f, 1.0f},            {_temsFloor, -0.0f, -0.0f},
-      {_temsCeil, 8388607.5f, 8388608.0f}, {_temsRound, 0.5f, 1.0f},
-      {_temsRound, -2.5f, -3.0f},          {_temsRound, 0.49999997f, 0.0f},
-      {_temsRint, 2.5f, 2.0f},             {_temsTrunc, -0.75f, -0.0f},
+      {_temsCeil, -0.5f, -0.0f},
+      {_temsFloor, 0.5f, 0.0f},
+      {_temsCeil, 0.25f, 1.0f},
+      {_temsFloor, -0.0f, -0.0f},
+      {_temsCeil, 8388607.5f, 8388608.0f},
+      {_temsRound, 0.5f, 1.0f},
+      {_temsRound, -2.5f, -3.0f},
+      {_temsRound, 0.49999997f, 0.0f},
+      {_temsRint, 2.5f, 2.0f},
+      {_temsTrunc, -0.75f, -0.0f},
   };
   for (const auto& c : cases) {
     float r;
@@ -164,8 +179,8 @@ TEST(RoundingTest, TellingValues) {
 // infinities). Frac is of the vector form, so runs to nearest.
 template <class T>
 void CheckSplits(void (*modf_entry)(int, const T*, T*, T*),
-                 void (*modf_strided)(int, const T*, int, T*, int, T*, int),
-                 Contiguous<T> frac, Strided<T> frac_strided) {
+                 void (*modf_strided)(int, const T*, int, T*, int, T*, int), Contiguous<T> frac,
+                 Strided<T> frac_strided) {
   std::vector<T> x = exact::EdgeValues<T>();
   const std::vector<T> more = exact::SampledValues<T>(100000, 7);
   x.insert(x.end(), more.begin(), more.end());

@@ -34,36 +34,36 @@ struct Row {
 template <class T>
 std::vector<Row<T>> Rows();
 
-#define ROWS_OF(t, T)                                                                         \
-  template <>                                                                                 \
-  std::vector<Row<T>> Rows<T>() {                                                             \
-    return {                                                                                  \
-        {"Fmax", _tem##t##Fmax, _tem##t##FmaxI,                                               \
-         [](T a, T b) { return NaNRule(a, b, a > b ? a : b); }},                              \
-        {"Fmin", _tem##t##Fmin, _tem##t##FminI,                                               \
-         [](T a, T b) { return NaNRule(a, b, a < b ? a : b); }},                              \
-        {"MaxMag", _tem##t##MaxMag, _tem##t##MaxMagI,                                         \
-         [](T a, T b) {                                                                       \
-           const T ma = std::fabs(a), mb = std::fabs(b);                                      \
-           return NaNRule(a, b, ma > mb ? a : ma < mb ? b : a > b ? a : b);                   \
-         }},                                                                                  \
-        {"MinMag", _tem##t##MinMag, _tem##t##MinMagI,                                         \
-         [](T a, T b) {                                                                       \
-           const T ma = std::fabs(a), mb = std::fabs(b);                                      \
-           return NaNRule(a, b, ma < mb ? a : ma > mb ? b : a < b ? a : b);                   \
-         }},                                                                                  \
-        {"Fdim", _tem##t##Fdim, _tem##t##FdimI,                                               \
-         [](T a, T b) {                                                                       \
-           T r = a > b ? a - b : T(0);                                                        \
-           if (std::isnan(a)) r = a;                                                          \
-           if (std::isnan(b)) r = b;                                                          \
-           return r;                                                                          \
-         }},                                                                                  \
-        {"CopySign", _tem##t##CopySign, _tem##t##CopySignI,                                   \
-         [](T a, T b) { return std::copysign(a, b); }},                                       \
-        {"NextAfter", _tem##t##NextAfter, _tem##t##NextAfterI,                                \
-         [](T a, T b) { return static_cast<T>(std::nextafter(a, b)); }},                      \
-    };                                                                                        \
+#define ROWS_OF(t, T)                                                       \
+  template <>                                                               \
+  std::vector<Row<T>> Rows<T>() {                                           \
+    return {                                                                \
+        {"Fmax", _tem##t##Fmax, _tem##t##FmaxI,                             \
+         [](T a, T b) { return NaNRule(a, b, a > b ? a : b); }},            \
+        {"Fmin", _tem##t##Fmin, _tem##t##FminI,                             \
+         [](T a, T b) { return NaNRule(a, b, a < b ? a : b); }},            \
+        {"MaxMag", _tem##t##MaxMag, _tem##t##MaxMagI,                       \
+         [](T a, T b) {                                                     \
+           const T ma = std::fabs(a), mb = std::fabs(b);                    \
+           return NaNRule(a, b, ma > mb ? a : ma < mb ? b : a > b ? a : b); \
+         }},                                                                \
+        {"MinMag", _tem##t##MinMag, _tem##t##MinMagI,                       \
+         [](T a, T b) {                                                     \
+           const T ma = std::fabs(a), mb = std::fabs(b);                    \
+           return NaNRule(a, b, ma < mb ? a : ma > mb ? b : a < b ? a : b); \
+         }},                                                                \
+        {"Fdim", _tem##t##Fdim, _tem##t##FdimI,                             \
+         [](T a, T b) {                                                     \
+           T r = a > b ? a - b : T(0);                                      \
+           if (std::isnan(a)) r = a;                                        \
+           if (std::isnan(b)) r = b;                                        \
+           return r;                                                        \
+         }},                                                                \
+        {"CopySign", _tem##t##CopySign, _tem##t##CopySignI,                 \
+         [](T a, T b) { return std::copysign(a, b); }},                     \
+        {"NextAfter", _tem##t##NextAfter, _tem##t##NextAfterI,              \
+         [](T a, T b) { return static_cast<T>(std::nextafter(a, b)); }},    \
+    };                                                                      \
   }
 ROWS_OF(s, float)
 ROWS_OF(d, double)
@@ -71,9 +71,24 @@ ROWS_OF(d, double)
 template <class T>
 void CheckPairs() {
   using L = std::numeric_limits<T>;
-  const T specials[] = {T(0), -T(0), T(1), T(-1), T(2), T(-3.5), L::infinity(), -L::infinity(),
-                        L::quiet_NaN(), -L::quiet_NaN(), L::denorm_min(), -L::denorm_min(),
-                        L::min(), -L::min(), L::max(), -L::max(), T(1.5), T(-1.5)};
+  const T specials[] = {T(0),
+                        -T(0),
+                        T(1),
+                        T(-1),
+                        T(2),
+                        T(-3.5),
+                        L::infinity(),
+                        -L::infinity(),
+                        L::quiet_NaN(),
+                        -L::quiet_NaN(),
+                        L::denorm_min(),
+                        -L::denorm_min(),
+                        L::min(),
+                        -L::min(),
+                        L::max(),
+                        -L::max(),
+                        T(1.5),
+                        T(-1.5)};
   std::vector<T> a, b;
   for (T x : specials) {
     for (T y : specials) a.push_back(x), b.push_back(y);
@@ -96,7 +111,8 @@ void CheckPairs() {
       ASSERT_TRUE(Same(rs[2 * i], row.want(a[j], b[j]))) << row.name << " strided " << j;
       // CopySign moves bits only, so a signalling NaN stays signalling there.
       if (std::isnan(want) && std::string(row.name) != "CopySign") {
-        ASSERT_TRUE(exact::Bits(r[i]) & (exact::Bits(T(L::quiet_NaN())) & ~exact::Bits(T(L::infinity()))))
+        ASSERT_TRUE(exact::Bits(r[i]) &
+                    (exact::Bits(T(L::quiet_NaN())) & ~exact::Bits(T(L::infinity()))))
             << row.name << ": NaN results are quiet " << std::hexfloat << a[i] << " " << b[i];
       }
     }
