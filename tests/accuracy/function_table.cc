@@ -22,6 +22,48 @@ const std::vector<double> kTanhIntervals = {0.21875, 0.3125, 0.4375, 0.625, 0.87
 // Distances from 1 where the logarithms' short path ends.
 const std::vector<double> kNearOne = {1.0, 1.0 - 0x1p-7 * 1.25, 1.0 + 0x1p-7 * 1.25};
 
+double InvSqrt(double x) { return x == 0.0 ? 1.0 / x : 1.0 / std::sqrt(x); }
+double InvCbrt(double x) { return 1.0 / std::cbrt(x); }
+double Pow2o3(double x) { return std::cbrt(x * x); }
+double Pow3o2(double x) { return x < 0.0 ? NAN : std::pow(x, 1.5); }
+
+// 1/sqrt(x), with the sign of a zero kept: 1/sqrt(-0) = -inf.
+int MpfrInvSqrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
+  if (mpfr_zero_p(x)) return mpfr_set_inf(r, mpfr_signbit(x) ? -1 : 1), 0;
+  return mpfr_rec_sqrt(r, x, rnd);
+}
+
+// 1/cbrt(x), x^(2/3) and x^(3/2) in MPFR, through 64 extra bits.
+template <class Steps>
+int Extended(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd, Steps steps) {
+  mpfr_t t;
+  mpfr_init2(t, 2 * mpfr_get_prec(x) + 64);
+  steps(t, x);
+  const int inexact = mpfr_set(r, t, rnd);
+  mpfr_clear(t);
+  return inexact;
+}
+int MpfrInvCbrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
+  return Extended(r, x, rnd, [](mpfr_ptr t, mpfr_srcptr v) {
+    mpfr_cbrt(t, v, MPFR_RNDN);
+    mpfr_ui_div(t, 1, t, MPFR_RNDN);
+  });
+}
+int MpfrPow2o3(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
+  return Extended(r, x, rnd, [](mpfr_ptr t, mpfr_srcptr v) {
+    mpfr_sqr(t, v, MPFR_RNDN);
+    mpfr_cbrt(t, t, MPFR_RNDN);
+  });
+}
+int MpfrPow3o2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
+  return Extended(r, x, rnd, [](mpfr_ptr t, mpfr_srcptr v) {
+    if (mpfr_sgn(v) < 0) return mpfr_set_nan(t);
+    mpfr_pow_si(t, v, 3, MPFR_RNDN);
+    mpfr_sqrt(t, t, MPFR_RNDN);
+    mpfr_abs(t, t, MPFR_RNDN);  // +0 for -0
+  });
+}
+
 std::vector<double> Concat(std::vector<double> a, const std::vector<double>& b) {
   a.insert(a.end(), b.begin(), b.end());
   return a;
@@ -81,6 +123,29 @@ const std::vector<FunctionRow>& Functions() {
       {"dAcosh", mpfr_acosh, acosh, {1.0, 1e3}, {1.0, 1.0 + 0x1p-26, 2.0, 0x1p511, 0x1p1023}},
       {"sAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-12}},
       {"dAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-26}},
+
+      // The seed's range ends at 2^-1022 and 2^1022; the estimate's exponent changes parity at 2.
+      {"sSqrt", mpfr_sqrt, sqrt, {0.0, 1e3}, {0x1p-126, 2.0, 4.0}},
+      {"dSqrt", mpfr_sqrt, sqrt, {0.0, 1e3}, {0x1p-1022, 0x1p1022, 2.0, 4.0}},
+      {"sInvSqrt", MpfrInvSqrt, InvSqrt, {0.0, 1e3}, {0x1p-126, 2.0, 4.0}},
+      {"dInvSqrt", MpfrInvSqrt, InvSqrt, {0.0, 1e3}, {0x1p-1022, 0x1p1022, 2.0, 4.0}},
+      // Rows of the cube-root table change with the exponent modulo 3 and the top mantissa bits.
+      {"sCbrt", mpfr_cbrt, std::cbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 1.03125, 0x1p-126}},
+      {"dCbrt", mpfr_cbrt, std::cbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 1.03125, 0x1p-1022}},
+      {"sInvCbrt", MpfrInvCbrt, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-126}},
+      {"dInvCbrt", MpfrInvCbrt, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-1022}},
+      // The scaling of x * x and of x^(3/2) changes at 2^-+500 and 2^-+600.
+      {"sPow2o3", MpfrPow2o3, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-126}},
+      {"dPow2o3", MpfrPow2o3, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-500, 0x1p500, 0x1p-1022}},
+      {"sPow3o2", MpfrPow3o2, Pow3o2, {0.0, 1e3}, {1.0, 0x1p85, 0x1p-126}},
+      {"dPow3o2", MpfrPow3o2, Pow3o2, {0.0, 1e3}, {1.0, 0x1p-600, 0x1p600, 0x1p682, 0x1p-1022}},
+      {"sHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-126, 0x1p127}},
+      {"dHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-900, 0x1p-1022, 0x1p1023}},
+      // The exponent 1.5 and 2 take own loops in Powx; 1 and -1 are exact powers.
+      {"sPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
+      {"dPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
+      {"sPowr", mpfr_powr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
+      {"dPowr", mpfr_powr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
   };
   return rows;
 }

@@ -1,0 +1,58 @@
+// x^(3/2) as one element in double-double, shared by Pow3o2 and Powx, and Dekker's product.
+#ifndef QOR_KERNELS_POW3O2_H_
+#define QOR_KERNELS_POW3O2_H_
+
+#include <math.h>
+
+#include "qor/tem.h"
+
+namespace tem {
+namespace roots {
+
+inline constexpr double kSplitter = 134217729.0;  // 2^27 + 1
+
+// a * b = hi + lo exactly (Dekker), for products far from overflow and underflow.
+inline void TwoProduct(double a, double b, double* hi, double* lo) {
+  const double ta = kSplitter * a, tb = kSplitter * b;
+  const double ah = ta - (ta - a), bh = tb - (tb - b);
+  const double al = a - ah, bl = b - bh;
+  *hi = a * b;
+  *lo = ((ah * bh - *hi) + ah * bl + al * bh) + al * bl;
+}
+
+// x^(3/2) = x * (s + (x - s * s) / (2 s)) with s the rounded root, the product in double-double.
+// x is scaled by 2^-+400 away from the ends of the range, the result back by 2^+-600. A negative
+// x gives NaN with a domain error, an overflow of the type T +inf with status 3.
+template <class T>
+struct Pow3o2Fn {
+  static constexpr bool kCanFail = true;
+  // Results overflow for x above 2^(2/3 (emax + 1)); inputs from kMayOverflow, a little
+  // lower, are flagged.
+  static constexpr double kMayOverflow = sizeof(T) == 4 ? 0x1p85 : 0x1p682;
+  static int Eval(double x, double* r) {
+    if (isnan(x)) return *r = x + x, TEM_STATUS_OK;
+    if (x < 0.0) return *r = NAN, TEM_STATUS_ERRDOM;
+    if (x == 0.0 || x == INFINITY) return *r = x * x, TEM_STATUS_OK;
+    double a = x, post = 1.0;
+    if (a < 0x1p-600) {
+      a *= 0x1p400;
+      post = 0x1p-600;
+    } else if (a > 0x1p600) {
+      a *= 0x1p-400;
+      post = 0x1p600;
+    }
+    const double s = sqrt(a);
+    double ss, ss_lo, p, p_lo;
+    TwoProduct(s, s, &ss, &ss_lo);
+    const double s_lo = ((a - ss) - ss_lo) / (2.0 * s);
+    TwoProduct(a, s, &p, &p_lo);
+    *r = (p + (p_lo + a * s_lo)) * post;
+    return isinf(static_cast<T>(*r)) ? TEM_STATUS_OVERFLOW : TEM_STATUS_OK;
+  }
+  static bool MayReport(double x) { return x < 0.0 || x >= kMayOverflow; }
+};
+
+}  // namespace roots
+}  // namespace tem
+
+#endif  // QOR_KERNELS_POW3O2_H_

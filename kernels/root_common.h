@@ -1,0 +1,134 @@
+// Pieces shared by the roots: bit access, the single-precision seed of the reciprocal square
+// root and its correcting series, and the special values of the square roots, written once for
+// float and double.
+#ifndef QOR_KERNELS_ROOT_COMMON_H_
+#define QOR_KERNELS_ROOT_COMMON_H_
+
+#include <math.h>
+#include <stdint.h>
+#include <string.h>
+
+#include "frame/kernel_frame.h"
+
+namespace tem {
+namespace roots {
+
+using D = Vec<double>;
+using F = Vec<float>;
+
+inline uint64_t BitsOf(double x) {
+  uint64_t b;
+  memcpy(&b, &x, 8);
+  return b;
+}
+inline uint32_t BitsOf(float x) {
+  uint32_t b;
+  memcpy(&b, &x, 4);
+  return b;
+}
+inline double DoubleFromBits(uint64_t b) {
+  double x;
+  memcpy(&x, &b, 8);
+  return x;
+}
+
+// Splits a double so that products of the high part with a 13-bit factor are exact.
+inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;
+// Clears the low 11 bits of a float: the seed keeps 13 significant bits.
+inline constexpr uint32_t kSeedMask = 0xFFFFF800u;
+
+// (1 - e)^(-1/2) - 1, fitted, without the constant term.
+template <class V>
+inline V InvSqrtSeries(V e) {
+  return (((V(0.27343754675366555) * e + V(0.31250016501874495)) * e + V(0.37500000000001366)) * e +
+          V(0.49999999999997785)) * e;
+}
+
+// 1/sqrt of four floats, rounded to 13 significant bits.
+inline __m128 SeedInvSqrtFloat(__m128 f) {
+  const __m128 y = _mm_div_ps(_mm_set1_ps(1.0f), _mm_sqrt_ps(f));
+  return _mm_and_ps(y, _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(kSeedMask))));
+}
+
+// For x in [2^-1022, 2^1022): u, a power-of-two multiple of a 13-bit single-precision estimate
+// of 1/sqrt(x); x split into xh + xl; and e = 1 - u^2 x, whose products are exact. The estimate
+// reads x's top 23 mantissa bits with the exponent 0 or -1 by the parity of x's exponent, so
+// that it is normal for every x; the power of two carries the even rest.
+struct SqrtSeed {
+  D u, xh, xl, e;
+  explicit SqrtSeed(D x) {
+    const __m128i image = x.Image();
+    // Bit 23 of the shifted image is the exponent's lowest bit: field 127 for an even
+    // unbiased exponent, 126 for an odd one.
+    __m128i f = _mm_or_si128(_mm_and_si128(_mm_srli_epi64(image, 29), _mm_set1_epi64x(0x00FFFFFF)),
+                             _mm_set1_epi64x(0x3F000000));
+    f = _mm_shuffle_epi32(f, _MM_SHUFFLE(3, 3, 2, 0));
+    const D y0 = {_mm_cvtps_pd(SeedInvSqrtFloat(_mm_castsi128_ps(f)))};
+    // x = f * 2^(2k) with k = (E - 1022) >> 1 = ((E + 2) >> 1) - 512; the scale is 2^-k.
+    const __m128i biased = _mm_srli_epi64(image, 52);
+    const __m128i half = _mm_srli_epi64(_mm_add_epi64(biased, _mm_set1_epi64x(2)), 1);
+    const __m128i field = _mm_slli_epi64(_mm_sub_epi64(_mm_set1_epi64x(1535), half), 52);
+    u = y0 * D::FromImage(field);
+    xh = x & D::FromBits(kSplitMask);
+    xl = x - xh;
+    e = (D(1.0) - u * xh * u) - u * xl * u;
+  }
+};
+
+// Lanes whose high word plus 0x7FF00000 exceeds 0xFFBFFFFF as signed: outside
+// [2^-1022, 2^1022), which takes zeros, subnormals, negatives, the top binade, infinities, NaNs.
+inline int FlagOutsideSeedRange(D x) {
+  const __m128i biased = _mm_add_epi32(x.Image(), _mm_set1_epi64x(0x7FF0000000000000ll));
+  const __m128i above = _mm_cmpgt_epi32(biased, _mm_set1_epi64x(static_cast<long long>(0xFFBFFFFFull << 32)));
+  return _mm_movemask_pd(_mm_castsi128_pd(above));
+}
+
+// Lanes of a float register that are zero, negative, infinite or NaN: bits - 1 at or above
+// 0x7F7FFFFF as unsigned, a signed compare after flipping the top bit.
+inline int FlagFloatNotPositiveFinite(F x) {
+  const __m128i shifted = _mm_xor_si128(_mm_sub_epi32(x.Image(), _mm_set1_epi32(1)),
+                                        _mm_set1_epi32(static_cast<int>(0x80000000u)));
+  const __m128i above = _mm_cmpgt_epi32(shifted, _mm_set1_epi32(static_cast<int>(0x7F7FFFFEu ^ 0x80000000u)));
+  return _mm_movemask_ps(_mm_castsi128_ps(above));
+}
+
+// Square root of the values that need no formula: NaN quieted, +-0 and +inf themselves, a
+// negative number NaN with a domain error. Returns -1 for a positive finite x.
+template <class T>
+inline int SqrtSpecial(T x, T* r) {
+  if (isnan(x)) return *r = x + x, TEM_STATUS_OK;
+  if (x == T(0) || x == T(INFINITY)) return *r = x, TEM_STATUS_OK;
+  if (x < T(0)) return *r = T(NAN), TEM_STATUS_ERRDOM;
+  return -1;
+}
+
+// Reciprocal square root of the same values: +-0 give +-inf (singularity), +inf gives +0.
+template <class T>
+inline int InvSqrtSpecial(T x, T* r) {
+  if (isnan(x)) return *r = x + x, TEM_STATUS_OK;
+  if (x == T(0)) return *r = copysign(T(INFINITY), x), TEM_STATUS_SING;
+  if (x < T(0)) return *r = T(NAN), TEM_STATUS_ERRDOM;
+  if (x == T(INFINITY)) return *r = T(0), TEM_STATUS_OK;
+  return -1;
+}
+
+// A double moved into the seed's range by an even power of two 2^(2k): the result of a root
+// of order -1/2 or 1/2 is scaled back by 2^(-k) or 2^k.
+struct EvenScaled {
+  double x;
+  int k;
+  explicit EvenScaled(double v) : x(v), k(0) {
+    if (v < 0x1p-1022) {
+      x = v * 0x1p108;
+      k = -54;
+    } else if (v >= 0x1p1022) {
+      x = v * 0x1p-2;
+      k = 1;
+    }
+  }
+};
+
+}  // namespace roots
+}  // namespace tem
+
+#endif  // QOR_KERNELS_ROOT_COMMON_H_

@@ -1,0 +1,85 @@
+// Prints the logarithm table and the constants of the power functions (kernels/pow_tables.inc):
+//   257 rows for m = 1 + i/256 (i = 0..256): rc = floor(2^16 / m) / 2^16 and -log2(rc) as
+//     hi + lo, hi on the grid of 2^-42 so that an exponent plus hi is exact; a zero pads each
+//     row to two pairs;
+//   1/ln 2 as a 20-bit head and its rest, 1/(2 ln 2) as a 17-bit head and its rest;
+//   the Taylor coefficients of log2(1 + r) from r^3 to r^7 and of 2^g from g to g^5.
+// Usage: gen_pow_tables > kernels/pow_tables.inc
+#include <mpfr.h>
+#include <stdio.h>
+
+namespace {
+
+constexpr mpfr_prec_t kPrec = 256;
+
+// v rounded to `bits` significant bits, and the rest rounded to double.
+void Split(const mpfr_t v, int bits, double* head, double* rest) {
+  mpfr_t h, r;
+  mpfr_init2(h, bits);
+  mpfr_init2(r, kPrec);
+  mpfr_set(h, v, MPFR_RNDN);
+  mpfr_sub(r, v, h, MPFR_RNDN);
+  *head = mpfr_get_d(h, MPFR_RNDN);
+  *rest = mpfr_get_d(r, MPFR_RNDN);
+  mpfr_clears(h, r, (mpfr_ptr)0);
+}
+
+}  // namespace
+
+int main() {
+  printf("// BEGIN GENERATED CODE; DO NOT EDIT\n");
+  printf("// build/tools/gen_pow_tables > kernels/pow_tables.inc\n// clang-format off\n\n");
+  mpfr_t v, t, ln2;
+  mpfr_inits2(kPrec, v, t, ln2, (mpfr_ptr)0);
+  mpfr_const_log2(ln2, MPFR_RNDN);
+
+  printf("// m = 1 + i/256: {rc = floor(2^16 / m) / 2^16, 0}, {hi, lo} of -log2(rc).\n");
+  printf("alignas(16) const double kPowLog2[257][4] = {\n");
+  for (int i = 0; i <= 256; ++i) {
+    const double rc = static_cast<long>(65536.0 * 256.0 / (256 + i)) / 65536.0;
+    mpfr_set_d(v, rc, MPFR_RNDN);
+    mpfr_log2(v, v, MPFR_RNDN);
+    mpfr_neg(v, v, MPFR_RNDN);
+    mpfr_mul_2si(t, v, 42, MPFR_RNDN);
+    mpfr_rint(t, t, MPFR_RNDN);
+    mpfr_mul_2si(t, t, -42, MPFR_RNDN);
+    const double hi = mpfr_get_d(t, MPFR_RNDN) + 0.0;  // row 0: +0
+    mpfr_sub(t, v, t, MPFR_RNDN);
+    printf("    {%a, 0.0, %a, %a},  // %d\n", rc, hi, mpfr_get_d(t, MPFR_RNDN), i);
+  }
+  printf("};\n\n");
+
+  double head, rest;
+  mpfr_ui_div(v, 1, ln2, MPFR_RNDN);
+  Split(v, 20, &head, &rest);
+  printf("// 1/ln 2 = kInvLn2Head + kInvLn2Rest, the head of 20 bits.\n");
+  printf("constexpr double kInvLn2Head = %a, kInvLn2Rest = %a;\n", head, rest);
+  mpfr_div_2ui(v, v, 1, MPFR_RNDN);
+  Split(v, 17, &head, &rest);
+  printf("// 1/(2 ln 2) = kHalfInvLn2Head + kHalfInvLn2Rest, the head of 17 bits.\n");
+  printf("constexpr double kHalfInvLn2 = %a, kHalfInvLn2Head = %a, kHalfInvLn2Rest = %a;\n",
+         mpfr_get_d(v, MPFR_RNDN), head, rest);
+
+  printf("// log2(1 + r): the coefficients of r^3 .. r^7, (-1)^(n+1) / (n ln 2).\n");
+  printf("constexpr double kLog2Series[5] = {");
+  for (int n = 3; n <= 7; ++n) {
+    mpfr_mul_ui(v, ln2, n, MPFR_RNDN);
+    mpfr_ui_div(v, 1, v, MPFR_RNDN);
+    if (n % 2 == 0) mpfr_neg(v, v, MPFR_RNDN);
+    printf("%s%a", n == 3 ? "" : ", ", mpfr_get_d(v, MPFR_RNDN));
+  }
+  printf("};\n");
+
+  printf("// 2^g - 1: the coefficients of g .. g^5, (ln 2)^n / n!.\n");
+  printf("constexpr double kExp2Series[5] = {");
+  mpfr_set_ui(v, 1, MPFR_RNDN);
+  for (int n = 1; n <= 5; ++n) {
+    mpfr_mul(v, v, ln2, MPFR_RNDN);
+    mpfr_div_ui(v, v, n, MPFR_RNDN);
+    printf("%s%a", n == 1 ? "" : ", ", mpfr_get_d(v, MPFR_RNDN));
+  }
+  printf("};\n");
+  printf("// END GENERATED CODE\n");
+  mpfr_clears(v, t, ln2, (mpfr_ptr)0);
+  return 0;
+}
