@@ -66,9 +66,35 @@ void LoopMean(const double* x, int64_t sv, int64_t si, Out& o) {
   for (int v = 0; v < kP; ++v) o.mean[v] = s[v] / kN;
 }
 
-// Two passes: means (and raw power sums up to `order`), then central power sums.
+// First pass: means, and for order 4 the raw moments 2 to 4 by power sums (the moments
+// request of qor gives them too).
+void LoopPowers(const double* x, int64_t sv, int64_t si, int order, Out& o) {
+  double r[4][kP] = {};
+  auto add = [&](int v, double value) {
+    r[0][v] += value;
+    if (order > 2) {
+      const double x2 = value * value;
+      r[1][v] += x2;
+      r[2][v] += x2 * value;
+      r[3][v] += x2 * x2;
+    }
+  };
+  if (si == 1) {
+    for (int v = 0; v < kP; ++v)
+      for (int i = 0; i < kN; ++i) add(v, x[v * sv + i]);
+  } else {
+    for (int i = 0; i < kN; ++i)
+      for (int v = 0; v < kP; ++v) add(v, x[i * si + v]);
+  }
+  for (int v = 0; v < kP; ++v) {
+    o.mean[v] = r[0][v] / kN;
+    for (int k = 0; k < 3; ++k) o.raw[k][v] = r[k + 1][v] / kN;
+  }
+}
+
+// Two passes: means (and raw moments), then central power sums up to `order`.
 void LoopTwoPass(const double* x, int64_t sv, int64_t si, int order, Out& o) {
-  LoopMean(x, sv, si, o);
+  LoopPowers(x, sv, si, order, o);
   double c[3][kP] = {};
   auto add = [&](int v, double value) {
     const double d = value - o.mean[v], d2 = d * d;
@@ -93,12 +119,16 @@ void LoopTwoPass(const double* x, int64_t sv, int64_t si, int order, Out& o) {
     }
 }
 
-// One pass, Welford's running update (order 4 when asked).
+// One pass, Welford's running update (order 4 and raw power sums when asked).
 void LoopOnePass(const double* x, int64_t sv, int64_t si, int order, Out& o) {
-  double m[kP] = {}, m2[kP] = {}, m3[kP] = {}, m4[kP] = {};
+  double m[kP] = {}, m2[kP] = {}, m3[kP] = {}, m4[kP] = {}, r[3][kP] = {};
   auto add = [&](int v, double value, double n1) {
     const double delta = value - m[v], dn = delta / n1, t = delta * dn * (n1 - 1);
     if (order > 2) {
+      const double x2 = value * value;
+      r[0][v] += x2;
+      r[1][v] += x2 * value;
+      r[2][v] += x2 * x2;
       m4[v] += t * dn * dn * (n1 * n1 - 3 * n1 + 3) + 6 * dn * dn * m2[v] - 4 * dn * m3[v];
       m3[v] += t * dn * (n1 - 2) - 3 * dn * m2[v];
     }
@@ -117,6 +147,7 @@ void LoopOnePass(const double* x, int64_t sv, int64_t si, int order, Out& o) {
     o.cen[0][v] = m2[v] / (kN - 1);
     o.cen[1][v] = m3[v] / kN;
     o.cen[2][v] = m4[v] / kN;
+    for (int k = 0; k < 3; ++k) o.raw[k][v] = r[k][v] / kN;
   }
 }
 
@@ -276,7 +307,9 @@ class RatioReporter : public benchmark::ConsoleReporter {
     for (const Run& run : runs) {
       if (run.error_occurred) continue;
       if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
+      // "rows/cov/qor1p/real_time": layout/estimate/side.
       std::string name = run.run_name.str();
+      name = name.substr(0, name.rfind("/real_time"));
       const size_t cut = name.rfind('/');
       ms_[name.substr(0, cut)][name.substr(cut + 1)] = run.GetAdjustedRealTime();
     }

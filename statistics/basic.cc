@@ -88,7 +88,7 @@ int Decode(const rofSSTask& task, uint64_t estimates, uint32_t method, Plan* pla
 }
 
 Content ContentOf(uint32_t required) {
-  return {CentralOrder(required), WantsRaw(required), WantsMatrix(required)};
+  return {CentralOrder(required), RawOrder(required), WantsMatrix(required)};
 }
 
 int64_t BlockCount(const qorThreading* threading, const Plan& plan, bool matrix) {
@@ -236,10 +236,13 @@ int Basic(rofSSTask* task, uint64_t estimates, uint32_t method, const qorThreadi
         sum_blocks();
         if (chunk.w == 0) break;
         for (int64_t a = 0; a < k; ++a) centre[a] = chunk.mean[a] / chunk.w;
-        job.member = SumMember<T, kCentredSums>(content, weighted);
-        fresh_blocks();
-        RunBlocks(job, blocks, threading);
-        sum_blocks();
+        // Means and raw moments alone need no second pass.
+        if (content.order > 0 || content.matrix) {
+          job.member = SumMember<T, kCentredSums>(content, weighted);
+          fresh_blocks();
+          RunBlocks(job, blocks, threading);
+          sum_blocks();
+        }
         ToRunning(chunk, k, centre);
         Merge(total, chunk, k, content, own_scratch);
         break;

@@ -37,11 +37,13 @@ uint32_t RequiredFields(uint64_t estimates, Column column);
 // 0 when all are there.
 int MissingFieldStatus(const rofSSTask& task, uint32_t required);
 
-// Highest central order that the required fields ask of the workers (0, 2, 3 or 4) and
-// whether raw moments or a cross-product matrix are wanted.
+// Highest central order that the required fields ask of the workers (0, 2, 3 or 4), the
+// raw orders and whether a cross-product matrix is wanted.
 int CentralOrder(uint32_t required);
-inline bool WantsRaw(uint32_t required) {
-  return (required & (7u * kNeedRawMom2 | 7u * kNeedRawSum2)) != 0;
+// Highest raw order the workers keep: 0, 2, or 4 for a third or fourth power.
+inline int RawOrder(uint32_t required) {
+  if (required & (6u * kNeedRawMom2 | 6u * kNeedRawSum2)) return 4;
+  return (required & (kNeedRawMom2 | kNeedRawSum2)) != 0 ? 2 : 0;
 }
 inline bool WantsMatrix(uint32_t required) {
   return (required & (kNeedCov | kNeedCor | kNeedCrossProduct)) != 0;

@@ -9,11 +9,11 @@
 namespace rof {
 namespace ss {
 
-// What the workers accumulate: central order 0, 2, 3 or 4, raw moments 2 to 4, the k by k
-// cross-product (upper triangle).
+// What the workers accumulate: central order 0, 2, 3 or 4, raw moments up to order 0, 2 or
+// 4, the k by k cross-product (upper triangle).
 struct Content {
   int order;
-  bool raw;
+  int raw;
   bool matrix;
 };
 
@@ -68,8 +68,7 @@ void Merge(Moments<T>& a, const Moments<T>& b, int64_t k, Content c, T* d) {
     if (c.order >= 3)
       s[k + i] = s3a + s3b + ((s2a * wb - s2b * wa) * 3 * f + D * f * D * f * (wb - wa) * wa * wb) * D;
     if (c.order >= 2) s[i] = s2a + s2b + D * D * wa * wb * f;
-    if (c.raw)
-      for (int r = 0; r < 3; ++r)
+    for (int r = 0; r + 2 <= c.raw; ++r)
         a.raw[r * k + i] = (a.raw[r * k + i] * wa + b.raw[r * k + i] * wb) * f;
     a.mean[i] = (a.mean[i] * wa + b.mean[i] * wb) * f;
     d[i] = D;
