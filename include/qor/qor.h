@@ -5,6 +5,7 @@
 #include "qor/core.h"
 #include "qor/rof.h"
 #include "qor/df.h"
+#include "qor/ss.h"
 #include "qor/tem.h"
 
 #endif /* QOR_QOR_H_ */

@@ -87,6 +87,18 @@ inline const std::vector<std::string>& NonVectorExports() {
       "qor_df_kernel_dDFNaturalCubicSpline1D", "qor_df_kernel_sDFNaturalCubicSpline1D",
       "qor_df_kernel_dDFInterpolate1D", "qor_df_kernel_sDFInterpolate1D",
     };
+    // Summary statistics: task, edits and the basic estimates, in both types.
+    for (const char* name : {"__rofSSDeleteTask", "__rofiSSEditTask"}) list.push_back(name);
+    for (const char* t : {"d", "s"}) {
+      const std::string prefix = std::string("__rof") + t + "SS";
+      for (const char* stem : {"NewTask", "EditTask", "EditMoments", "EditSums", "EditCovCor",
+                               "EditCP", "EditPartialCovCor", "EditQuantiles",
+                               "EditStreamQuantiles", "EditPooledCovariance", "EditMissingVals",
+                               "EditOutDetect", "EditRCov", "EditMtxParametrz"})
+        list.push_back(prefix + stem);
+      list.push_back(std::string("_rof") + t + "SSBasic");
+      list.push_back(std::string("_rof") + t + "SSMinmax");
+    }
     // Data fitting: the seven search methods, four forms each, in both types.
     for (const char* t : {"d", "s"})
       for (const char* method :

@@ -1,0 +1,147 @@
+// Statuses of the basic estimates in the order of their checks, with nothing stored on a
+// failure; and the bad input a user can make.
+#include <gtest/gtest.h>
+#include <math.h>
+
+#include <functional>
+
+#include "statistics/task.h"
+#include "support/threading_tables.h"
+#include "tests/common/allocation_control.h"
+#include "tests/statistics/harness.h"
+
+namespace ss_test {
+namespace {
+
+struct StatusCase {
+  const char* name;
+  std::function<void(Harness<double>&)> setup;
+  uint64_t estimates;
+  uint32_t method;
+  int status;
+};
+
+void Clear(Harness<double>& h, void* rofSSTask::*field) { h.task->*field = nullptr; }
+
+TEST(SSBasicStatus, ChecksInOrderAndStoreNothing) {
+  auto none = [](Harness<double>&) {};
+  const StatusCase cases[] = {
+      {"two methods", none, ROF_SS_MEAN, 0x3, -4029},
+      {"derivation bit alone with 0x800", none, ROF_SS_MEAN, 0x800, -4029},
+      {"no method", none, ROF_SS_MEAN, 0, -4029},
+      {"sum by derivation", none, ROF_SS_SUM, 0x200, -4029},
+      {"cov derivation without 0x200", none, ROF_SS_COV, 0x400, -4029},
+      {"moments derivation without 0x400", none, ROF_SS_MEAN, 0x200, -4029},
+      {"mean missing", [](auto& h) { Clear(h, &rofSSTask::mean); }, ROF_SS_CEN_MOM2, 2, -4006},
+      {"raw before central", [](auto& h) { Clear(h, &rofSSTask::rawMom2); Clear(h, &rofSSTask::cenMom2); },
+       ROF_SS_CEN_MOM2, 2, -4007},
+      {"fast central sum needs raw", [](auto& h) { Clear(h, &rofSSTask::rawMom3); },
+       ROF_SS_CEN_SUM3, 1, -4008},
+      {"one-pass central sum does not", [](auto& h) { Clear(h, &rofSSTask::rawMom3); },
+       ROF_SS_CEN_SUM3, 2, 0},
+      {"cov before kurtosis", [](auto& h) { Clear(h, &rofSSTask::cov); Clear(h, &rofSSTask::kurtosis); },
+       ROF_SS_COV | ROF_SS_KURTOSIS, 2, -4018},
+      {"cor", [](auto& h) { Clear(h, &rofSSTask::cor); }, ROF_SS_COR, 0x100, -4019},
+      {"variation", [](auto& h) { Clear(h, &rofSSTask::variation); }, ROF_SS_VARIATION, 2, -4017},
+      {"sum", [](auto& h) { Clear(h, &rofSSTask::sum); }, ROF_SS_SUM, 2, -4074},
+      {"raw sum 4", [](auto& h) { Clear(h, &rofSSTask::rawSum4); }, ROF_SS_RAW_SUM4, 2, -4077},
+      {"central sum 2", [](auto& h) { Clear(h, &rofSSTask::cenSum2); }, ROF_SS_CEN_SUM2, 2, -4078},
+      {"cross-product", [](auto& h) { Clear(h, &rofSSTask::crossProduct); },
+       ROF_SS_CROSS_PRODUCT, 2, -4081},
+      {"fields before no route", [](auto& h) { Clear(h, &rofSSTask::mean); },
+       ROF_SS_MEAN | ROF_SS_SUM, 0x400, -4006},
+      {"fields before n", [](auto& h) { Clear(h, &rofSSTask::mean); h.n = 0; }, ROF_SS_MEAN, 2, -4006},
+      {"n zero through the pointer", [](auto& h) { h.n = 0; }, ROF_SS_MEAN, 2, -4002},
+      {"n null", [](auto& h) { h.task->observN = nullptr; }, ROF_SS_MEAN, 1, -4002},
+      {"n before x", [](auto& h) { h.n = -5; Clear(h, &rofSSTask::observ); }, ROF_SS_MEAN, 2, -4002},
+      {"x", [](auto& h) { Clear(h, &rofSSTask::observ); }, ROF_SS_MEAN, 2, -4032},
+      {"storage null", [](auto& h) { h.task->observStorage = nullptr; }, ROF_SS_MEAN, 2, -4044},
+      {"storage code", [](auto& h) { h.storage = 0x40000; }, ROF_SS_MEAN, 0x100, -4003},
+      {"cov storage null", [](auto& h) { h.task->covStorage = nullptr; }, ROF_SS_COV, 2, -4044},
+      {"derivation needs weights", [](auto& h) { Clear(h, &rofSSTask::accumWeight); },
+       ROF_SS_COV, 0x200, -4020},
+      {"derivation from n", [](auto& h) { Clear(h, &rofSSTask::accumWeight); Clear(h, &rofSSTask::weights); },
+       ROF_SS_COV, 0x200, 0},
+  };
+  for (const StatusCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    Sample s = MakeSample(3, 40, false, true, 1);
+    Harness<double> h(s, false, ROF_SS_MATRIX_FULL);
+    c.setup(h);
+    const auto before = h.arrays;
+    EXPECT_EQ(h.Run(c.estimates, c.method), c.status);
+    if (c.status != 0) EXPECT_TRUE(before == h.arrays);
+  }
+  EXPECT_EQ(_rofdSSBasic(nullptr, ROF_SS_MEAN, 2, nullptr), -4031);
+  EXPECT_EQ(_rofsSSBasic(nullptr, ROF_SS_MEAN, 2, nullptr), -4031);
+}
+
+TEST(SSBasicStatus, FailedAllocationStoresNothingAndLeaksNothing) {
+  Sample s = MakeSample(4, 5000, true, true, 2);
+  Harness<double> h(s, false, ROF_SS_MATRIX_PACKED);
+  const auto before = h.arrays;
+  const long live = alloc_control::LiveBlocks();
+  const int failures = alloc_control::ForEachFailure(
+      [&] { return h.Run(kAllBasic, ROF_SS_METHOD_FAST, qor_support_pool_threading(2)); },
+      [&](int status) {
+        EXPECT_EQ(status, -4000);
+        EXPECT_TRUE(before == h.arrays);
+        EXPECT_EQ(h.accum[0], 0.0);
+      },
+      [] {});
+  EXPECT_GE(failures, 1);
+  EXPECT_EQ(alloc_control::LiveBlocks(), live);
+}
+
+TEST(SSBasicBadInput, IndicesAllZeroStoreNothing) {
+  Sample s = MakeSample(3, 100, false, false, 3);
+  Harness<float> h(s, true, 0);
+  for (int32_t& i : h.indices) i = 0;
+  const auto before = h.arrays;
+  EXPECT_EQ(h.Run(kAllBasic, ROF_SS_METHOD_ONE_PASS), 0);
+  EXPECT_TRUE(before == h.arrays);
+  EXPECT_EQ(h.accum[0], 0.0f);
+}
+
+TEST(SSBasicBadInput, AllWeightsZeroGiveZeroCovariance) {
+  for (uint32_t method : {ROF_SS_METHOD_ONE_PASS, ROF_SS_METHOD_FAST, ROF_SS_METHOD_USER_MEAN}) {
+    Sample s = MakeSample(3, 200, true, true, 4);
+    for (double& w : s.weights) w = 0;
+    Harness<double> h(s, false, ROF_SS_MATRIX_FULL);
+    EXPECT_EQ(h.Run(ROF_SS_COV | ROF_SS_COR | ROF_SS_MEAN, method), 0);
+    for (int id : {19, 21})
+      for (double v : h.arrays[id]) EXPECT_EQ(v, 0.0) << method << " id " << id;
+    EXPECT_EQ(h.accum[0], 0.0);
+  }
+}
+
+TEST(SSBasicBadInput, NaNDataGiveNaNResultsOfItsVariable) {
+  Sample s = MakeSample(3, 300, false, false, 5);
+  s.x[1 * 300 + 17] = NAN;  // variable 1
+  Harness<double> h(s, false, ROF_SS_MATRIX_FULL);
+  EXPECT_EQ(h.Run(kAllBasic, ROF_SS_METHOD_ONE_PASS, qor_support_pool_threading(2)), 0);
+  EXPECT_TRUE(isnan(h.arrays[7][1]));
+  EXPECT_TRUE(isnan(h.arrays[19][1 * 3 + 1]));
+  EXPECT_TRUE(isfinite(h.arrays[7][0]) && isfinite(h.arrays[7][2]));
+  EXPECT_TRUE(isfinite(h.arrays[19][0 * 3 + 2]));
+}
+
+TEST(SSBasicBadInput, WideIndicesAreReadAtSixtyFourBits) {
+  Sample s = MakeSample(3, 50, true, false, 6);
+  std::vector<double> x(s.x);
+  const int64_t p = 3, n = 50, storage = ROF_SS_OBSERV_COLUMNS;
+  const int64_t indices[3] = {int64_t(1) << 32, 0, 1};  // 32-bit reads would skip variable 0
+  rofSSTask* task = nullptr;
+  ASSERT_EQ(__rofdSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, indices, 1), 0);
+  double mean[3] = {-1, -1, -1};
+  __rofdSSEditTask(task, ROF_SS_ED_MEAN, mean);
+  EXPECT_EQ(_rofdSSBasic(task, ROF_SS_MEAN, ROF_SS_METHOD_FAST, nullptr), 0);
+  const Reference r = Compute({&s}, nullptr);
+  EXPECT_NEAR(mean[0], double(r.mean[0]), 1e-13);
+  EXPECT_EQ(mean[1], -1);
+  EXPECT_NEAR(mean[2], double(r.mean[2]), 1e-13);
+  __rofSSDeleteTask(&task);
+}
+
+}  // namespace
+}  // namespace ss_test

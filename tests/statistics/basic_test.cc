@@ -1,0 +1,269 @@
+// Basic estimates against a long double two-pass reference: every estimate and storage form,
+// both layouts, with and without weights and indices, p up to 40 and n up to 10^5; streaming
+// over chunks; and the same result for a block count whatever threads run the blocks.
+//
+// Bound: each error is measured against the natural scale of its estimate (the weighted mean
+// of |x|^k for raw moments and sums, the sum of w |x - m|^k for central sums and moments,
+// sqrt(C_aa C_bb) for cov and cross-products, 1 for correlations) and must stay below
+// 2^-40 in double and 2^-11 in float. The running updates lose about sqrt(n) roundings of
+// that scale (n = 10^5: some 300 ulps, 2^-44 in double, 2^-15 in float); the bound leaves a
+// factor 16 for the higher powers and the closing divisions.
+#include <gtest/gtest.h>
+#include <math.h>
+
+#include <string>
+
+#include "support/threading_tables.h"
+#include "tests/statistics/harness.h"
+
+namespace ss_test {
+namespace {
+
+template <class T>
+constexpr Real Tolerance() {
+  return sizeof(T) == 8 ? ldexpl(1, -40) : ldexpl(1, -11);
+}
+
+// Rounding of a computed mean, relative to |x|, as it enters the central sums' scales.
+template <class T>
+Real Slack() {
+  return std::numeric_limits<T>::epsilon() / sqrtl(Tolerance<T>());
+}
+
+template <class T>
+void ExpectNear(T got, Real want, Real scale, const std::string& what) {
+  if (!isfinite(want)) {
+    EXPECT_FALSE(std::isfinite(got)) << what << " got " << got;
+    return;
+  }
+  EXPECT_LE(fabsl(Real(got) - want), Tolerance<T>() * scale)
+      << what << " got " << got << " want " << double(want) << " scale " << double(scale);
+}
+
+// Every estimate of kAllBasic in h against r; the caller's mean as it was (user mean) when
+// `user_mean` is set.
+template <class T>
+void ExpectMatches(const Harness<T>& h, const Reference& r, bool user_mean) {
+  const Real w = r.w, unbias = w / (w * w - r.w2);
+  for (int64_t v = 0; v < h.p; ++v) {
+    const std::string at = " of variable " + std::to_string(v);
+    if (!h.Active(v)) {
+      for (int id : kVectorIds) EXPECT_EQ(h.arrays.at(id)[v], T(kSentinel)) << id << at;
+      continue;
+    }
+    auto vec = [&](int id) { return h.arrays.at(id)[v]; };
+    if (!user_mean) ExpectNear(vec(7), r.mean[v], r.abs_raw[0][v], "mean" + at);
+    ExpectNear(vec(67), r.mean[v] * w, r.abs_raw[0][v] * w, "sum" + at);
+    for (int k = 0; k < 3; ++k) {
+      const std::string order = std::to_string(k + 2) + at;
+      ExpectNear(vec(8 + k), r.raw[k][v], r.abs_raw[k + 1][v], "raw moment " + order);
+      ExpectNear(vec(68 + k), r.raw[k][v] * w, r.abs_raw[k + 1][v] * w, "raw sum " + order);
+      ExpectNear(vec(71 + k), r.cen[k][v], r.abs_cen[k][v], "central sum " + order);
+      const Real f = k == 0 ? unbias : 1 / w;
+      ExpectNear(vec(11 + k), r.cen[k][v] * f, r.abs_cen[k][v] * f, "central moment " + order);
+    }
+    // One observation: no second moment.
+    if (r.CovDivisor() == 0) {
+      EXPECT_FALSE(std::isfinite(vec(11))) << at;
+      continue;
+    }
+    const Real m2 = r.CenMom(2, v), m3 = r.CenMom(3, v), m4 = r.CenMom(4, v);
+    ExpectNear(vec(14), m4 / (m2 * m2) - 3, 3 * r.abs_cen[2][v] / w / (m2 * m2), "kurtosis" + at);
+    ExpectNear(vec(15), m3 / sqrtl(m2 * m2 * m2), 3 * r.abs_cen[1][v] / w / sqrtl(m2 * m2 * m2),
+               "skewness" + at);
+    const Real mean = user_mean ? Real(h.arrays.at(7)[v]) : r.mean[v];
+    ExpectNear(vec(18), sqrtl(m2) / mean, 2 * sqrtl(m2) / fabsl(mean) * r.abs_raw[0][v] / fabsl(mean),
+               "variation" + at);
+  }
+  for (int64_t a = 0; a < h.p; ++a)
+    for (int64_t b = a; b < h.p; ++b) {
+      const std::string at = " (" + std::to_string(a) + ", " + std::to_string(b) + ")";
+      const bool active = h.Active(a) && h.Active(b);
+      const Real caa = r.cross[a * h.p + a], cbb = r.cross[b * h.p + b];
+      const Real cab = r.cross[a * h.p + b];
+      const Real norm = sqrtl(r.abs_cen[0][a] * r.abs_cen[0][b]);
+      const Real want[3] = {r.Cov(a, b), a == b ? r.Cov(a, a) : cab / sqrtl(caa * cbb), cab};
+      const Real scale[3] = {norm / r.CovDivisor(), a == b ? norm / r.CovDivisor() : 1, norm};
+      for (int m = 0; m < 3; ++m) {
+        const int id = kMatrixIds[m];
+        const T* got = h.MatrixAt(id, a, b);
+        if (got == nullptr) continue;
+        if (!active) {
+          EXPECT_EQ(*got, T(kSentinel)) << id << at;
+          continue;
+        }
+        // One observation: cov and cor have no divisor, the cross-product stands.
+        if (r.CovDivisor() == 0 && id != 74) continue;
+        ExpectNear(*got, want[m], scale[m], "matrix " + std::to_string(id) + at);
+        const T lower = h.arrays.at(id)[b * h.p + a];
+        if (h.matrix_storage[m] == ROF_SS_MATRIX_FULL && !(std::isnan(lower) && std::isnan(*got)))
+          EXPECT_EQ(lower, *got) << "lower triangle " << id << at;
+      }
+    }
+}
+
+struct Shape {
+  int64_t p, n;
+  bool weighted;
+};
+
+std::vector<Shape> Shapes() {
+  std::vector<Shape> shapes;
+  for (int64_t p : {1, 2, 5, 17, 40})
+    for (int64_t n : {1, 2, 31, 1000, 100000}) {
+#ifndef QOR_FULL_TESTS
+      // The default run keeps 10^5 observations to one and five variables.
+      if (n > 1000 && p != 1 && p != 5) continue;
+#endif
+      for (bool weighted : {false, true}) shapes.push_back({p, n, weighted});
+    }
+  return shapes;
+}
+
+// The caller's mean for the user-mean method: near the sample mean, off by a quarter spread.
+template <class T>
+void SetUserMean(Harness<T>& h, const Sample& s) {
+  for (int64_t v = 0; v < h.p; ++v) {
+    double sum = 0;
+    for (int64_t i = 0; i < s.n; ++i) sum += s.At(v, i);
+    if (h.Active(v)) h.arrays[7][v] = T(sum / s.n + 0.25);
+  }
+}
+
+template <class T>
+class BasicTest : public ::testing::Test {};
+using RealTypes = ::testing::Types<double, float>;
+TYPED_TEST_SUITE(BasicTest, RealTypes);
+
+TYPED_TEST(BasicTest, EveryEstimateMatchesReference) {
+  using T = TypeParam;
+  int form = 0;
+  for (const Shape& shape : Shapes()) {
+    Sample rows = MakeSample(shape.p, shape.n, false, shape.weighted, shape.p * 1000 + shape.n);
+    for (double& v : rows.x) v = static_cast<T>(v);
+    for (double& v : rows.weights) v = static_cast<T>(v);
+    std::vector<double> centre(shape.p);
+    for (int64_t v = 0; v < shape.p; ++v) {
+      double sum = 0;
+      for (int64_t i = 0; i < shape.n; ++i) sum += rows.At(v, i);
+      centre[v] = static_cast<T>(sum / shape.n + 0.25);
+    }
+    const Reference plain = Compute({&rows}, nullptr, Slack<T>());
+    const Reference around = Compute({&rows}, centre.data(), Slack<T>());
+    for (bool columns : {false, true}) {
+      Sample s = columns ? OtherLayout(rows) : rows;
+      for (bool subset : {false, true})
+        for (uint32_t method :
+             {ROF_SS_METHOD_ONE_PASS, ROF_SS_METHOD_FAST, ROF_SS_METHOD_USER_MEAN}) {
+          const int32_t storage = form++ % 3;
+          SCOPED_TRACE("p " + std::to_string(shape.p) + " n " + std::to_string(shape.n) +
+                       (columns ? " columns" : " rows") + (shape.weighted ? " weighted" : "") +
+                       (subset ? " subset" : "") + " method " + std::to_string(method) +
+                       " storage " + std::to_string(storage));
+          Harness<T> h(s, subset, storage);
+          const bool user_mean = method == ROF_SS_METHOD_USER_MEAN;
+          if (user_mean)
+            for (int64_t v = 0; v < shape.p; ++v)
+              if (h.Active(v)) h.arrays[7][v] = T(centre[v]);
+          ASSERT_EQ(h.Run(kAllBasic, method, qor_support_pool_threading(2)), 0);
+          ExpectMatches(h, user_mean ? around : plain, user_mean);
+          ExpectNear(h.accum[0], plain.w, plain.w, "accumulated weight");
+          if (::testing::Test::HasFailure()) return;
+        }
+    }
+  }
+}
+
+// k calls on consecutive chunks, weights given, against the reference of the whole.
+TYPED_TEST(BasicTest, ChunkedCallsContinueTheRun) {
+  using T = TypeParam;
+  constexpr int64_t kTotal = 3000, kP = 4;
+  for (uint32_t method : {ROF_SS_METHOD_ONE_PASS, ROF_SS_METHOD_FAST, ROF_SS_METHOD_USER_MEAN})
+    for (bool columns : {false, true})
+      for (int64_t k : {1, 2, 7, 100}) {
+        SCOPED_TRACE("method " + std::to_string(method) + " chunks " + std::to_string(k) +
+                     (columns ? " columns" : " rows"));
+        std::vector<Sample> chunks;
+        for (int64_t c = 0; c < k; ++c)
+          chunks.push_back(MakeSample(kP, kTotal / k, columns, true, 77 + c));
+        Harness<T> h(chunks[0], true, int32_t(k % 3));
+        std::vector<const Sample*> all;
+        for (Sample& c : chunks) {
+          if (&c != &chunks[0])
+            for (double& v : c.x) v = static_cast<T>(v);
+          for (double& v : c.weights) v = static_cast<T>(v);
+          all.push_back(&c);
+        }
+        const bool user_mean = method == ROF_SS_METHOD_USER_MEAN;
+        if (user_mean) SetUserMean(h, chunks[0]);
+        std::vector<double> centre(h.arrays[7].begin(), h.arrays[7].end());
+        for (Sample& c : chunks) {
+          std::vector<T> x(c.x.begin(), c.x.end()), w(c.weights.begin(), c.weights.end());
+          h.n = int32_t(c.n);
+          Edit(h.task, ROF_SS_ED_OBSERV, x.data());
+          Edit(h.task, ROF_SS_ED_WEIGHTS, w.data());
+          ASSERT_EQ(h.Run(kAllBasic, method, qor_support_pool_threading(2)), 0);
+        }
+        ExpectMatches(h, Compute(all, user_mean ? centre.data() : nullptr, Slack<T>()), user_mean);
+        if (::testing::Test::HasFailure()) return;
+      }
+}
+
+// Runs the bodies in reverse order on the calling thread and answers `threads`.
+template <int kThreads>
+int ReverseFor(int64_t total, int64_t blocks, void* args, qorThreadBody body) {
+  for (int64_t i = blocks - 1; i >= 0; --i) body(i, blocks, total, args);
+  return 0;
+}
+template <int kThreads>
+int Count(int64_t, int64_t, int64_t, int64_t) {
+  return kThreads;
+}
+template <int kThreads>
+const qorThreading kReverse = {ReverseFor<kThreads>, {}, Count<kThreads>};
+
+TYPED_TEST(BasicTest, BlockResultsDoNotDependOnTheThreads) {
+  using T = TypeParam;
+  const std::pair<int, const qorThreading*> tables[] = {
+      {2, &kReverse<2>}, {4, &kReverse<4>}, {8, &kReverse<8>}};
+  for (uint32_t method : {ROF_SS_METHOD_ONE_PASS, ROF_SS_METHOD_FAST, ROF_SS_METHOD_USER_MEAN})
+    for (const auto& [threads, serial] : tables) {
+      SCOPED_TRACE("method " + std::to_string(method) + " threads " + std::to_string(threads));
+      Sample s = MakeSample(5, 20000, threads == 4, true, 5);
+      Harness<T> a(s, false, 0), b(s, false, 0);
+      for (Harness<T>* h : {&a, &b})
+        if (method == ROF_SS_METHOD_USER_MEAN) SetUserMean(*h, s);
+      ASSERT_EQ(a.Run(kAllBasic, method, serial), 0);
+      ASSERT_EQ(b.Run(kAllBasic, method, qor_support_pool_threading(threads)), 0);
+      for (const auto& [id, values] : a.arrays) EXPECT_EQ(values, b.arrays.at(id)) << id;
+      EXPECT_EQ(a.accum[0], b.accum[0]);
+      EXPECT_EQ(a.accum[1], b.accum[1]);
+    }
+}
+
+// The derivations reproduce the moments, cov and cor of a computing call from its sums,
+// cross-product and accumulated weights.
+TYPED_TEST(BasicTest, DerivationsMatchComputedResults) {
+  using T = TypeParam;
+  Sample s = MakeSample(6, 500, false, true, 9);
+  Harness<T> h(s, true, ROF_SS_MATRIX_PACKED);
+  ASSERT_EQ(h.Run(kAllBasic, ROF_SS_METHOD_ONE_PASS), 0);
+  const auto computed = h.arrays;
+  const uint64_t derived = ROF_SS_MEAN | ROF_SS_RAW_MOM2 | ROF_SS_RAW_MOM3 | ROF_SS_RAW_MOM4 |
+                           ROF_SS_CEN_MOM2 | ROF_SS_CEN_MOM3 | ROF_SS_CEN_MOM4 | ROF_SS_KURTOSIS |
+                           ROF_SS_SKEWNESS | ROF_SS_VARIATION | ROF_SS_COV | ROF_SS_COR;
+  for (int id : {7, 8, 9, 10, 11, 12, 13, 14, 15, 18, 19, 21})
+    for (int64_t i = 0; i < h.p; ++i) h.arrays[id][i] = T(kSentinel);
+  const T accum[2] = {h.accum[0], h.accum[1]};
+  ASSERT_EQ(h.Run(derived, ROF_SS_METHOD_FROM_CP | ROF_SS_METHOD_FROM_SUMS), 0);
+  EXPECT_EQ(h.accum[0], accum[0]);
+  for (const auto& [id, values] : computed)
+    for (size_t i = 0; i < values.size(); ++i) {
+      const T got = h.arrays[id][i], want = values[i];
+      const T tol = T(64) * std::numeric_limits<T>::epsilon() * (1 + std::fabs(want));
+      EXPECT_NEAR(got, want, tol) << "id " << id << " entry " << i;
+    }
+}
+
+}  // namespace
+}  // namespace ss_test
