@@ -140,10 +140,10 @@ struct Parts {
 };
 
 // sin and cos of |x| from its reduction: the row's cos C = c + cm1 and sin S = s + sl, with
-// sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r - e S, where
-// e c and e s stand for e C and e S (|e| < 2^-60, |cm1|, |sl| < 2^-7). The products c r and
-// s r are exact where their sums cancel, since c or s is +-1 or 0 there; the rounding error of
-// the first addition is kept.
+// sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r - e S (e
+// reaches 2^-50 near the medium limit, so C and S are whole there). The products c r and s r
+// are exact where their sums cancel, since c or s is +-1 or 0 there; the rounding error of the
+// first addition is kept.
 template <bool kSin, bool kCos>
 [[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts, Parts* cos_parts) {
   const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
@@ -160,16 +160,17 @@ template <bool kSin, bool kCos>
   const D ps = r * u * (s5() * u - s3());
   const D pc = u * (c2() + u * (c4() - u * c6()));
   const D sin_r = r + ps;
+  const D C = c + cm1, S = s + sl;
   if constexpr (kSin) {
     const D cr = c * r;
     const D hi = s + cr;
-    const D small = ((sl + (s + sl) * pc) + (c * ps + cm1 * sin_r)) + e * c;
+    const D small = ((sl + S * pc) + (c * ps + cm1 * sin_r)) + e * C;
     *sin_parts = {hi, ((s - hi) + cr) + small};
   }
   if constexpr (kCos) {
     const D sr = s * r;
     const D hi = c - sr;
-    const D small = ((cm1 + (c + cm1) * pc) - (s * ps + sl * sin_r)) - e * s;
+    const D small = ((cm1 + C * pc) - (s * ps + sl * sin_r)) - e * S;
     *cos_parts = {hi, ((c - hi) - sr) + small};
   }
 }

@@ -72,9 +72,11 @@ int MpfrPow3o2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
 
 // The end of the medium reduction and its neighbours, the steps of the table at pi/512, multiples
 // of pi/2 and pi, and huge arguments up to the largest double, among them the double closest
-// to a multiple of pi/2 (6381956970095103 2^797) and 1e22.
+// to a multiple of pi/2 (6381956970095103 2^797) and 1e22; and two arguments near the limit,
+// where the rest of the medium reduction reaches 2^-50 and must meet the table's whole values.
 const std::vector<double> kTrigPoints = {
-    65536.00349206588, 65536.0, 65537.0, 0x1p-26, 0.0061359231515425647, 1.5707963267948966,
+    65536.00349206588, 65536.0, 65537.0, 64473.213697426458, -63344.04660132368,
+    0x1p-26, 0.0061359231515425647, 1.5707963267948966,
     3.1415926535897931, 4.7123889803846897, 1e22, 6381956970095103.0 * 0x1p797, 0x1p1000,
     1e300, 1.7976931348623157e308};
 // The end of the single-precision reduction, multiples of pi/2 and pi, and huge arguments.
