@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/ratio_table.h"
 #include "qor/tem.h"
 
 extern "C" {
@@ -373,30 +374,15 @@ void RegisterSinCos(const char* function, T (*sin)(T), void (*sincos)(T, T*, T*)
   }, 2);
 }
 
-// The console output, then a table of ns per element (median run when repeated) and the
+// The table of RatioTable in fixed columns: ns per element of qor and the three peers, then the
 // ratios qor/peer, below 1 when qor is faster.
-class RatioReporter : public benchmark::ConsoleReporter {
+class PeerColumns : public RatioTable {
  public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.error_occurred) continue;
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
-      const auto items = run.counters.find("items_per_second");
-      if (items == run.counters.end() || items->second.value <= 0) continue;
-      // "dExp/qor/n:1000" or "dExp/qor/n:1000_median": function/side/size.
-      std::string name = run.run_name.str();
-      const size_t first = name.find('/'), second = name.find('/', first + 1);
-      const std::string key = name.substr(0, first) + " " + name.substr(second + 3);
-      ns_[key][name.substr(first + 1, second - first - 1)] = 1e9 / items->second.value;
-    }
-  }
-
   void Finalize() override {
     ConsoleReporter::Finalize();
     std::printf("\n%-18s %9s %9s %9s %9s   %s\n", "function n", "qor ns", "sleef ns",
                 "libmvec ns", "glibc ns", "qor/sleef qor/libmvec qor/glibc");
-    for (const auto& [key, sides] : ns_) {
+    for (const auto& [key, sides] : ns()) {
       auto ns = [&](const char* side) {
         const auto it = sides.find(side);
         return it == sides.end() ? NAN : it->second;
@@ -407,9 +393,6 @@ class RatioReporter : public benchmark::ConsoleReporter {
                   qor / ns("libmvec"), qor / ns("glibc"));
     }
   }
-
- private:
-  std::map<std::string, std::map<std::string, double>> ns_;
 };
 
 }  // namespace
@@ -428,7 +411,7 @@ int main(int argc, char** argv) {
   RegisterSinCos<float, Sleef___m128_2, Sleef_sincosf4_u10sse2>("sSinCos", sinf, sincosf);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  PeerColumns reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   return 0;

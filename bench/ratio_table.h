@@ -41,6 +41,10 @@ class RatioTable : public benchmark::ConsoleReporter {
     }
   }
 
+ protected:
+  // ns per element by "function n", then by side.
+  const std::map<std::string, std::map<std::string, double>>& ns() const { return ns_; }
+
  private:
   std::map<std::string, std::map<std::string, double>> ns_;
 };

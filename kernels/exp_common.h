@@ -9,6 +9,7 @@
 #include <string.h>
 
 #include "frame/kernel_frame.h"
+#include "kernels/float_format.h"
 
 namespace tem {
 namespace expo {
@@ -19,22 +20,7 @@ namespace expo {
 using D = Vec<double>;
 using F = Vec<float>;
 
-inline uint64_t BitsOf(double x) {
-  uint64_t b;
-  memcpy(&b, &x, 8);
-  return b;
-}
-inline double FromBits(uint64_t b) {
-  double x;
-  memcpy(&x, &b, 8);
-  return x;
-}
-inline uint32_t BitsOf(float x) {
-  uint32_t b;
-  memcpy(&b, &x, 4);
-  return b;
-}
-inline double Pow2(int k) { return FromBits(static_cast<uint64_t>(k + 1023) << 52); }
+inline double Pow2(int k) { return DoubleOf(static_cast<uint64_t>(k + 1023) << 52); }
 
 // (hi + v) * 2^k for a normal result, k up to 1024, with one rounding.
 inline double ScaleNormal(double hi, double v, int k) {

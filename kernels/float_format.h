@@ -8,6 +8,23 @@
 
 namespace tem {
 
+// The bits of a double or a float as an unsigned integer, and a double from its bits.
+inline uint64_t BitsOf(double x) {
+  uint64_t b;
+  memcpy(&b, &x, sizeof b);
+  return b;
+}
+inline double DoubleOf(uint64_t b) {
+  double x;
+  memcpy(&x, &b, sizeof x);
+  return x;
+}
+inline uint32_t BitsOf(float x) {
+  uint32_t b;
+  memcpy(&b, &x, sizeof b);
+  return b;
+}
+
 template <class T>
 struct Format;
 

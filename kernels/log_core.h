@@ -8,6 +8,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "kernels/float_format.h"
+
 namespace tem {
 
 // -log_b(c) - 1013 log_b(2) for the integer reciprocals c = 512..1024, as {hi, lo}.
@@ -16,22 +18,6 @@ extern const double kLog2BlockTable[513][2];
 extern const double kLog10BlockTable[513][2];
 // {rcp, hi, lo}: rcp ~ 1 / (1 + j / 64), hi + lo = -ln(rcp).
 extern const double kLnCoreTable[128][3];
-
-inline uint64_t BitsOf(double x) {
-  uint64_t b;
-  memcpy(&b, &x, sizeof b);
-  return b;
-}
-inline double DoubleOf(uint64_t b) {
-  double x;
-  memcpy(&x, &b, sizeof x);
-  return x;
-}
-inline uint32_t BitsOf(float x) {
-  uint32_t b;
-  memcpy(&b, &x, sizeof b);
-  return b;
-}
 
 // Quiet NaN with a clear sign (0x7FF8...), the result of a domain error.
 inline constexpr uint64_t kQuietNaNBits = 0x7FF8000000000000ull;

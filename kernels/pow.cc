@@ -16,7 +16,6 @@ namespace power {
 namespace {
 
 using F = Vec<float>;
-using expo::BitsOf;
 using expo::Pow2;
 
 // 1 for an odd integer, 2 for an even integer (and every |y| >= 2^53, infinities too), 0 for

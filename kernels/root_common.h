@@ -1,4 +1,4 @@
-// Pieces shared by the roots: bit access, the single-precision seed of the reciprocal square
+// Pieces shared by the roots: the single-precision seed of the reciprocal square
 // root and its correcting series, and the special values of the square roots, written once for
 // float and double.
 #ifndef QOR_KERNELS_ROOT_COMMON_H_
@@ -9,28 +9,13 @@
 #include <string.h>
 
 #include "frame/kernel_frame.h"
+#include "kernels/float_format.h"
 
 namespace tem {
 namespace roots {
 
 using D = Vec<double>;
 using F = Vec<float>;
-
-inline uint64_t BitsOf(double x) {
-  uint64_t b;
-  memcpy(&b, &x, 8);
-  return b;
-}
-inline uint32_t BitsOf(float x) {
-  uint32_t b;
-  memcpy(&b, &x, 4);
-  return b;
-}
-inline double DoubleFromBits(uint64_t b) {
-  double x;
-  memcpy(&x, &b, 8);
-  return x;
-}
 
 // Splits a double so that products of the high part with a 13-bit factor are exact.
 inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;

@@ -53,8 +53,8 @@ inline double HypotDouble(double x, double y) {
     post = 0x1p-600;
   }
   const uint64_t biased = BitsOf(a) >> 52;
-  const double scale = DoubleFromBits((2047 - biased) << 52);  // 2^(1024 - E)
-  const double unscale = DoubleFromBits((biased - 1) << 52);   // 2^(E - 1024)
+  const double scale = DoubleOf((2047 - biased) << 52);  // 2^(1024 - E)
+  const double unscale = DoubleOf((biased - 1) << 52);   // 2^(E - 1024)
   const double sa = a * scale, sb = b * scale;
   double aa, aa_lo, bb, bb_lo;
   TwoProduct(sa, sa, &aa, &aa_lo);
