@@ -1,5 +1,6 @@
-// Exponential and logarithm families (and sAbs): each qor kernel against SLEEF's SSE2 1-ulp variant and
-// glibc's libmvec SSE variant looped over the array, and glibc's scalar function in a loop, at
+// Exponential and logarithm families, ErfInv and sAbs: each qor kernel against SLEEF's SSE2
+// 1-ulp variant and glibc's libmvec SSE variant looped over the array, and glibc's scalar function
+// (for ErfInv a scalar Newton reference) in a loop, at
 // n = 1000 and n = 10^6, in one run. qor kernels are found by name, so absent ones are not
 // registered. After the runs a table gives ns per element and the ratios qor/peer.
 #include <benchmark/benchmark.h>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "qor/tem.h"
+#include "tools/erfinv_newton.h"
 
 extern "C" {
 // libmvec's SSE variants (x86_64 vector ABI, 'b' = SSE).
@@ -82,6 +84,10 @@ struct Row {
   T (*glibc)(T);
 };
 
+// ErfInv has no SLEEF or libm peer: its scalar column is Newton's method on glibc's erf and
+// erfc, in double for both types.
+float ErfInvNewtonFloat(float x) { return static_cast<float>(erfinv_reference::ErfInvNewton(x)); }
+
 // SLEEF declares its functions with const-qualified results; this gives them the plain
 // signature of a row (the call becomes a jump).
 template <auto F>
@@ -106,6 +112,7 @@ const Row<double> kDoubleRows[] = {
     {"dAsinh", Spread::kUniform,   -1000,  1000,   PlainD<Sleef_asinhd2_u10sse2>,   _ZGVbN2v_asinh,  asinh},
     {"dAcosh", Spread::kUniform,   1,      1000,   PlainD<Sleef_acoshd2_u10sse2>,   _ZGVbN2v_acosh,  acosh},
     {"dAtanh", Spread::kUniform,   -0.999, 0.999,  PlainD<Sleef_atanhd2_u10sse2>,   _ZGVbN2v_atanh,  atanh},
+    {"dErfInv", Spread::kUniform,  -0.999, 0.999,  nullptr,                         nullptr,         erfinv_reference::ErfInvNewton},
 };
 const Row<float> kFloatRows[] = {
     {"sAbs",   Spread::kUniform,   -1000,  1000,   PlainF<Sleef_fabsf4_sse2>,       nullptr,         fabsf},
@@ -124,6 +131,7 @@ const Row<float> kFloatRows[] = {
     {"sAsinh", Spread::kUniform,   -1000,  1000,   PlainF<Sleef_asinhf4_u10sse2>,   _ZGVbN4v_asinhf, asinhf},
     {"sAcosh", Spread::kUniform,   1,      1000,   PlainF<Sleef_acoshf4_u10sse2>,   _ZGVbN4v_acoshf, acoshf},
     {"sAtanh", Spread::kUniform,   -0.999, 0.999,  PlainF<Sleef_atanhf4_u10sse2>,   _ZGVbN4v_atanhf, atanhf},
+    {"sErfInv", Spread::kUniform,  -0.999, 0.999,  nullptr,                         nullptr,         ErfInvNewtonFloat},
 };
 // clang-format on
 

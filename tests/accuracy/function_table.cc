@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "tools/mpfr_erfinv.h"
+
 namespace accuracy {
 namespace {
 
@@ -21,6 +23,11 @@ const std::vector<double> kTanhIntervals = {0.21875, 0.3125, 0.4375, 0.625, 0.87
 
 // Distances from 1 where the logarithms' short path ends.
 const std::vector<double> kNearOne = {1.0, 1.0 - 0x1p-7 * 1.25, 1.0 + 0x1p-7 * 1.25};
+
+// ErfInv: w = 1 - |x| at row ends (0.875, 0.5, 2^-20), the last magnitudes of the companion
+// (2^-53 in double, 2^-24 in single), the poles, and the smallest double whose result is normal.
+const std::vector<double> kErfInvPoints = {0.125, 0.5, 1.0 - 0x1p-20, 1.0, -1.0,
+                                           0x1p-1022 / 0.886226925452758};
 
 std::vector<double> Concat(std::vector<double> a, const std::vector<double>& b) {
   a.insert(a.end(), b.begin(), b.end());
@@ -81,6 +88,11 @@ const std::vector<FunctionRow>& Functions() {
       {"dAcosh", mpfr_acosh, acosh, {1.0, 1e3}, {1.0, 1.0 + 0x1p-26, 2.0, 0x1p511, 0x1p1023}},
       {"sAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-12}},
       {"dAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-26}},
+
+      {"sErfInv", erfinv_reference::MpfrErfInv, erfinv_reference::ErfInvNewton, {-1.0, 1.0},
+       Concat(kErfInvPoints, {0x1p-24, 1.0 - 0x1p-24})},
+      {"dErfInv", erfinv_reference::MpfrErfInv, nullptr, {-1.0, 1.0},
+       Concat(kErfInvPoints, {0x1p-53, 0x1.0000100000000p-53, 1.0 - 0x1p-53})},
   };
   return rows;
 }
