@@ -55,7 +55,8 @@ inline int MpfrErfInv(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
       mpfr_mul(d, d, c, MPFR_RNDN);
       mpfr_div(d, f, d, MPFR_RNDN);
       mpfr_add(y, y, d, MPFR_RNDN);
-      if (mpfr_zero_p(d) || mpfr_get_exp(d) < mpfr_get_exp(y) - prec + 4) break;
+      // The error after a step is about y d^2: a step below half the precision is the last.
+      if (mpfr_zero_p(d) || mpfr_get_exp(d) < mpfr_get_exp(y) - prec / 2 - 8) break;
     }
   }
   if (mpfr_sgn(x) < 0) mpfr_neg(y, y, MPFR_RNDN);
