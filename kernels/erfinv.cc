@@ -50,7 +50,8 @@ struct ErfInvDouble {
   // Magnitudes whose high word lies outside [0x3CA00001, 0x3FEFFFFF]: up to about 2^-53, from 1
   // up, infinities and NaNs; all others have 0 < w < 1.
   static __m128i FlagMask(__m128d a) {
-    const __m128i biased = _mm_add_epi32(HighWords(a), _mm_set1_epi32(static_cast<int>(0xC35FFFFFu)));
+    const __m128i biased =
+        _mm_add_epi32(HighWords(a), _mm_set1_epi32(static_cast<int>(0xC35FFFFFu)));
     const __m128i above = UnsignedAbove(biased, 0x034FFFFE);
     return _mm_shuffle_epi32(above, _MM_SHUFFLE(2, 2, 0, 0));
   }
@@ -80,7 +81,8 @@ struct ErfInvDouble {
         _mm_sub_epi64(_mm_set1_epi64x(0x7FE0000000000000ll),
                       _mm_and_si128(wbits, _mm_set1_epi64x(0x3FF0000000000000ll))));
     const __m128d t = _mm_add_pd(t0, _mm_mul_pd(e, scale));
-    const __m128d split = _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(0xFFFFFFFFF8000000ull)));
+    const __m128d split =
+        _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(0xFFFFFFFFF8000000ull)));
     const __m128d th = _mm_and_pd(t0, split);
     const __m128d tl = _mm_sub_pd(t, th);
 

@@ -1,7 +1,8 @@
 // Generates the tables of ErfInv with MPFR. Each row fits erfinv(x) / x, x = 1 - w, over a
 // quarter (double) or an eighth (single) binade of w, as a polynomial in the row's local
 // variable t, by interpolation at Chebyshev nodes; the first two coefficients are split into a
-// short high part and the rest, so that the kernels' products with the split t and x are exact. The worst relative error of the rounded rows goes in the header.
+// short high part and the rest, so that the kernels' products with the split t and x are exact.
+// The worst relative error of the rounded rows goes in the header.
 //
 //   gen_erfinv_tables > kernels/erfinv_tables.inc
 #include <math.h>
@@ -54,8 +55,10 @@ struct Layout {
 };
 
 // The single high linear part is rounded down, so that its low part is never negative.
-constexpr Layout kDouble = {"temErfInvTableD", "double", 212, 2, 4091, 1023, 14, 26, 26, MPFR_RNDN, 53};
-constexpr Layout kSingle = {"temErfInvTableS", "float", 192, 3, 1015, 127, 5, 24, 12, MPFR_RNDD, 24};
+constexpr Layout kDouble = {"temErfInvTableD", "double", 212, 2, 4091, 1023, 14,
+                            26, 26, MPFR_RNDN, 53};
+constexpr Layout kSingle = {"temErfInvTableS", "float", 192, 3, 1015, 127, 5,
+                            24, 12, MPFR_RNDD, 24};
 
 // w at the local variable t of row `row`.
 Big WOf(const Layout& l, int row, const Big& t) {
