@@ -12,32 +12,9 @@
 #include <vector>
 
 #include "tools/mpfr_erfinv.h"
+#include "tools/mpfr_number.h"
 
 namespace {
-
-constexpr mpfr_prec_t kPrec = 320;
-
-// An MPFR number with value semantics, enough for the fits below.
-class Big {
- public:
-  Big() { mpfr_init2(v_, kPrec); mpfr_set_zero(v_, 1); }
-  Big(double d) { mpfr_init2(v_, kPrec); mpfr_set_d(v_, d, MPFR_RNDN); }  // NOLINT
-  Big(const Big& o) { mpfr_init2(v_, kPrec); mpfr_set(v_, o.v_, MPFR_RNDN); }
-  Big& operator=(const Big& o) { mpfr_set(v_, o.v_, MPFR_RNDN); return *this; }
-  ~Big() { mpfr_clear(v_); }
-  mpfr_ptr get() { return v_; }
-  mpfr_srcptr get() const { return v_; }
-  double D() const { return mpfr_get_d(v_, MPFR_RNDN); }
-  float F() const { return mpfr_get_flt(v_, MPFR_RNDN); }
-  friend Big operator+(const Big& a, const Big& b) { Big r; mpfr_add(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  friend Big operator-(const Big& a, const Big& b) { Big r; mpfr_sub(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  friend Big operator*(const Big& a, const Big& b) { Big r; mpfr_mul(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  friend Big operator/(const Big& a, const Big& b) { Big r; mpfr_div(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  Big Abs() const { Big r; mpfr_abs(r.v_, v_, MPFR_RNDN); return r; }
-
- private:
-  mpfr_t v_;
-};
 
 // One table's layout: rows by 2^-kTopBits binades, the local variable t = w 2^-E - top - mid
 // on [-half, half), the degree, and the bits kept in the high parts.
