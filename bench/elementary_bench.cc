@@ -1,8 +1,9 @@
-// Exponential, logarithm and trigonometric families, rounding functions, roots and powers (and
-// sAbs): each qor kernel against SLEEF's SSE2 1-ulp variant and glibc's libmvec SSE variant looped
-// over the array, and glibc's scalar function in a loop, at n = 1000 and n = 10^6, in one run. qor
-// kernels are found by name, so absent ones are not registered. After the runs a table gives ns
-// per element and the ratios qor/peer.
+// Elementary functions (exponential, logarithm and trigonometric families, rounding functions,
+// roots and powers, ErfInv, sAbs): each qor kernel against SLEEF's SSE2 1-ulp variant and glibc's
+// libmvec SSE variant looped over the array, and glibc's scalar function (for ErfInv a scalar
+// Newton reference) in a loop, at n = 1000 and n = 10^6, in one run. qor kernels are found by
+// name, so absent ones are not registered. After the runs a table gives ns per element and the
+// ratios qor/peer.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <emmintrin.h>
@@ -17,6 +18,7 @@
 
 #include "bench/ratio_table.h"
 #include "qor/tem.h"
+#include "tools/erfinv_newton.h"
 
 extern "C" {
 // libmvec's SSE variants (x86_64 vector ABI, 'b' = SSE).
@@ -96,6 +98,10 @@ struct Row {
   T (*glibc)(T);
 };
 
+// ErfInv has no SLEEF or libm peer: its scalar column is Newton's method on glibc's erf and
+// erfc, in double for both types.
+float ErfInvNewtonFloat(float x) { return static_cast<float>(erfinv_reference::ErfInvNewton(x)); }
+
 // SLEEF declares its functions with const-qualified results; this gives them the plain
 // signature of a row (the call becomes a jump).
 template <auto F>
@@ -145,6 +151,7 @@ const Row<double> kDoubleRows[] = {
     {"dSin",   Spread::kUniform,   -100,   100,    PlainD<Sleef_sind2_u10sse2>,     _ZGVbN2v_sin,    sin},
     {"dCos",   Spread::kUniform,   -100,   100,    PlainD<Sleef_cosd2_u10sse2>,     _ZGVbN2v_cos,    cos},
     {"dTan",   Spread::kUniform,   -100,   100,    PlainD<Sleef_tand2_u10sse2>,     _ZGVbN2v_tan,    tan},
+    {"dErfInv", Spread::kUniform,  -0.999, 0.999,  nullptr,                         nullptr,         erfinv_reference::ErfInvNewton},
 };
 const Row<float> kFloatRows[] = {
     {"sAbs",   Spread::kUniform,   -1000,  1000,   PlainF<Sleef_fabsf4_sse2>,       nullptr,         fabsf},
@@ -177,6 +184,7 @@ const Row<float> kFloatRows[] = {
     {"sSin",   Spread::kUniform,   -100,   100,    PlainF<Sleef_sinf4_u10sse2>,     _ZGVbN4v_sinf,   sinf},
     {"sCos",   Spread::kUniform,   -100,   100,    PlainF<Sleef_cosf4_u10sse2>,     _ZGVbN4v_cosf,   cosf},
     {"sTan",   Spread::kUniform,   -100,   100,    PlainF<Sleef_tanf4_u10sse2>,     _ZGVbN4v_tanf,   tanf},
+    {"sErfInv", Spread::kUniform,  -0.999, 0.999,  nullptr,                         nullptr,         ErfInvNewtonFloat},
 };
 
 // Two inputs, each uniform in its range.

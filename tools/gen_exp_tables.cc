@@ -13,31 +13,9 @@
 #include <functional>
 #include <vector>
 
+#include "tools/mpfr_number.h"
+
 namespace {
-
-constexpr mpfr_prec_t kPrec = 512;
-
-// An MPFR number with value semantics, enough for the fits below.
-class Big {
- public:
-  Big() { mpfr_init2(v_, kPrec); mpfr_set_zero(v_, 1); }
-  Big(double d) { mpfr_init2(v_, kPrec); mpfr_set_d(v_, d, MPFR_RNDN); }  // NOLINT
-  Big(const Big& o) { mpfr_init2(v_, kPrec); mpfr_set(v_, o.v_, MPFR_RNDN); }
-  Big& operator=(const Big& o) { mpfr_set(v_, o.v_, MPFR_RNDN); return *this; }
-  ~Big() { mpfr_clear(v_); }
-  mpfr_ptr get() { return v_; }
-  mpfr_srcptr get() const { return v_; }
-  double D() const { return mpfr_get_d(v_, MPFR_RNDN); }
-  float F() const { return mpfr_get_flt(v_, MPFR_RNDN); }
-  friend Big operator+(const Big& a, const Big& b) { Big r; mpfr_add(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  friend Big operator-(const Big& a, const Big& b) { Big r; mpfr_sub(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  friend Big operator*(const Big& a, const Big& b) { Big r; mpfr_mul(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  friend Big operator/(const Big& a, const Big& b) { Big r; mpfr_div(r.v_, a.v_, b.v_, MPFR_RNDN); return r; }
-  friend bool operator<(const Big& a, const Big& b) { return mpfr_less_p(a.v_, b.v_); }
-
- private:
-  mpfr_t v_;
-};
 
 using Fn = std::function<Big(const Big&)>;
 using MpfrFn = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);

@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "tools/mpfr_erfinv.h"
+
 namespace accuracy {
 namespace {
 
@@ -88,6 +90,11 @@ FunctionRow ResultOf(int k, FunctionRow row) {
   row.result = k;
   return row;
 }
+
+// ErfInv: w = 1 - |x| at row ends (0.875, 0.5, 2^-20), the last magnitudes of the companion
+// (2^-53 in double, 2^-24 in single), the poles, and the smallest double whose result is normal.
+const std::vector<double> kErfInvPoints = {0.125, 0.5, 1.0 - 0x1p-20, 1.0, -1.0,
+                                           0x1p-1022 / 0.886226925452758};
 
 std::vector<double> Concat(std::vector<double> a, const std::vector<double>& b) {
   a.insert(a.end(), b.begin(), b.end());
@@ -181,6 +188,10 @@ const std::vector<FunctionRow>& Functions() {
       ResultOf(2, {"dSinCos_cos", mpfr_cos, cos, {-1e5, 1e5}, kTrigPoints}),
       {"sTan", mpfr_tan, tan, {-1e4, 1e4}, kTrigPointsF},
       {"dTan", mpfr_tan, tan, {-1e5, 1e5}, kTrigPoints},
+      {"sErfInv", erfinv_reference::MpfrErfInv, erfinv_reference::ErfInvNewton, {-1.0, 1.0},
+       Concat(kErfInvPoints, {0x1p-24, 1.0 - 0x1p-24})},
+      {"dErfInv", erfinv_reference::MpfrErfInv, nullptr, {-1.0, 1.0},
+       Concat(kErfInvPoints, {0x1p-53, 0x1.0000100000000p-53, 1.0 - 0x1p-53})},
   };
   return rows;
 }

@@ -1,0 +1,233 @@
+// erfinv(x) = x * g(w), w = 1 - |x|: g = erfinv(x) / x is even and smooth, and its shape near
+// the poles follows w. One polynomial row per quarter (double) or eighth (single) binade of w,
+// picked by the bits of w, serves every magnitude with no branch on it; the sign comes from the
+// last multiplication by x alone, so that erfinv(-x) == -erfinv(x) bit for bit.
+// Flagged lanes (zero and the tiny magnitudes, +-1, beyond 1, infinities, NaN) go to the
+// companions.
+#include <stdint.h>
+#include <string.h>
+
+#include <limits>
+
+#include "frame/kernel_frame.h"
+
+namespace tem {
+namespace {
+
+#include "kernels/erfinv_tables.inc"
+
+template <class To, class From>
+To BitCast(From from) {
+  To to;
+  memcpy(&to, &from, sizeof to);
+  return to;
+}
+
+// Lanes of 32-bit integers whose value v, as unsigned, exceeds `limit`.
+inline __m128i UnsignedAbove(__m128i v, uint32_t limit) {
+  const __m128i flip = _mm_set1_epi32(static_cast<int>(0x80000000u));
+  return _mm_cmpgt_epi32(_mm_xor_si128(v, flip),
+                         _mm_set1_epi32(static_cast<int>(limit ^ 0x80000000u)));
+}
+
+// NaN with the invalid flag raised: (x - x) * infinity, for any x.
+template <class T>
+T InvalidNaN(T x) {
+  return (x - x) * std::numeric_limits<T>::infinity();
+}
+
+// 2^-766: |z| below it (z the result scaled by 2^256) means a subnormal result.
+constexpr double kSubnormalBias = 2.5764595078388533e-231;
+
+struct ErfInvDouble {
+  using T = double;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr bool kCanFail = true;
+
+  // High words of both lanes in the low 32 bits of each 64-bit half.
+  static __m128i HighWords(__m128d v) { return _mm_srli_epi64(_mm_castpd_si128(v), 32); }
+
+  // Magnitudes whose high word lies outside [0x3CA00001, 0x3FEFFFFF]: up to about 2^-53, from 1
+  // up, infinities and NaNs; all others have 0 < w < 1.
+  static __m128i FlagMask(__m128d a) {
+    const __m128i biased =
+        _mm_add_epi32(HighWords(a), _mm_set1_epi32(static_cast<int>(0xC35FFFFFu)));
+    const __m128i above = UnsignedAbove(biased, 0x034FFFFE);
+    return _mm_shuffle_epi32(above, _MM_SHUFFLE(2, 2, 0, 0));
+  }
+
+  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
+    const __m128d x = in[0].raw;
+    const __m128d one = _mm_set1_pd(1.0);
+    const __m128d a = _mm_andnot_pd(_mm_set1_pd(-0.0), x);
+    const __m128d w = _mm_sub_pd(one, a);
+    // 1 - a = w + e exactly.
+    const __m128d e = _mm_sub_pd(_mm_sub_pd(one, w), a);
+    // Row 4091 - (high word >> 18): exponent and two top mantissa bits; flagged lanes read row 0.
+    const __m128i key = _mm_srli_epi32(HighWords(w), 18);
+    const __m128i row = _mm_andnot_si128(FlagMask(a), _mm_sub_epi32(_mm_set1_epi32(4091), key));
+    const double* r0 = temErfInvTableD[_mm_cvtsi128_si32(row)];
+    const double* r1 = temErfInvTableD[_mm_cvtsi128_si32(_mm_unpackhi_epi64(row, row))];
+    auto coef = [&](int k) { return _mm_loadh_pd(_mm_load_sd(r0 + k), r1 + k); };
+
+    // m in [1, 1.25): w's low 50 mantissa bits under the exponent of 1; t0 = m - 1.125 is exact.
+    const __m128i wbits = _mm_castpd_si128(w);
+    const __m128d m = _mm_castsi128_pd(
+        _mm_or_si128(_mm_and_si128(wbits, _mm_set1_epi64x(0x0003FFFFFFFFFFFFll)),
+                     _mm_set1_epi64x(0x3FF0000000000000ll)));
+    const __m128d t0 = _mm_sub_pd(m, _mm_set1_pd(1.125));
+    // e at the weight of t: times 2^-exponent(w), built as 0x7FE0... less w's exponent field.
+    const __m128d scale = _mm_castsi128_pd(
+        _mm_sub_epi64(_mm_set1_epi64x(0x7FE0000000000000ll),
+                      _mm_and_si128(wbits, _mm_set1_epi64x(0x3FF0000000000000ll))));
+    const __m128d t = _mm_add_pd(t0, _mm_mul_pd(e, scale));
+    const __m128d split =
+        _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(0xFFFFFFFFF8000000ull)));
+    const __m128d th = _mm_and_pd(t0, split);
+    const __m128d tl = _mm_sub_pd(t, th);
+
+    // P = t (r1 + t (r2 + ... + t r14)).
+    __m128d p = coef(14);
+    for (int k = 13; k >= 1; --k) p = _mm_add_pd(_mm_mul_pd(p, t), coef(k));
+    p = _mm_mul_pd(p, t);
+    // r15 + r16 t in two parts: th * r16 is exact, S keeps 26 bits, lo the rest.
+    const __m128d high0 = coef(15), high1 = coef(16);
+    const __m128d u = _mm_mul_pd(th, high1);
+    const __m128d v = _mm_mul_pd(tl, high1);
+    const __m128d s = _mm_and_pd(_mm_add_pd(high0, u), split);
+    const __m128d lo = _mm_add_pd(_mm_add_pd(_mm_sub_pd(high0, s), u), v);
+    const __m128d q = _mm_add_pd(_mm_add_pd(p, coef(0)), lo);
+    // x (S + Q) with S * xh exact, added last.
+    const __m128d xh = _mm_and_pd(x, split);
+    const __m128d xl = _mm_sub_pd(x, xh);
+    out[0] = _mm_add_pd(_mm_add_pd(_mm_mul_pd(q, x), _mm_mul_pd(s, xl)), _mm_mul_pd(s, xh));
+  }
+
+  static int Flag(const Vec<T> (&in)[1]) {
+    return _mm_movemask_pd(_mm_castsi128_pd(FlagMask(_mm_andnot_pd(_mm_set1_pd(-0.0), in[0].raw))));
+  }
+  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
+
+  // -103079215104 y + 103079215105 y: y cut to its high bits, so that products with
+  // 0.88623046875 (10 bits) are exact.
+  static double High(double y) { return -103079215104.0 * y + 103079215105.0 * y; }
+
+  static int Companion(const T (&in)[1], T (&out)[1]) {
+    const double x = in[0];
+    const uint64_t bits = BitCast<uint64_t>(x);
+    if ((bits & 0x7FF0000000000000ull) == 0x7FF0000000000000ull) {
+      if ((bits & 0x000FFFFFFFFFFFFFull) != 0) return out[0] = x + x, 0;
+      return out[0] = InvalidNaN(x), TEM_STATUS_ERRDOM;
+    }
+    // Flagged finite lanes from 2^-35 up are 1 or beyond.
+    if (__builtin_fabs(x) >= 0x1p-35) {
+      if (__builtin_fabs(x) == 1.0) return out[0] = x / 0.0, TEM_STATUS_SING;
+      return out[0] = InvalidNaN(x), TEM_STATUS_ERRDOM;
+    }
+    if (x == 0.0) return out[0] = x, 0;
+    // erfinv(x) = x sqrt(pi)/2 here, sqrt(pi)/2 = 0.88623046875 - 3.543297241986351e-6, on x
+    // scaled by 2^256 so that the two parts stay normal.
+    const double y = x * 0x1p256;
+    const double yh = High(y);
+    const double h = yh * 0.88623046875;
+    const double l = y * -3.543297241986351e-6 + (y - yh) * 0.88623046875;
+    const double z = h + l;
+    if (__builtin_fabs(z) >= kSubnormalBias) return out[0] = z * 0x1p-256, 0;
+    // Subnormal result, rounded once: with c added, the ulp of the sum is the subnormal ulp
+    // times 2^256, and the bits of the sum above c's are the subnormal's. Taking c's image
+    // away (not masking it) gives the smallest normal when the sum rounds up to 2c.
+    const double c = __builtin_copysign(kSubnormalBias, x);
+    const double g = z + c;
+    const double gh = High(g);
+    const double sum = l + (h - (gh - c)) + gh;
+    const uint64_t magnitude = (BitCast<uint64_t>(sum) & 0x7FFFFFFFFFFFFFFFull) -
+                               BitCast<uint64_t>(kSubnormalBias);
+    out[0] = BitCast<double>(magnitude | (bits & 0x8000000000000000ull));
+    return 0;
+  }
+};
+
+struct ErfInvFloat {
+  using T = float;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  static constexpr bool kCanFail = true;
+
+  // Magnitudes outside [0x33800001, 0x3F7FFFFF]: up to 2^-24, from 1 up, infinities and NaNs.
+  static __m128i FlagMask(__m128i abits) {
+    return UnsignedAbove(_mm_add_epi32(abits, _mm_set1_epi32(static_cast<int>(0xCC7FFFFFu))),
+                         0x0BFFFFFE);
+  }
+
+  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
+    const __m128 x = in[0].raw;
+    const __m128 one = _mm_set1_ps(1.0f);
+    const __m128 a = _mm_andnot_ps(_mm_set1_ps(-0.0f), x);
+    const __m128 w = _mm_sub_ps(one, a);
+    const __m128 e = _mm_sub_ps(_mm_sub_ps(one, w), a);
+    const __m128i wbits = _mm_castps_si128(w);
+    // Row 1015 - (bits >> 20): exponent and three top mantissa bits; flagged lanes read row 0.
+    const __m128i row = _mm_andnot_si128(
+        FlagMask(_mm_castps_si128(a)),
+        _mm_sub_epi32(_mm_set1_epi32(1015), _mm_srli_epi32(wbits, 20)));
+    alignas(16) int rows[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(rows), row);
+    // Rows of 32 bytes: two loads each, transposed so that register k holds f[k] of all lanes.
+    __m128 f[8];
+    for (int half = 0; half < 2; ++half) {
+      __m128 c0 = _mm_load_ps(temErfInvTableS[rows[0]] + 4 * half);
+      __m128 c1 = _mm_load_ps(temErfInvTableS[rows[1]] + 4 * half);
+      __m128 c2 = _mm_load_ps(temErfInvTableS[rows[2]] + 4 * half);
+      __m128 c3 = _mm_load_ps(temErfInvTableS[rows[3]] + 4 * half);
+      _MM_TRANSPOSE4_PS(c0, c1, c2, c3);
+      f[4 * half] = c0, f[4 * half + 1] = c1, f[4 * half + 2] = c2, f[4 * half + 3] = c3;
+    }
+
+    // m in [1, 1.125): w's low 20 mantissa bits under the exponent of 1; t0 = m - 1.0625.
+    const __m128 m = _mm_castsi128_ps(_mm_or_si128(_mm_and_si128(wbits, _mm_set1_epi32(0xFFFFF)),
+                                                   _mm_set1_epi32(0x3F800000)));
+    const __m128 t0 = _mm_sub_ps(m, _mm_set1_ps(1.0625f));
+    const __m128 scale = _mm_castsi128_ps(_mm_sub_epi32(
+        _mm_set1_epi32(0x7F000000), _mm_and_si128(wbits, _mm_set1_epi32(0x3F800000))));
+    const __m128 t = _mm_add_ps(t0, _mm_mul_ps(e, scale));
+    const __m128 split = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(0xFFFFF000u)));
+    const __m128 th = _mm_and_ps(t0, split);
+    const __m128 tl = _mm_sub_ps(t, th);
+
+    __m128 p = f[5];
+    for (int k = 4; k >= 1; --k) p = _mm_add_ps(_mm_mul_ps(p, t), f[k]);
+    p = _mm_mul_ps(p, t);
+    p = _mm_add_ps(_mm_add_ps(p, f[0]), _mm_mul_ps(f[7], tl));
+    // f6 + f7 th + P in two parts: S keeps 12 bits, lo the rest.
+    const __m128 u = _mm_mul_ps(th, f[7]);
+    const __m128 s = _mm_and_ps(_mm_add_ps(_mm_add_ps(u, p), f[6]), split);
+    const __m128 lo = _mm_add_ps(_mm_add_ps(_mm_sub_ps(f[6], s), u), p);
+    const __m128 xh = _mm_and_ps(x, split);
+    const __m128 xl = _mm_sub_ps(x, xh);
+    out[0] = _mm_add_ps(_mm_add_ps(_mm_mul_ps(lo, x), _mm_mul_ps(s, xl)), _mm_mul_ps(s, xh));
+  }
+
+  static int Flag(const Vec<T> (&in)[1]) {
+    const __m128i abits = _mm_and_si128(_mm_castps_si128(in[0].raw), _mm_set1_epi32(0x7FFFFFFF));
+    return _mm_movemask_ps(_mm_castsi128_ps(FlagMask(abits)));
+  }
+  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
+
+  static int Companion(const T (&in)[1], T (&out)[1]) {
+    const float x = in[0];
+    const uint32_t u = BitCast<uint32_t>(x) & 0x7FFFFFFF;
+    if (u == 0x3F800000) return out[0] = x / 0.0f, TEM_STATUS_SING;
+    if (u > 0x3F800000 && u <= 0x7F800000) return out[0] = InvalidNaN(x), TEM_STATUS_ERRDOM;
+    if (u > 0x7F800000) return out[0] = x + x, 0;
+    // 2^-24 itself: flagged, but the block's row 0 serves it.
+    if (u > 0x337FFFFF) return 0;
+    // erfinv(x) = x sqrt(pi)/2 in double, rounded once to float.
+    out[0] = u == 0 ? x : static_cast<float>(x * 0.886226925452758);
+    return 0;
+  }
+};
+
+}  // namespace
+}  // namespace tem
+
+TEM_ENTRIES_A_R(s, ErfInv, tem::ErfInvFloat)
+TEM_ENTRIES_A_R(d, ErfInv, tem::ErfInvDouble)
