@@ -62,11 +62,7 @@ struct Fields : Format<T> {
   static constexpr Bits kOne = kBias << kMantissaBits;
   static constexpr Bits kHalf = (kBias - 1) << kMantissaBits;
 
-  static Bits ToBits(T x) {
-    Bits b;
-    memcpy(&b, &x, sizeof b);
-    return b;
-  }
+  static Bits ToBits(T x) { return BitsOf(x); }
   static T FromBits(Bits b) {
     T x;
     memcpy(&x, &b, sizeof x);
