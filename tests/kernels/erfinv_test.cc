@@ -12,6 +12,7 @@
 
 #include "gtest/gtest.h"
 #include "qor/tem.h"
+#include "tests/kernels/special_cases.h"
 #include "tools/mpfr_erfinv.h"
 
 namespace generated {
@@ -33,18 +34,8 @@ auto Bits(T x) {
   return b;
 }
 
-bool SameValue(double a, double b) {
-  return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
-}
-
-class ModeGuard {
- public:
-  explicit ModeGuard(unsigned mode) : old_(_temSetMode(mode)) { _temClearErrStatus(); }
-  ~ModeGuard() { _temSetMode(old_); }
-
- private:
-  unsigned old_;
-};
+using special_cases::ModeGuard;
+using special_cases::SameValue;
 
 // erfinv(x) rounded once to T from 200 bits; MPFR rounds onto the subnormal grid itself.
 template <class T>

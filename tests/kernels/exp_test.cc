@@ -12,6 +12,7 @@
 
 #include "gtest/gtest.h"
 #include "qor/tem.h"
+#include "tests/kernels/special_cases.h"
 
 namespace generated {
 #include "kernels/exp_fits.inc"
@@ -49,18 +50,8 @@ double Reference(MpfrFn f, double x) {
   return y;
 }
 
-bool SameValue(double a, double b) {
-  return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
-}
-
-class ModeGuard {
- public:
-  explicit ModeGuard(unsigned mode) : old_(_temSetMode(mode)) { _temClearErrStatus(); }
-  ~ModeGuard() { _temSetMode(old_); }
-
- private:
-  unsigned old_;
-};
+using special_cases::ModeGuard;
+using special_cases::SameValue;
 
 TEST(ExpTables, TellingRowsOfTheDExpTable) {
   const double rows[][3] = {{0, 1.0, 0.0},

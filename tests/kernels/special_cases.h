@@ -70,10 +70,13 @@ struct Case {
   int status;
 };
 
-inline bool SameValue(double a, double b) {
+// Both NaN, or equal with the same sign (so +0 and -0 differ).
+template <class T>
+bool SameValue(T a, T b) {
   return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
 }
 
+// Sets the thread's mode word and clears the error status; puts the old mode back.
 class ModeGuard {
  public:
   explicit ModeGuard(unsigned mode) : old_(_temSetMode(mode)) { _temClearErrStatus(); }

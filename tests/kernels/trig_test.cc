@@ -12,6 +12,7 @@
 
 #include "gtest/gtest.h"
 #include "qor/tem.h"
+#include "tests/kernels/special_cases.h"
 
 namespace generated {
 #include "kernels/trig_tables.inc"
@@ -26,19 +27,8 @@ uint64_t Bits(T x) {
   return b;
 }
 
-template <class T>
-bool SameValue(T a, T b) {
-  return (std::isnan(a) && std::isnan(b)) || Bits(a) == Bits(b);
-}
-
-class ModeGuard {
- public:
-  explicit ModeGuard(unsigned mode) : old_(_temSetMode(mode)) { _temClearErrStatus(); }
-  ~ModeGuard() { _temSetMode(old_); }
-
- private:
-  unsigned old_;
-};
+using special_cases::ModeGuard;
+using special_cases::SameValue;
 
 TEST(TrigTables, PublishedRowsAndConstants) {
   const double rows[][5] = {{0, 0.0, 1.0, 0.0, 0.0},
