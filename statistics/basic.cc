@@ -101,7 +101,8 @@ int64_t BlockCount(const qorThreading* threading, const Plan& plan, bool matrix)
   return std::max<int64_t>(blocks, 1);
 }
 
-// One buffer for everything a call needs, carved in 16-byte steps.
+// One buffer for everything a call needs, carved in 128-byte steps: what one block's thread
+// writes never shares a cache line (or an adjacent-line prefetch pair) with another block's.
 class Workspace {
  public:
   explicit Workspace(size_t bytes) : base_(static_cast<char*>(qor_serv_allocate(bytes, 128))) {}
@@ -113,7 +114,7 @@ class Workspace {
     used_ += Rounded(sizeof(U) * count);
     return at;
   }
-  static size_t Rounded(size_t bytes) { return (bytes + 15) & ~size_t(15); }
+  static size_t Rounded(size_t bytes) { return (bytes + 127) & ~size_t(127); }
 
  private:
   char* base_;
@@ -125,7 +126,8 @@ struct Job {
   MemberFn<T> member;
   const PassData<T>* in;
   Moments<T>* blocks;
-  T* scratch;  // 2k values a block
+  T* scratch;              // 2k values a block, `scratch_stride` apart
+  int64_t scratch_stride;
   int64_t n;
   int64_t k;
 };
@@ -134,7 +136,7 @@ template <class T>
 void BlockBody(int64_t index, int64_t count, int64_t, void* args) {
   const auto* job = static_cast<const Job<T>*>(args);
   const int64_t begin = job->n * index / count, end = job->n * (index + 1) / count;
-  job->member(*job->in, job->blocks[index], job->scratch + 2 * job->k * index, begin, end);
+  job->member(*job->in, job->blocks[index], job->scratch + job->scratch_stride * index, begin, end);
 }
 
 template <class T>
@@ -177,10 +179,10 @@ int Basic(rofSSTask* task, uint64_t estimates, uint32_t method, const qorThreadi
   const size_t values = Moments<T>::Values(k);
   const size_t bytes = Workspace::Rounded(sizeof(int64_t) * k) +
                        Workspace::Rounded(sizeof(T*) * k) +
-                       sizeof(Moments<T>) * (blocks + 2) +
+                       Workspace::Rounded(sizeof(Moments<T>) * (blocks + 2)) +
                        Workspace::Rounded(sizeof(T) * values) * (blocks + 2) +
-                       Workspace::Rounded(sizeof(T) * k) * 2 + sizeof(T) * 2 * k * (blocks + 1) +
-                       64;
+                       Workspace::Rounded(sizeof(T) * k) * 2 +
+                       Workspace::Rounded(sizeof(T) * 2 * k) * (blocks + 1);
   Workspace space(bytes);
   if (!space.ok()) return ROF_SS_NO_MEMORY;
   int64_t* index = space.Take<int64_t>(k);
@@ -191,8 +193,9 @@ int Basic(rofSSTask* task, uint64_t estimates, uint32_t method, const qorThreadi
   for (int64_t b = 0; b < blocks + 2; ++b) states[b].Attach(space.Take<T>(values), k);
   T* centre = space.Take<T>(k);
   T* data_mean = space.Take<T>(k);
-  T* scratch = space.Take<T>(2 * k * (blocks + 1));
-  T* own_scratch = scratch + 2 * k * blocks;
+  const int64_t scratch_stride = Workspace::Rounded(sizeof(T) * 2 * k) / sizeof(T);
+  T* scratch = space.Take<T>(scratch_stride * (blocks + 1));
+  T* own_scratch = scratch + scratch_stride * blocks;
   Moments<T>& total = states[0];
   Moments<T>& chunk = states[1];
   Moments<T>* block = states + 2;
@@ -214,7 +217,7 @@ int Basic(rofSSTask* task, uint64_t estimates, uint32_t method, const qorThreadi
     for (int64_t a = 0; a < k; ++a) base[a] = plan.columns ? x + index[a] : x + index[a] * plan.n;
     const bool weighted = task->weights != nullptr;
     PassData<T> in{base, plan.columns ? plan.p : 1, k, Data<T>(task->weights), centre};
-    Job<T> job{nullptr, &in, blocks == 1 ? &chunk : block, scratch, plan.n, k};
+    Job<T> job{nullptr, &in, blocks == 1 ? &chunk : block, scratch, scratch_stride, plan.n, k};
     auto sum_blocks = [&] {
       if (blocks > 1)
         for (int64_t b = 0; b < blocks; ++b) AddSums(chunk, block[b], k);
