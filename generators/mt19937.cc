@@ -120,16 +120,8 @@ int SkipAhead(State* s, uint64_t nskip) {
 namespace rof {
 
 // The jump functions and polynomial of MT19937, for tests that compare the two jump methods.
-void Mt19937JumpFunctions(rofJumpZeroFn* zero, rofJumpAddFn* add, rofJumpCopyFn* copy,
-                          rofJumpStepFn* step, rofJumpFinishFn* finish, rofJumpPrepareFn* prepare,
-                          rofSkipAheadDesc* desc) {
-  *zero = JumpZero;
-  *add = JumpAdd;
-  *copy = JumpCopy;
-  *step = JumpStep;
-  *finish = JumpFinish;
-  *prepare = JumpPrepare;
-  *desc = Descriptor(0);
+Mt19937Jumps Mt19937JumpFunctions() {
+  return {JumpZero, JumpAdd, JumpCopy, JumpStep, JumpFinish, JumpPrepare, Descriptor(0)};
 }
 
 }  // namespace rof

@@ -7,9 +7,17 @@
 
 namespace rof {
 
-void Mt19937JumpFunctions(rofJumpZeroFn* zero, rofJumpAddFn* add, rofJumpCopyFn* copy,
-                          rofJumpStepFn* step, rofJumpFinishFn* finish, rofJumpPrepareFn* prepare,
-                          rofSkipAheadDesc* desc);
+struct Mt19937Jumps {
+  rofJumpZeroFn zero;
+  rofJumpAddFn add;
+  rofJumpCopyFn copy;
+  rofJumpStepFn step;
+  rofJumpFinishFn finish;
+  rofJumpPrepareFn prepare;
+  rofSkipAheadDesc desc;
+};
+
+Mt19937Jumps Mt19937JumpFunctions();
 
 }  // namespace rof
 

@@ -290,23 +290,16 @@ TEST(Mt19937Test, SkipOfTwoToTheFortyEqualsRepeatedSmallerSkips) {
 
 // Horner's rule and the sliding window give the same stream from every starting point.
 TEST(Mt19937Test, HornerAndWindowAgree) {
-  rofJumpZeroFn zero;
-  rofJumpAddFn add;
-  rofJumpCopyFn copy;
-  rofJumpStepFn step;
-  rofJumpFinishFn finish;
-  rofJumpPrepareFn prepare;
-  rofSkipAheadDesc desc;
-  rof::Mt19937JumpFunctions(&zero, &add, &copy, &step, &finish, &prepare, &desc);
+  const rof::Mt19937Jumps j = rof::Mt19937JumpFunctions();
   for (uint64_t nskip : {1ull, 700ull, 19937ull, 0x100000ull, 123456789012ull}) {
     void* horner = New(ROF_BRNG_MT19937, {99});
     void* window = New(ROF_BRNG_MT19937, {99});
     Words(horner, 300);
     Words(window, 300);
-    rofSkipAheadDesc d1 = desc, d2 = desc;
+    rofSkipAheadDesc d1 = j.desc, d2 = j.desc;
     d1.nskip = d2.nskip = nskip;
-    ASSERT_EQ(__rof_SkipAheadHorner(horner, zero, add, copy, step, finish, prepare, &d1), 0);
-    ASSERT_EQ(__rof_SkipAheadSWin(window, zero, add, copy, step, finish, prepare, &d2), 0);
+    ASSERT_EQ(__rof_SkipAheadHorner(horner, j.zero, j.add, j.copy, j.step, j.finish, j.prepare, &d1), 0);
+    ASSERT_EQ(__rof_SkipAheadSWin(window, j.zero, j.add, j.copy, j.step, j.finish, j.prepare, &d2), 0);
     EXPECT_EQ(d1.nskip, d2.nskip);
     EXPECT_EQ(Words(horner, 800), Words(window, 800)) << nskip;
     __rofDeleteStream(&horner);

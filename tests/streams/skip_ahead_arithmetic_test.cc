@@ -165,22 +165,15 @@ TEST(PolynomialTest, JumpsFailForMemoryAndLeakNothing) {
     EXPECT_EQ(__rofPolyRem(20000, kMt.degree, kMt.count, kMt.terms, 624, out.data()),
               ROF_STATUS_NO_MEMORY);
   }
-  rofJumpZeroFn zero;
-  rofJumpAddFn add;
-  rofJumpCopyFn copy;
-  rofJumpStepFn step;
-  rofJumpFinishFn finish;
-  rofJumpPrepareFn prepare;
-  rofSkipAheadDesc desc;
-  rof::Mt19937JumpFunctions(&zero, &add, &copy, &step, &finish, &prepare, &desc);
+  const rof::Mt19937Jumps j = rof::Mt19937JumpFunctions();
   for (auto jump : {__rof_SkipAheadHorner, __rof_SkipAheadSWin}) {
     void* stream = nullptr;
     ASSERT_EQ(__rofNewStreamEx(&stream, ROF_BRNG_MT19937, 0, nullptr), ROF_STATUS_OK);
     const int failing = alloc_control::ForEachFailure(
         [&] {
-          rofSkipAheadDesc d = desc;
+          rofSkipAheadDesc d = j.desc;
           d.nskip = 5000000;
-          return jump(stream, zero, add, copy, step, finish, prepare, &d);
+          return jump(stream, j.zero, j.add, j.copy, j.step, j.finish, j.prepare, &d);
         },
         [](int status) { EXPECT_EQ(status, ROF_STATUS_NO_MEMORY); }, [] {});
     EXPECT_GE(failing, 3);
