@@ -48,7 +48,8 @@ inline int32_t Offset(int index, int inc) {
 
 template <class E>
 void Dispatch(int code, int index, const E* a1, int inca1, const E* a2, int inca2, E* r1,
-              int incr1, E* r2, int incr2, const char* name) {
+              int incr1, E* r2, int incr2, const char* name, const E* arg1 = nullptr,
+              const E* arg2 = nullptr) {
   uint32_t mode = temGetMode();
   uint32_t field = mode & kErrorField;
   if (field == TEM_ERRMODE_NOERR) return;
@@ -73,17 +74,19 @@ void Dispatch(int code, int index, const E* a1, int inca1, const E* a2, int inca
 
   const bool has_values = code != TEM_STATUS_BADSIZE && code != TEM_STATUS_BADMEM;
   if (has_values) {
-    const E& arg1 = a1[Offset(index, inca1)];
-    const E& arg2 = a2[Offset(index, inca2)];
+    if (arg1 == nullptr) {
+      arg1 = &a1[Offset(index, inca1)];
+      arg2 = &a2[Offset(index, inca2)];
+    }
     const E& res1 = r1[Offset(index, incr1)];
     const E& res2 = r2[Offset(index, incr2)];
-    context.Arg1 = Re(arg1);
-    context.Arg2 = Re(arg2);
+    context.Arg1 = Re(*arg1);
+    context.Arg2 = Re(*arg2);
     context.Res1 = Re(res1);
     context.Res2 = Re(res2);
     if constexpr (kComplex<E>) {
-      context.Arg1Im = Im(arg1);
-      context.Arg2Im = Im(arg2);
+      context.Arg1Im = Im(*arg1);
+      context.Arg2Im = Im(*arg2);
       context.Res1Im = Im(res1);
       context.Res2Im = Im(res2);
     }
@@ -224,6 +227,15 @@ void temErrorZI(int code, int index, const TemComplex16* a1, int inca1, const Te
                 int inca2, TemComplex16* r1, int incr1, TemComplex16* r2, int incr2,
                 const char* name) {
   Dispatch(code, index, a1, inca1, a2, inca2, r1, incr1, r2, incr2, name);
+}
+
+void ReportLane(int code, int index, const float* arg1, const float* arg2, const float* a1,
+                int inca1, float* r1, int incr1, float* r2, int incr2, const char* name) {
+  Dispatch(code, index, a1, inca1, a1, inca1, r1, incr1, r2, incr2, name, arg1, arg2);
+}
+void ReportLane(int code, int index, const double* arg1, const double* arg2, const double* a1,
+                int inca1, double* r1, int incr1, double* r2, int incr2, const char* name) {
+  Dispatch(code, index, a1, inca1, a1, inca1, r1, incr1, r2, incr2, name, arg1, arg2);
 }
 
 }  // namespace tem

@@ -30,24 +30,13 @@ void temErrorZI(int code, int index, const TemComplex16* a1, int inca1, const Te
 // The built-in reactions the mode word asks for: errno, messages, trap.
 void temDefaultErrorAction(temErrorContext* context);
 
-// Overloads by element type, for the kernel frame.
-inline void ReportError(int code, int index, const float* a1, const float* a2, float* r1,
-                        float* r2, const char* name) {
-  temErrorS(code, index, a1, a2, r1, r2, name);
-}
-inline void ReportError(int code, int index, const double* a1, const double* a2, double* r1,
-                        double* r2, const char* name) {
-  temErrorD(code, index, a1, a2, r1, r2, name);
-}
-inline void ReportError(int code, int index, const float* a1, int inca1, const float* a2,
-                        int inca2, float* r1, int incr1, float* r2, int incr2, const char* name) {
-  temErrorSI(code, index, a1, inca1, a2, inca2, r1, incr1, r2, incr2, name);
-}
-inline void ReportError(int code, int index, const double* a1, int inca1, const double* a2,
-                        int inca2, double* r1, int incr1, double* r2, int incr2,
-                        const char* name) {
-  temErrorDI(code, index, a1, inca1, a2, inca2, r1, incr1, r2, incr2, name);
-}
+// For the kernel frame: the same dispatch, with the element's arguments taken from `arg1` and
+// `arg2`, the values as they were before the result was stored, which a call in place has
+// overwritten. The arrays still give the element number and receive the results.
+void ReportLane(int code, int index, const float* arg1, const float* arg2, const float* a1,
+                int inca1, float* r1, int incr1, float* r2, int incr2, const char* name);
+void ReportLane(int code, int index, const double* arg1, const double* arg2, const double* a1,
+                int inca1, double* r1, int incr1, double* r2, int incr2, const char* name);
 
 }  // namespace tem
 

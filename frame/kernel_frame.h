@@ -48,8 +48,10 @@ struct Contiguous {
       v.StorePartial(out[k] + i, count);
     }
   }
-  void Report(int code, int i, const char* name) const {
-    ReportError(code, i, in[0], in[K::kInputs - 1], out[0], out[K::kResults - 1], name);
+  // `args` holds the element's inputs as they were before its result was stored.
+  void Report(int code, int i, const T* args, const char* name) const {
+    ReportLane(code, i, &args[0], &args[K::kInputs - 1], in[0], 1, out[0], 1,
+               out[K::kResults - 1], 1, name);
   }
 };
 
@@ -68,10 +70,10 @@ struct Strided {
     return Vec<T>::Gather(&In(k, i), in_inc[k], count, kTailPad<T>);
   }
   void Store(int k, int i, int count, Vec<T> v) const { v.Scatter(&Out(k, i), out_inc[k], count); }
-  void Report(int code, int i, const char* name) const {
-    constexpr int kA2 = K::kInputs - 1, kR2 = K::kResults - 1;
-    ReportError(code, i, in[0], in_inc[0], in[kA2], in_inc[kA2], out[0], out_inc[0], out[kR2],
-                out_inc[kR2], name);
+  void Report(int code, int i, const T* args, const char* name) const {
+    constexpr int kR2 = K::kResults - 1;
+    ReportLane(code, i, &args[0], &args[K::kInputs - 1], in[0], in_inc[0], out[0], out_inc[0],
+               out[kR2], out_inc[kR2], name);
   }
   bool AllUnitStrides() const {
     for (int inc : in_inc) {
@@ -107,7 +109,7 @@ void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typena
     if (code == 0) continue;
     const int i = first + lane;
     for (int k = 0; k < K::kResults; ++k) io.Out(k, i) = out[k][lane];
-    io.Report(code, i, name);
+    io.Report(code, i, lane_in, name);
     for (int k = 0; k < K::kResults; ++k) out[k][lane] = io.Out(k, i);
   }
   for (int r = 0; r < kRegs; ++r) {
@@ -173,7 +175,7 @@ void WalkLoop(int n, const Io& io, const char* name) {
     for (int k = 0; k < K::kInputs; ++k) in[k] = io.In(k, i);
     int code = K::Element(in, out);
     for (int k = 0; k < K::kResults; ++k) io.Out(k, i) = out[k];
-    if (code != 0) io.Report(code, i, name);
+    if (code != 0) io.Report(code, i, in, name);
   }
 }
 

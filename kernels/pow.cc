@@ -187,7 +187,9 @@ struct ScalarSecond {
     return k == 0 ? base.Load(0, i, count) : Vec<T>::Set(b);
   }
   void Store(int k, int i, int count, Vec<T> v) const { base.Store(k, i, count, v); }
-  void Report(int code, int i, const char* name) const { base.Report(code, i, name); }
+  void Report(int code, int i, const T* args, const char* name) const {
+    base.Report(code, i, args, name);
+  }
 };
 
 // The shape of a one-input kernel of type E, for the arrays of Powx.

@@ -235,6 +235,61 @@ QOR_API int __rofsBRngMT2203(void* stream, int n, float r[], float a, float b);
 QOR_API int __rofdBRngMT2203(void* stream, int n, double r[], double a, double b);
 QOR_API int __rofiBRngMT2203(void* stream, int n, void* r);
 
+/* Distribution generators. Every one takes (method, stream, n, r, parameters...) and returns a
+   status; n < 1 writes nothing. Bit 30 of the method word asks for results clamped into the
+   distribution's closed support, where the generator has such a form. */
+#define ROF_ACCURATE_BIT 0x40000000
+
+/* Gaussian methods; GaussianMV storages of the factor. */
+enum { ROF_GAUSSIAN_BOXMULLER = 0, ROF_GAUSSIAN_BOXMULLER2 = 1, ROF_GAUSSIAN_ICDF = 2 };
+enum { ROF_MATRIX_FULL = 0, ROF_MATRIX_PACKED = 1, ROF_MATRIX_DIAGONAL = 2 };
+
+QOR_API int _rofsRngUniform(int method, void* stream, int n, float r[], float a, float b);
+QOR_API int _rofdRngUniform(int method, void* stream, int n, double r[], double a, double b);
+QOR_API int _rofiRngUniform(int method, void* stream, int n, int r[], int a, int b);
+QOR_API int _rofiRngUniformBits(int method, void* stream, int n, unsigned int r[]);
+QOR_API int _rofiRngUniformBits32(int method, void* stream, int n, unsigned int r[]);
+QOR_API int _rofiRngUniformBits64(int method, void* stream, int n, unsigned long long r[]);
+
+QOR_API int _rofsRngGaussian(int method, void* stream, int n, float r[], float a, float sigma);
+QOR_API int _rofdRngGaussian(int method, void* stream, int n, double r[], double a,
+                             double sigma);
+QOR_API int _rofsRngGaussianMV(int method, void* stream, int n, float r[], int dimen,
+                               int mstorage, const float a[], const float t[]);
+QOR_API int _rofdRngGaussianMV(int method, void* stream, int n, double r[], int dimen,
+                               int mstorage, const double a[], const double t[]);
+QOR_API int _rofsRngLognormal(int method, void* stream, int n, float r[], float a, float sigma,
+                              float b, float beta);
+QOR_API int _rofdRngLognormal(int method, void* stream, int n, double r[], double a,
+                              double sigma, double b, double beta);
+
+QOR_API int _rofsRngExponential(int method, void* stream, int n, float r[], float a, float beta);
+QOR_API int _rofdRngExponential(int method, void* stream, int n, double r[], double a,
+                                double beta);
+QOR_API int _rofsRngLaplace(int method, void* stream, int n, float r[], float a, float beta);
+QOR_API int _rofdRngLaplace(int method, void* stream, int n, double r[], double a, double beta);
+QOR_API int _rofsRngWeibull(int method, void* stream, int n, float r[], float alpha, float a,
+                            float beta);
+QOR_API int _rofdRngWeibull(int method, void* stream, int n, double r[], double alpha, double a,
+                            double beta);
+QOR_API int _rofsRngCauchy(int method, void* stream, int n, float r[], float a, float beta);
+QOR_API int _rofdRngCauchy(int method, void* stream, int n, double r[], double a, double beta);
+QOR_API int _rofsRngRayleigh(int method, void* stream, int n, float r[], float a, float beta);
+QOR_API int _rofdRngRayleigh(int method, void* stream, int n, double r[], double a, double beta);
+QOR_API int _rofsRngGumbel(int method, void* stream, int n, float r[], float a, float beta);
+QOR_API int _rofdRngGumbel(int method, void* stream, int n, double r[], double a, double beta);
+
+QOR_API int _rofsRngGamma(int method, void* stream, int n, float r[], float alpha, float a,
+                          float beta);
+QOR_API int _rofdRngGamma(int method, void* stream, int n, double r[], double alpha, double a,
+                          double beta);
+QOR_API int _rofsRngBeta(int method, void* stream, int n, float r[], float p, float q, float a,
+                         float beta);
+QOR_API int _rofdRngBeta(int method, void* stream, int n, double r[], double p, double q,
+                         double a, double beta);
+QOR_API int _rofsRngChiSquare(int method, void* stream, int n, float r[], int v);
+QOR_API int _rofdRngChiSquare(int method, void* stream, int n, double r[], int v);
+
 QOR_EXTERN_C_END
 
 #endif /* QOR_ROF_H_ */

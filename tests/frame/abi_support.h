@@ -70,6 +70,11 @@ inline const std::vector<std::string>& NonVectorExports() {
       "__rofBRngMCG59InitStream", "__rofsBRngMCG59", "__rofdBRngMCG59", "__rofiBRngMCG59",
       "__rofBRngMT19937InitStream", "__rofsBRngMT19937", "__rofdBRngMT19937", "__rofiBRngMT19937",
       "__rofBRngMT2203InitStream", "__rofsBRngMT2203", "__rofdBRngMT2203", "__rofiBRngMT2203",
+      // Distribution generators.
+      "_rofsRngUniform", "_rofdRngUniform", "_rofiRngUniform",
+      "_rofiRngUniformBits", "_rofiRngUniformBits32", "_rofiRngUniformBits64",
+      "_rofsRngGaussian", "_rofdRngGaussian",
+      "_rofsRngExponential", "_rofdRngExponential",
       // Data fitting: task.
       "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
       "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",
