@@ -75,6 +75,8 @@ inline const std::vector<std::string>& NonVectorExports() {
       "_rofiRngUniformBits", "_rofiRngUniformBits32", "_rofiRngUniformBits64",
       "_rofsRngGaussian", "_rofdRngGaussian",
       "_rofsRngExponential", "_rofdRngExponential",
+      "_rofsRngGamma", "_rofdRngGamma", "_rofsRngBeta", "_rofdRngBeta",
+      "_rofsRngChiSquare", "_rofdRngChiSquare",
       // Data fitting: task.
       "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
       "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",
