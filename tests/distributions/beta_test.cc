@@ -36,7 +36,15 @@ TYPED_TEST_SUITE(BetaTest, Types);
 struct FitCase {
   double p, q, a, beta;
   bool heavy;
+  // Johnk's powers u^(1/p) of both shapes leave the float range for most pairs, so that a
+  // float result is cut to 0 or 1 where the exact one is merely small: moments only.
+  bool fits_float = true;
 };
+
+// Within this distance of an end of [0, 1] the piles of a shape of 0.01 sit on few values, and
+// the rounding of a quotient such as x / (x + y) moves a visible share of the mass by an ulp:
+// the fit lumps these results.
+constexpr double kLumped = 1e-6;
 
 dist_test::Moments BetaMoments(const FitCase& c) {
   const double p = c.p, q = c.q, s = p + q;
@@ -51,16 +59,16 @@ dist_test::Moments BetaMoments(const FitCase& c) {
 TYPED_TEST(BetaTest, FitsTheBetaDistributionInsideTheSupport) {
   using T = TypeParam;
   const FitCase cases[] = {
-      {0.5, 0.2, 0, 1, false},    {0.5, 0.5, 0, 1, true},   {0.01, 0.01, 0, 1, false},
+      {0.5, 0.2, 0, 1, false},    {0.5, 0.5, 0, 1, false},   {0.01, 0.01, 0, 1, false, false},
       {0.9, 0.01, 0, 1, false},   {0.5, 0.9, -1, 3, false}, {0.9, 0.9, 0.1, 0.7, false},
-      {0.5, 2, 2, 0.5, true},     {0.01, 100, 0, 1, false}, {0.9, 2, 0, 1, false},
+      {0.5, 2, 2, 0.5, false},     {0.01, 100, 0, 1, false}, {0.9, 2, 0, 1, false},
       {2, 0.5, -1, 2, false},     {100, 0.01, 0, 1, false}, {2, 3, 0.1, 0.7, true},
       {2, 100, 0, 1, false},      {100, 100, -3, 6, false}, {1, 1, 0, 1, false},
       {1, 0.5, 0, 1, false},      {1, 2, 0, 1, false},      {2, 1, 1, 1, false},
       {0.5, 1, 0, 1, false}};
   for (const FitCase& c : cases) {
     SCOPED_TRACE(testing::Message() << "p " << c.p << ", q " << c.q);
-    const int n = dist_test::DrawsFor(c.heavy);
+    const int n = dist_test::DrawsFor<T>(c.heavy);
     TestStream s(ROF_BRNG_MT19937, 99);
     std::vector<T> r(n);
     const T a = T(c.a), beta = T(c.beta);
@@ -68,9 +76,14 @@ TYPED_TEST(BetaTest, FitsTheBetaDistributionInsideTheSupport) {
     const auto [low, high] = std::minmax_element(r.begin(), r.end());
     EXPECT_GE(*low, a);
     EXPECT_LE(*high, a + beta);
-    EXPECT_GT(dist_test::FitPValue(r, [&](double x) {
-                return gsl_cdf_beta_P(std::clamp((x - c.a) / c.beta, 0.0, 1.0), c.p, c.q);
-              }), dist_test::kMinPValue);
+    if (std::is_same_v<T, double> || c.fits_float)
+      EXPECT_GT(dist_test::FitPValue(
+                    r,
+                    [&](double x) {
+                      return gsl_cdf_beta_P(std::clamp((x - c.a) / c.beta, 0.0, 1.0), c.p, c.q);
+                    },
+                    c.a + c.beta * kLumped, c.a + c.beta * (1 - kLumped)),
+                dist_test::kMinPValue);
     dist_test::ExpectMoments(dist_test::Widened(r), BetaMoments(c));
   }
 }

@@ -40,19 +40,19 @@ TYPED_TEST_SUITE(GammaTest, Types);
 
 struct FitCase {
   double alpha, a, beta;
-  bool heavy;  // drawn kDraws times in the default run too
+  bool heavy;  // the representative case, drawn kDraws times in the default run too
 };
 
 // Every regime and both sides of each boundary: two-branch (1e-3, 0.3), Weibull (0.6, 0.9),
 // exponential (1), Marsaglia-Tsang (2.5, 30, 1e3).
 TYPED_TEST(GammaTest, FitsTheGammaDistribution) {
   using T = TypeParam;
-  const FitCase cases[] = {{1e-3, 0, 1, false}, {0.3, -1, 2, true},  {0.6, 0, 1, false},
+  const FitCase cases[] = {{1e-3, 0, 1, false}, {0.3, -1, 2, false},  {0.6, 0, 1, false},
                            {0.9, 2, 0.5, false}, {1, 1, 3, false},   {2.5, 0.5, 2, true},
                            {30, -5, 0.25, false}, {1e3, 0, 1, false}};
   for (const FitCase& c : cases) {
     SCOPED_TRACE(testing::Message() << "alpha " << c.alpha);
-    const int n = dist_test::DrawsFor(c.heavy);
+    const int n = dist_test::DrawsFor<T>(c.heavy);
     TestStream s(ROF_BRNG_MT19937, 2024);
     std::vector<T> r(n);
     ASSERT_EQ(Draw(0, s, n, r.data(), T(c.alpha), T(c.a), T(c.beta)), ROF_STATUS_OK);
