@@ -160,7 +160,11 @@ int MarsagliaTsang(void* stream, int n, T* r, T alpha) {
       const int m = want + (want & 1);
       status = CandidatePairs(stream, m, z + carry, u + carry);
       if (status < 0) {
-        if (carry) chunk[0] = u[0], chunk[1] = z[0];
+        // The candidate taken from the chunk goes back: a failed call loses none.
+        if (carry) {
+          chunk[0] = u[0];
+          chunk[1] = z[0];
+        }
         return status;
       }
       in_hand += m;
