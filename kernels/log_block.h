@@ -90,9 +90,10 @@ inline __m128d LnBlockTailPd(__m128d r) {
   return _mm_mul_pd(_mm_add_pd(_mm_mul_pd(odd, r2), even), r2);
 }
 
-// log_b(x) for positive normal lanes, whose biased exponent is n.
-template <class B>
-inline __m128d LogBlock(__m128d x, __m128d n) {
+// log_b(x) + extra for positive normal lanes, whose biased exponent is n; extra is a small
+// correction (the low part of a pair divided by x, say) added to the low terms.
+template <class B, bool kExtra = false>
+inline __m128d LogBlock(__m128d x, __m128d n, __m128d extra = __m128d()) {
   const __m128d one = _mm_set1_pd(1.0);
   const __m128d m = BlockMantissa(x);
   const __m128d c = BlockReciprocal(m);
@@ -122,7 +123,9 @@ inline __m128d LogBlock(__m128d x, __m128d n) {
   const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
   __m128d p = LnBlockTailPd(r);
   if constexpr (B::kScaled) p = _mm_mul_pd(p, _mm_set1_pd(B::kScale));
-  return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(_mm_add_pd(err, low), rest), p));
+  __m128d small = _mm_add_pd(err, low);
+  if constexpr (kExtra) small = _mm_add_pd(small, extra);
+  return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(small, rest), p));
 }
 
 // log_b(x) for positive normal lanes widened from float: the same reduction with r rounded
