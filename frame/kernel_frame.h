@@ -174,6 +174,22 @@ struct LoopBlocks : std::false_type {};
 template <class K>
 struct LoopBlocks<K, std::void_t<decltype(K::kLoopBlocks)>> : std::bool_constant<K::kLoopBlocks> {};
 
+// The element of a kLoopBlocks kernel for an input that Flag leaves clear: lane 0 of Compute
+// on a register that repeats it, so that lone elements and whole registers agree bit for bit.
+// False for a flagged input, which is the element rule's own.
+template <class K>
+bool ElementByCompute(const typename K::T (&in)[1], typename K::T (&out)[1]) {
+  using V = Vec<typename K::T>;
+  const V x[1] = {V::Set(in[0])};
+  if (K::Flag(x) != 0) return false;
+  V y[1];
+  K::Compute(x, y);
+  alignas(16) typename K::T lanes[V::kLanes];
+  y[0].StoreAligned(lanes);
+  out[0] = lanes[0];
+  return true;
+}
+
 // Loop form: element by element, each status reported as soon as its result is stored. With
 // LoopBlocks a register without flagged lanes is computed and stored at once: its lanes report
 // nothing and Element gives the same results; a register with a flagged lane goes element by

@@ -3,6 +3,7 @@
 // plain doubles. The loop-form kernels run whole registers where no lane needs more; the scalar
 // core (double-double pairs) takes the rest: specials, statuses, huge and border inputs.
 #include "frame/kernel_frame.h"
+#include "kernels/element_kernel.h"
 #include "kernels/log_block.h"
 #include "kernels/log_core.h"
 
@@ -32,33 +33,6 @@ int FlagHighOutside(__m128d x) {
   return _mm_movemask_pd(_mm_castsi128_pd(_mm_cmpgt_epi32(biased, limit)));
 }
 
-// Double-double arithmetic on two lanes, as in the scalar core.
-struct PairPd {
-  __m128d hi, lo;
-};
-inline PairPd TwoSumPd(__m128d a, __m128d b) {
-  const __m128d s = _mm_add_pd(a, b);
-  const __m128d bb = _mm_sub_pd(s, a);
-  return {s, _mm_add_pd(_mm_sub_pd(a, _mm_sub_pd(s, bb)), _mm_sub_pd(b, bb))};
-}
-// a + b exactly when |a| >= |b|.
-inline PairPd FastTwoSumPd(__m128d a, __m128d b) {
-  const __m128d s = _mm_add_pd(a, b);
-  return {s, _mm_sub_pd(b, _mm_sub_pd(s, a))};
-}
-inline __m128d SplitHighPd(__m128d a) {
-  const __m128d t = _mm_mul_pd(_mm_set1_pd(134217729.0), a);
-  return _mm_sub_pd(t, _mm_sub_pd(t, a));
-}
-// a * b exactly, by Dekker's split.
-inline PairPd TwoProdPd(__m128d a, __m128d b) {
-  const __m128d p = _mm_mul_pd(a, b);
-  const __m128d ah = SplitHighPd(a), bh = SplitHighPd(b);
-  const __m128d al = _mm_sub_pd(a, ah), bl = _mm_sub_pd(b, bh);
-  const __m128d e = _mm_add_pd(_mm_add_pd(_mm_sub_pd(_mm_mul_pd(ah, bh), p), _mm_mul_pd(ah, bl)),
-                               _mm_mul_pd(al, bh));
-  return {p, _mm_add_pd(e, _mm_mul_pd(al, bl))};
-}
 // ln(a + sqrt(a^2 + one)) for lanes where the sum is at least 1 and a^2 does not overflow:
 // the square, the root and the sum as pairs, and ln of the pair t as ln(t.hi) + t.lo / t.hi.
 inline __m128d LnOfRootSumPd(__m128d a, __m128d one) {
@@ -73,47 +47,6 @@ inline __m128d LnOfRootSumPd(__m128d a, __m128d one) {
   const PairPd t = FastTwoSumPd(t0.hi, _mm_add_pd(t0.lo, s_lo));
   return LogBlock<LnBase, true>(t.hi, BiasedExponent(t.hi), _mm_div_pd(t.lo, t.hi));
 }
-
-// Kernels of the loop form (and their strided members, of the vector form) with a vector
-// common path: Fn::Lanes computes two double lanes, Fn::Flag picks the lanes for the scalar
-// element. Element runs a lone common input through the same lanes, so that registers, tails
-// and strided calls agree bit for bit. Single members widen and round once.
-template <class E, class Fn>
-struct ByLanes {
-  using T = E;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = Vec<T>::kLanes;
-  static constexpr bool kCanFail = true, kLoopBlocks = true;
-  static __m128 Narrowed(__m128d x) { return _mm_cvtpd_ps(Fn::Lanes(x)); }
-  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
-    if constexpr (sizeof(T) == 4) {
-      const __m128 x = in[0].raw;
-      out[0] = _mm_movelh_ps(Narrowed(_mm_cvtps_pd(x)), Narrowed(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
-    } else {
-      out[0] = Fn::Lanes(in[0].raw);
-    }
-  }
-  static int Flag(const Vec<T> (&in)[1]) {
-    if constexpr (sizeof(T) == 4) {
-      const __m128 x = in[0].raw;
-      return Fn::Flag(_mm_cvtps_pd(x)) | Fn::Flag(_mm_cvtps_pd(_mm_movehl_ps(x, x))) << 2;
-    } else {
-      return Fn::Flag(in[0].raw);
-    }
-  }
-  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
-  static int Element(const T (&in)[1], T (&out)[1]) {
-    const __m128d x = _mm_set1_pd(in[0]);
-    if (Fn::Flag(x) == 0) {
-      out[0] = static_cast<T>(_mm_cvtsd_f64(Fn::Lanes(x)));
-      return 0;
-    }
-    double r;
-    const int code = Fn::Eval(in[0], &r);
-    out[0] = static_cast<T>(r);
-    return code;
-  }
-  static int Companion(const T (&in)[1], T (&out)[1]) { return Element(in, out); }
-};
 
 // The odd series a + a^3 (c3 + c5 a^2) below series_end, ln above, with the sign of x.
 inline __m128d WithSeries(__m128d x, __m128d a, __m128d ln, double c3, double c5, double series_end) {
@@ -183,11 +116,11 @@ struct AtanhDoubleLanes : AtanhFn {
   static int Flag(__m128d x) { return FlagHighOutside<0, 0x3FF00000>(Magnitude(x)); }
 };
 
-using AsinhSingle = ByLanes<float, AsinhSingleLanes>;
-using AsinhDouble = ByLanes<double, AsinhDoubleLanes>;
-using AcoshSingle = ByLanes<float, AcoshSingleLanes>;
-using AcoshDouble = ByLanes<double, AcoshDoubleLanes>;
-using AtanhDouble = ByLanes<double, AtanhDoubleLanes>;
+using AsinhSingle = LaneKernel<float, AsinhSingleLanes>;
+using AsinhDouble = LaneKernel<double, AsinhDoubleLanes>;
+using AcoshSingle = LaneKernel<float, AcoshSingleLanes>;
+using AcoshDouble = LaneKernel<double, AcoshDoubleLanes>;
+using AtanhDouble = LaneKernel<double, AtanhDoubleLanes>;
 
 // sAtanh: widened to double, where 1 + x and 1 - x are exact; below 2^-5 the odd series to
 // x^7 (error below 2^-40 relative) avoids the cancellation of ln near 1.

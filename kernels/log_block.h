@@ -40,12 +40,6 @@ struct Log10Base {
 inline constexpr double kC5 = 0.2000003665949424, kC4 = -0.2500003054940248,
                         kC3 = 0.33333333333308374, kC2 = -0.49999999999988803;
 
-// The block polynomial on one lane.
-inline double LnBlockTail(double r) {
-  const double r2 = r * r;
-  return ((kC5 * r + kC4) * r2 + (kC3 * r + kC2)) * r2;
-}
-
 inline __m128d BitsPd(uint64_t bits) {
   return _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(bits)));
 }
@@ -128,6 +122,33 @@ inline __m128d LogBlock(__m128d x, __m128d n, __m128d extra = __m128d()) {
   return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(small, rest), p));
 }
 
+// Double-double arithmetic on two lanes, as in the scalar core.
+struct PairPd {
+  __m128d hi, lo;
+};
+inline PairPd TwoSumPd(__m128d a, __m128d b) {
+  const __m128d s = _mm_add_pd(a, b);
+  const __m128d bb = _mm_sub_pd(s, a);
+  return {s, _mm_add_pd(_mm_sub_pd(a, _mm_sub_pd(s, bb)), _mm_sub_pd(b, bb))};
+}
+// a + b exactly when |a| >= |b|.
+inline PairPd FastTwoSumPd(__m128d a, __m128d b) {
+  const __m128d s = _mm_add_pd(a, b);
+  return {s, _mm_sub_pd(b, _mm_sub_pd(s, a))};
+}
+inline __m128d SplitHighPd(__m128d a) {
+  const __m128d t = _mm_mul_pd(_mm_set1_pd(134217729.0), a);
+  return _mm_sub_pd(t, _mm_sub_pd(t, a));
+}
+// a * b exactly, by Dekker's split.
+inline PairPd TwoProdPd(__m128d a, __m128d b) {
+  const __m128d p = _mm_mul_pd(a, b);
+  const __m128d ah = SplitHighPd(a), bh = SplitHighPd(b);
+  const __m128d al = _mm_sub_pd(a, ah), bl = _mm_sub_pd(b, bh);
+  const __m128d e = _mm_add_pd(_mm_add_pd(_mm_sub_pd(_mm_mul_pd(ah, bh), p), _mm_mul_pd(ah, bl)),
+                               _mm_mul_pd(al, bh));
+  return {p, _mm_add_pd(e, _mm_mul_pd(al, bl))};
+}
 // log_b(x) for positive normal lanes widened from float: the same reduction with r rounded
 // once and no extra-precision sums, which is ample for a result rounded to single.
 template <class B>
