@@ -66,41 +66,16 @@ struct LogFloat {
   static int Companion(const T (&in)[1], T (&out)[1]) { return LogSpecial(in[0], &out[0]); }
 };
 
-// sLn: m in [2/3, 4/3), r = m - 1, ln x = n ln 2 + r + r^2 p(r), with p by Horner in single
-// precision up to its last step. That step (p r - 0.5), the square and the sums run in double
-// lanes: in single their roundings cost up to 0.47 ulp where r is near -1/3 and the result is
-// half its terms (x just above 4/3), which took the error to 0.97 ulp; now it stays near 0.6.
+// sLn by the single-precision reduction with the sums in double (LnSingleReduce, LnSingleSum).
 struct LnSingle {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
-  static constexpr float kPoly[] = {-0.12891685962677002f, 0.1398443728685379f,
-                                    -0.12184260785579681f, 0.140058696269989f,
-                                    -0.16680487990379333f, 0.20010405778884888f,
-                                    -0.24999797344207764f, 0.3333321511745453f, -0.5f};
-  // ln 2 = 0.693145751953125 (0x3F317200) + 1.428606765330187e-06.
-  static constexpr float kLn2Hi = 0.693145751953125f, kLn2Lo = 1.428606765330187e-06f;
-
-  // n ln 2 + r + r^2 (p r - 0.5) on two lanes, rounded to single.
-  static __m128 Sum(__m128d n, __m128d r, __m128d p) {
-    const __m128d q = _mm_add_pd(_mm_mul_pd(p, r), _mm_set1_pd(kPoly[8]));
-    __m128d y = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(kLn2Lo)), r);
-    y = _mm_add_pd(y, _mm_mul_pd(_mm_mul_pd(r, r), q));
-    return _mm_cvtpd_ps(_mm_add_pd(y, _mm_mul_pd(n, _mm_set1_pd(kLn2Hi))));
-  }
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
-    const __m128i u = _mm_castps_si128(in[0].raw);
-    // 0x3F2AAAAB is the image of 2/3.
-    const __m128i v = _mm_sub_epi32(u, _mm_set1_epi32(0x3F2AAAAB));
-    const __m128i n = _mm_srai_epi32(v, 23);
-    const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
-                                                    _mm_set1_epi32(0x3F2AAAAB)));
-    const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
-    __m128 p = _mm_set1_ps(kPoly[0]);
-    for (int k = 1; k < 8; ++k) p = _mm_add_ps(_mm_mul_ps(p, r), _mm_set1_ps(kPoly[k]));
-    const __m128 lo = Sum(_mm_cvtepi32_pd(n), _mm_cvtps_pd(r), _mm_cvtps_pd(p));
-    const __m128 hi = Sum(_mm_cvtepi32_pd(_mm_shuffle_epi32(n, _MM_SHUFFLE(3, 2, 3, 2))),
-                          _mm_cvtps_pd(_mm_movehl_ps(r, r)), _mm_cvtps_pd(_mm_movehl_ps(p, p)));
+    const LnSingleParts a = LnSingleReduce(in[0].raw);
+    const __m128 lo = _mm_cvtpd_ps(LnSingleSum(LowLanes(a.n), _mm_cvtps_pd(a.r), _mm_cvtps_pd(a.p)));
+    const __m128 hi = _mm_cvtpd_ps(LnSingleSum(HighLanes(a.n), _mm_cvtps_pd(_mm_movehl_ps(a.r, a.r)),
+                                               _mm_cvtps_pd(_mm_movehl_ps(a.p, a.p))));
     out[0] = _mm_movelh_ps(lo, hi);
   }
   // u - 0x800000 >= 0x7F000000 as unsigned: zero, negative, subnormal, infinity, NaN.

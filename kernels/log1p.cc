@@ -1,6 +1,6 @@
-// ln(1 + x) in double lanes, whole registers in the loop form: for a double x the pair 1 + x
-// through the block reduction of dLn as ln(hi) + lo / hi, for a float x the plain double 1 + x
-// (exact wherever it matters) through the short reduction; near 0 the block polynomial alone.
+// ln(1 + x), whole registers in the loop form: for a double x the pair 1 + x through the block
+// reduction of dLn as ln(hi) + lo / hi; for a float x sLn's single reduction of 1 + x rounded,
+// with the rest of 1 + x added to r; near 0 the block polynomial alone.
 // NaN, +infinity and x <= -1 go to the scalar element.
 #include "kernels/element_kernel.h"
 #include "kernels/log_block.h"
@@ -53,14 +53,56 @@ struct Log1pDoubleLanes : Log1pLanes {
     return WithShortPath(x, ln);
   }
 };
-// 1 + x of a widened float is exact up to 2^29 and rounds far below a float ulp beyond.
-struct Log1pSingleLanes : Log1pLanes {
-  static __m128d Lanes(__m128d x) {
-    return WithShortPath(x, LogBlockShort<LnBase>(_mm_add_pd(_mm_set1_pd(1.0), x)));
+// sLog1p in single lanes: u = 1 + x rounded to single through sLn's reduction, and the part of
+// 1 + x that u misses, d = (1 - u) + x (1 - u is exact), put into r as d 2^-n, so that
+// ln(1 + x) = n ln 2 + ln(1 + r + d 2^-n); p stays that of r, a change far below its error.
+// Near 0, u = 1 and r + d = x: no separate short path. The sign of x is that of the result,
+// and of a zero.
+struct Log1pSingle {
+  using T = float;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr bool kCanFail = true, kLoopBlocks = true;
+  // Two lanes: x, u and r, p widened, n and 2^-n as doubles.
+  static __m128 Half(__m128d x, __m128d u, __m128d n, __m128d scale, __m128d r, __m128d p) {
+    const __m128d d = _mm_add_pd(_mm_sub_pd(_mm_set1_pd(1.0), u), x);
+    const __m128d ln = LnSingleSum(n, _mm_add_pd(r, _mm_mul_pd(d, scale)), p);
+    return _mm_cvtpd_ps(_mm_or_pd(ln, _mm_and_pd(x, _mm_set1_pd(-0.0))));
   }
+  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
+    const __m128 x = in[0].raw;
+    const __m128 u = _mm_add_ps(_mm_set1_ps(1.0f), x);
+    const LnSingleParts a = LnSingleReduce(u);
+    // 2^-n from the exponent field 1023 - n of each 64-bit lane.
+    const __m128i field = _mm_sub_epi32(_mm_set1_epi32(1023), a.n);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128d scale_lo = _mm_castsi128_pd(_mm_slli_epi64(_mm_unpacklo_epi32(field, zero), 52));
+    const __m128d scale_hi = _mm_castsi128_pd(_mm_slli_epi64(_mm_unpackhi_epi32(field, zero), 52));
+    const auto high = [](__m128 v) { return _mm_cvtps_pd(_mm_movehl_ps(v, v)); };
+    out[0] = _mm_movelh_ps(Half(_mm_cvtps_pd(x), _mm_cvtps_pd(u), LowLanes(a.n), scale_lo,
+                                _mm_cvtps_pd(a.r), _mm_cvtps_pd(a.p)),
+                           Half(high(x), high(u), HighLanes(a.n), scale_hi, high(a.r), high(a.p)));
+  }
+  // Lanes outside (-1, +infinity), NaN included, by images made ordered as signed integers:
+  // -1 and below map to 0xC07FFFFF and less, +infinity and NaN above 0x7F7FFFFF.
+  static int Flag(const Vec<T> (&in)[1]) {
+    const __m128i u = _mm_castps_si128(in[0].raw);
+    const __m128i ordered =
+        _mm_xor_si128(u, _mm_and_si128(_mm_srai_epi32(u, 31), _mm_set1_epi32(0x7FFFFFFF)));
+    const __m128i low = _mm_cmpgt_epi32(_mm_set1_epi32(static_cast<int>(0xC0800000u)), ordered);
+    const __m128i high_end = _mm_cmpgt_epi32(ordered, _mm_set1_epi32(0x7F7FFFFF));
+    return _mm_movemask_ps(_mm_castsi128_ps(_mm_or_si128(low, high_end)));
+  }
+  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
+  static int Element(const T (&in)[1], T (&out)[1]) {
+    if (ElementByCompute<Log1pSingle>(in, out)) return 0;
+    double r;
+    const int code = Log1pLanes::Eval(in[0], &r);
+    out[0] = static_cast<float>(r);
+    return code;
+  }
+  static int Companion(const T (&in)[1], T (&out)[1]) { return Element(in, out); }
 };
 
-using Log1pSingle = LaneKernel<float, Log1pSingleLanes>;
 using Log1pDouble = LaneKernel<double, Log1pDoubleLanes>;
 
 }  // namespace

@@ -166,6 +166,45 @@ inline __m128d LogBlockShort(__m128d x) {
   return _mm_add_pd(s, _mm_add_pd(low, _mm_mul_pd(ln1r, _mm_set1_pd(B::kScale))));
 }
 
+// sLn's reduction in single precision, for positive normal floats with bits u:
+// v = u - 0x3F2AAAAB (the image of 2/3), n = v >> 23, m = (v & 0x7FFFFF) + 0x3F2AAAAB in
+// [2/3, 4/3), r = m - 1 exact, and p the Horner sum of the degree-9 polynomial up to its last
+// step, ln x = n ln 2 + r + r^2 (p r - 0.5). The last step, the square and the sums run in
+// double (LnSingleSum): in single their roundings cost up to 0.47 ulp where r is near -1/3 and
+// the result is half its terms (x just above 4/3).
+struct LnSingleParts {
+  __m128i n;
+  __m128 r, p;
+};
+inline constexpr float kLnSinglePoly[] = {-0.12891685962677002f, 0.1398443728685379f,
+                                          -0.12184260785579681f, 0.140058696269989f,
+                                          -0.16680487990379333f, 0.20010405778884888f,
+                                          -0.24999797344207764f, 0.3333321511745453f, -0.5f};
+// ln 2 = 0.693145751953125 (0x3F317200) + 1.428606765330187e-06.
+inline constexpr float kLnSingleLn2Hi = 0.693145751953125f, kLnSingleLn2Lo = 1.428606765330187e-06f;
+
+inline LnSingleParts LnSingleReduce(__m128 x) {
+  const __m128i v = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x3F2AAAAB));
+  const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
+                                                  _mm_set1_epi32(0x3F2AAAAB)));
+  const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
+  __m128 p = _mm_set1_ps(kLnSinglePoly[0]);
+  for (int k = 1; k < 8; ++k) p = _mm_add_ps(_mm_mul_ps(p, r), _mm_set1_ps(kLnSinglePoly[k]));
+  return {_mm_srai_epi32(v, 23), r, p};
+}
+// n ln 2 + r + r^2 (p r - 0.5) on two double lanes.
+inline __m128d LnSingleSum(__m128d n, __m128d r, __m128d p) {
+  const __m128d q = _mm_add_pd(_mm_mul_pd(p, r), _mm_set1_pd(kLnSinglePoly[8]));
+  __m128d y = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(kLnSingleLn2Lo)), r);
+  y = _mm_add_pd(y, _mm_mul_pd(_mm_mul_pd(r, r), q));
+  return _mm_add_pd(y, _mm_mul_pd(n, _mm_set1_pd(kLnSingleLn2Hi)));
+}
+// Lanes 0, 1 and 2, 3 of four integers as doubles.
+inline __m128d LowLanes(__m128i n) { return _mm_cvtepi32_pd(n); }
+inline __m128d HighLanes(__m128i n) {
+  return _mm_cvtepi32_pd(_mm_shuffle_epi32(n, _MM_SHUFFLE(3, 2, 3, 2)));
+}
+
 }  // namespace tem
 
 #endif  // QOR_KERNELS_LOG_BLOCK_H_
