@@ -85,8 +85,9 @@ D Expm1Block(D x) {
   const D corr = (hi * Poly::Eval(r) + lo) * scale;
   D y = s + (err + corr);
   if constexpr (Poly::kHasSmall) {
-    const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
-    y = D::Select(D::Less(ax, D::Set(kSmall)), Poly::Small(x), y);
+    // The polynomial only for registers that have a small lane.
+    const D small = D::Less(x & D::FromBits(0x7FFFFFFFFFFFFFFFull), D::Set(kSmall));
+    if (small.LaneBits() != 0) y = D::Select(small, Poly::Small(x), y);
   }
   return y | sign;
 }

@@ -82,7 +82,11 @@ D Hyperbolic(D x) {
   const D sum_lo = ((a_hi - sum) + b_hi) + (a_lo + b_lo);
   if constexpr (kSinh) {
     D y = diff + (diff_lo + (diff * even + sum * odd));
-    if constexpr (Polys::kHasSmall) y = D::Select(D::Less(ax, D::Set(kSmall)), Polys::Small(ax), y);
+    if constexpr (Polys::kHasSmall) {
+      // The polynomial only for registers that have a small lane.
+      const D small = D::Less(ax, D::Set(kSmall));
+      if (small.LaneBits() != 0) y = D::Select(small, Polys::Small(ax), y);
+    }
     return y | sign;
   } else {
     return sum + (sum_lo + (sum * even + diff * odd));
