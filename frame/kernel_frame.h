@@ -12,10 +12,13 @@
 //                                         those left for the companion (if kCanFail)
 //   Companion(in, out) -> status          one lane; stores the result the caller is to see
 //   Element(in, out) -> status            one element of the loop form
+//   kLoopBlocks (optional)                the loop form computes unflagged registers at once
 #ifndef QOR_FRAME_KERNEL_FRAME_H_
 #define QOR_FRAME_KERNEL_FRAME_H_
 
 #include <stddef.h>
+
+#include <type_traits>
 
 #include "frame/error_dispatch.h"
 #include "frame/fp_env.h"
@@ -166,17 +169,58 @@ void WalkVector(int n, const Io& io, uint32_t mode, const char* name) {
   for (; i < n; i += kLanes) RunGroup<K, 1>(io, i, n - i < kLanes ? n - i : kLanes, no_error, name);
 }
 
-// Loop form: element by element, each status reported as soon as its result is stored.
+// Kernels whose element rule has a common path that Compute gives for whole registers set
+// kLoopBlocks; the loop form then runs registers whose lanes Flag leaves clear in one go.
+template <class K, class = void>
+struct LoopBlocks : std::false_type {};
+template <class K>
+struct LoopBlocks<K, std::void_t<decltype(K::kLoopBlocks)>> : std::bool_constant<K::kLoopBlocks> {};
+
+// The element of a kLoopBlocks kernel for an input that Flag leaves clear: lane 0 of Compute
+// on a register that repeats it, so that lone elements and whole registers agree bit for bit.
+// False for a flagged input, which is the element rule's own.
+template <class K>
+bool ElementByCompute(const typename K::T (&in)[1], typename K::T (&out)[1]) {
+  using V = Vec<typename K::T>;
+  const V x[1] = {V::Set(in[0])};
+  if (K::Flag(x) != 0) return false;
+  V y[1];
+  K::Compute(x, y);
+  alignas(16) typename K::T lanes[V::kLanes];
+  y[0].StoreAligned(lanes);
+  out[0] = lanes[0];
+  return true;
+}
+
+// Loop form: element by element, each status reported as soon as its result is stored. With
+// LoopBlocks a register without flagged lanes is computed and stored at once: its lanes report
+// nothing and Element gives the same results; a register with a flagged lane goes element by
+// element, so that only the element rule raises flags for special inputs.
 template <class K, class Io>
 void WalkLoop(int n, const Io& io, const char* name) {
   using T = typename K::T;
-  for (int i = 0; i < n; ++i) {
+  const auto element = [&](int i) {
     T in[K::kInputs], out[K::kResults];
     for (int k = 0; k < K::kInputs; ++k) in[k] = io.In(k, i);
     int code = K::Element(in, out);
     for (int k = 0; k < K::kResults; ++k) io.Out(k, i) = out[k];
     if (code != 0) io.Report(code, i, in, name);
+  };
+  int i = 0;
+  if constexpr (LoopBlocks<K>::value) {
+    constexpr int kLanes = Vec<T>::kLanes;
+    for (; i <= n - kLanes; i += kLanes) {
+      Vec<T> x[K::kInputs], y[K::kResults];
+      for (int k = 0; k < K::kInputs; ++k) x[k] = io.Load(k, i, kLanes);
+      if (K::Flag(x) == 0) {
+        K::Compute(x, y);
+        for (int k = 0; k < K::kResults; ++k) io.Store(k, i, kLanes, y[k]);
+      } else {
+        for (int j = i; j < i + kLanes; ++j) element(j);
+      }
+    }
   }
+  for (; i < n; ++i) element(i);
 }
 
 // A kernel call in the frame form of function F. A count of zero or less does nothing.

@@ -85,8 +85,9 @@ D Expm1Block(D x) {
   const D corr = (hi * Poly::Eval(r) + lo) * scale;
   D y = s + (err + corr);
   if constexpr (Poly::kHasSmall) {
-    const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
-    y = D::Select(D::Less(ax, D::Set(kSmall)), Poly::Small(x), y);
+    // The polynomial only for registers that have a small lane.
+    const D small = D::Less(x & D::FromBits(0x7FFFFFFFFFFFFFFFull), D::Set(kSmall));
+    if (small.LaneBits() != 0) y = D::Select(small, Poly::Small(x), y);
   }
   return y | sign;
 }
@@ -125,24 +126,12 @@ struct DoubleKernel {
     out[0] = Expm1Scalar(in[0], &status);
     return status;
   }
-  static int Element(const double (&in)[1], double (&out)[1]) { return Companion(in, out); }
+  // The loop form runs unflagged registers through the block.
+  static constexpr bool kLoopBlocks = true;
+  static int Element(const double (&in)[1], double (&out)[1]) {
+    return ElementByCompute<DoubleKernel>(in, out) ? TEM_STATUS_OK : Companion(in, out);
+  }
 };
-
-// One float element on |x| <= 88.72283 in plain double arithmetic: a result rounded to single
-// needs neither the 2Sum nor the small-x path, since a - 1 is exact or far above the result's
-// last bit, and n = 0 leaves p(r) alone. The result takes the sign of x (for -0).
-double Expm1Float(double x) {
-  const double t = x * kK + kShifter;
-  const double n = t - kShifter;
-  const double r = (x - n * kL1) - n * kL2;
-  const int ni = static_cast<int32_t>(BitsOf(t));
-  const double hi = kExp128[ni & 127][0], lo = kExp128[ni & 127][1];
-  const double scale = Pow2(ni >> 7);
-  const double p = (((kExpm1ShortPoly[3] * r + kExpm1ShortPoly[2]) * r + kExpm1ShortPoly[1]) * r +
-                    kExpm1ShortPoly[0]) * r;
-  const double y = (hi * scale - 1.0) + (hi * p + lo) * scale;
-  return __builtin_copysign(y, x);
-}
 
 struct Single {
   // 0x42B17217: 88.72283, the largest float whose e^x - 1 is finite; flags both sides.
@@ -155,19 +144,14 @@ struct Single {
     int status;
     return Expm1Scalar(x, &status);
   }
-  // The loop form's element: the lean path, the companion for overflow, infinities and NaN.
-  static int Element(const float (&in)[1], float (&out)[1]) {
-    if (__builtin_expect(!(__builtin_fabsf(in[0]) <= kOverflow), 0)) {
-      return WidenedKernel<Single>::Companion(in, out);
-    }
-    out[0] = static_cast<float>(Expm1Float(in[0]));
-    return TEM_STATUS_OK;
-  }
 };
 
-// The widened vector form with the lean element.
+// The widened vector form; the loop form runs unflagged registers through the block.
 struct SingleKernel : WidenedKernel<Single> {
-  static int Element(const float (&in)[1], float (&out)[1]) { return Single::Element(in, out); }
+  static constexpr bool kLoopBlocks = true;
+  static int Element(const float (&in)[1], float (&out)[1]) {
+    return ElementByCompute<SingleKernel>(in, out) ? TEM_STATUS_OK : Companion(in, out);
+  }
 };
 
 }  // namespace

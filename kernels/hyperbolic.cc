@@ -2,7 +2,8 @@
 // B = 2^-(m+j/16)/2, C = cosh r, S = sinh r:
 //   sinh |x| = (A - B) + ((A - B)(C - 1) + (A + B) S),
 //   cosh x   = (A + B) + ((A + B)(C - 1) + (A - B) S),
-// with A and B as double-double values, so that the leading term rounds once. Below
+// with A and B as double-double values in the double forms, so that the leading term rounds
+// once. Below
 // |x| = kSmall the double sinh is a direct odd Taylor polynomial: there the reduced form
 // makes the result as A - B less a term of nearly its size, and the errors exceed an ulp.
 #include "kernels/exp_common.h"
@@ -19,7 +20,7 @@ constexpr double kSmall = 0x1p-3;  // the direct sinh polynomial's range, |x| be
 // The double forms; kOddPoly and kEvenPoly are S(r)/r - 1 over r^2 and (C(r) - 1)/r^2 - 1/2
 // over r^2, on |r| <= ln2/32.
 struct DoublePolys {
-  static constexpr bool kHasSmall = true;
+  static constexpr bool kHasSmall = true, kPairs = true;
   // sinh x on |x| < 1/8 by its Taylor series to x^11: the first term left out is below
   // 2^-68 relative to the result.
   static D Small(D x) {
@@ -39,9 +40,10 @@ struct DoublePolys {
                        r2 * (D::Set(0.0013888888970874393) + r2 * D::Set(2.4801762009559563e-05))));
   }
 };
-// The single forms run in double with Taylor terms: errors below 2^-40 on |r| <= ln2/32.
+// The single forms run in double with Taylor terms: errors below 2^-40 on |r| <= ln2/32; A and
+// B need no low parts.
 struct ShortPolys {
-  static constexpr bool kHasSmall = false;
+  static constexpr bool kHasSmall = false, kPairs = false;
   static D Odd(D r, D r2) {
     return r + r * r2 * (D::Set(1.0 / 6) + r2 * D::Set(1.0 / 120));
   }
@@ -69,12 +71,19 @@ D Hyperbolic(D x) {
   const D scale_up = D::FromImage(_mm_add_epi64(one, m_field));
   const D scale_down = D::FromImage(_mm_sub_epi64(one, m_field));
   const D a_hi = D(_mm_unpacklo_pd(up0, up1)) * scale_up;
-  const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * scale_up;
   const D b_hi = D(_mm_unpacklo_pd(down0, down1)) * scale_down;
-  const D b_lo = D(_mm_unpackhi_pd(down0, down1)) * scale_down;
   const D r2 = r * r;
   const D odd = Polys::Odd(r, r2);
   const D even = Polys::EvenMinusOne(r2);
+  if constexpr (!Polys::kPairs) {
+    // A and B rounded once: an absolute error near 2^-54, and none at all for n = 0 (A = B
+    // = 1/2), where sinh is odd(r) alone.
+    const D diff = a_hi - b_hi, sum = a_hi + b_hi;
+    if constexpr (kSinh) return (diff + (diff * even + sum * odd)) | sign;
+    return sum + (sum * even + diff * odd);
+  }
+  const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * scale_up;
+  const D b_lo = D(_mm_unpackhi_pd(down0, down1)) * scale_down;
   // A >= B, so both sums are exact with their errors by Fast2Sum.
   const D diff = a_hi - b_hi;
   const D diff_lo = ((a_hi - diff) - b_hi) + (a_lo - b_lo);
@@ -82,7 +91,11 @@ D Hyperbolic(D x) {
   const D sum_lo = ((a_hi - sum) + b_hi) + (a_lo + b_lo);
   if constexpr (kSinh) {
     D y = diff + (diff_lo + (diff * even + sum * odd));
-    if constexpr (Polys::kHasSmall) y = D::Select(D::Less(ax, D::Set(kSmall)), Polys::Small(ax), y);
+    if constexpr (Polys::kHasSmall) {
+      // The polynomial only for registers that have a small lane.
+      const D small = D::Less(ax, D::Set(kSmall));
+      if (small.LaneBits() != 0) y = D::Select(small, Polys::Small(ax), y);
+    }
     return y | sign;
   } else {
     return sum + (sum_lo + (sum * even + diff * odd));

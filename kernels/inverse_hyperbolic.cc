@@ -1,5 +1,7 @@
-// asinh, acosh, atanh as logarithms of double-double pairs through the scalar core. sAtanh is
-// of the vector form: ln((1 + x) / (1 - x)) / 2 in double by the block reduction.
+// asinh, acosh, atanh as logarithms in double lanes by the block reduction: the double members
+// of ln(|x| + sqrt(x^2 +- 1)) and ln((1 + x) / (1 - x)) / 2 of pairs, the single members of
+// plain doubles. The loop-form kernels run whole registers where no lane needs more; the scalar
+// core (double-double pairs) takes the rest: specials, statuses, huge and border inputs.
 #include "frame/kernel_frame.h"
 #include "kernels/element_kernel.h"
 #include "kernels/log_block.h"
@@ -9,27 +11,116 @@ namespace tem {
 
 namespace {
 
+// The scalar elements, for the inputs that the lanes leave out.
 struct AsinhFn {
-  static constexpr bool kCanFail = false;
   static int Eval(double x, double* r) { return AsinhElement(x, r); }
 };
 struct AcoshFn {
-  static constexpr bool kCanFail = true;
   static int Eval(double x, double* r) { return AcoshElement(x, r); }
-  static bool MayReport(double x) { return !(x >= 1.0); }
 };
 // dAtanh reports both |x| > 1 and |x| = 1 with status 1.
 struct AtanhFn {
-  static constexpr bool kCanFail = true;
   static int Eval(double x, double* r) { return AtanhElement(x, r, TEM_STATUS_ERRDOM); }
-  static bool MayReport(double x) { return !(__builtin_fabs(x) < 1.0); }
 };
 
-using AsinhSingle = ElementKernel<float, AsinhFn>;
-using AsinhDouble = ElementKernel<double, AsinhFn>;
-using AcoshSingle = ElementKernel<float, AcoshFn>;
-using AcoshDouble = ElementKernel<double, AcoshFn>;
-using AtanhDouble = ElementKernel<double, AtanhFn>;
+// Lane bits of a double register whose high word lies outside [lo, hi) as unsigned numbers
+// (negative lanes always do): an unsigned compare is a signed one after adding 0x80000000.
+template <uint32_t kLo, uint32_t kHi>
+int FlagHighOutside(__m128d x) {
+  const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
+  const __m128i biased = _mm_add_epi32(high, _mm_set1_epi32(static_cast<int>(0x80000000u - kLo)));
+  const __m128i limit = _mm_set1_epi32(static_cast<int>(kHi - kLo - 1 + 0x80000000u));
+  return _mm_movemask_pd(_mm_castsi128_pd(_mm_cmpgt_epi32(biased, limit)));
+}
+
+// ln(a + sqrt(a^2 + one)) for lanes where the sum is at least 1 and a^2 does not overflow:
+// the square, the root and the sum as pairs, and ln of the pair t as ln(t.hi) + t.lo / t.hi.
+inline __m128d LnOfRootSumPd(__m128d a, __m128d one) {
+  const PairPd a2 = TwoProdPd(a, a);
+  const PairPd q0 = TwoSumPd(a2.hi, one);
+  const PairPd q = FastTwoSumPd(q0.hi, _mm_add_pd(q0.lo, a2.lo));
+  const __m128d s = _mm_sqrt_pd(q.hi);
+  const PairPd s2 = TwoProdPd(s, s);
+  const __m128d residual = _mm_add_pd(_mm_sub_pd(_mm_sub_pd(q.hi, s2.hi), s2.lo), q.lo);
+  const __m128d s_lo = _mm_div_pd(residual, _mm_add_pd(s, s));
+  const PairPd t0 = TwoSumPd(a, s);
+  const PairPd t = FastTwoSumPd(t0.hi, _mm_add_pd(t0.lo, s_lo));
+  return LogBlock<LnBase, true>(t.hi, BiasedExponent(t.hi), _mm_div_pd(t.lo, t.hi));
+}
+
+// The odd series a + a^3 (c3 + c5 a^2) below series_end, ln above, with the sign of x.
+inline __m128d WithSeries(__m128d x, __m128d a, __m128d ln, double c3, double c5, double series_end) {
+  const __m128d a2 = _mm_mul_pd(a, a);
+  const __m128d p = _mm_add_pd(_mm_mul_pd(a2, _mm_set1_pd(c5)), _mm_set1_pd(c3));
+  const __m128d series = _mm_add_pd(a, _mm_mul_pd(a, _mm_mul_pd(a2, p)));
+  const __m128d small = _mm_cmplt_pd(a, _mm_set1_pd(series_end));
+  const __m128d y = _mm_or_pd(_mm_and_pd(small, series), _mm_andnot_pd(small, ln));
+  return _mm_or_pd(y, _mm_and_pd(x, _mm_set1_pd(-0.0)));
+}
+inline __m128d Magnitude(__m128d x) { return _mm_andnot_pd(_mm_set1_pd(-0.0), x); }
+
+// sAsinh from widened floats: below 2^-5 the series to a^5 (2^-34 relative); above,
+// ln(a + sqrt(a^2 + 1)) in plain double has an absolute error near 2^-50, as a^2 is exact and
+// no finite float overflows it. Infinities and NaN go to the element.
+struct AsinhSingleLanes : AsinhFn {
+  static __m128d Lanes(__m128d x) {
+    const __m128d a = Magnitude(x);
+    const __m128d t = _mm_add_pd(a, _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(a, a), _mm_set1_pd(1.0))));
+    return WithSeries(x, a, LogBlockShort<LnBase>(t), -1.0 / 6.0, 3.0 / 40.0, 0x1p-5);
+  }
+  static int Flag(__m128d x) { return FlagHighOutside<0, 0x7FF00000>(Magnitude(x)); }
+};
+// dAsinh: below 2^-14 the series to a^5 (2^-58 relative), up to 2^28 the pair root sum; the
+// element takes larger magnitudes, infinities and NaN.
+struct AsinhDoubleLanes : AsinhFn {
+  static __m128d Lanes(__m128d x) {
+    const __m128d a = Magnitude(x);
+    return WithSeries(x, a, LnOfRootSumPd(a, _mm_set1_pd(1.0)), -1.0 / 6.0, 3.0 / 40.0, 0x1p-14);
+  }
+  static int Flag(__m128d x) { return FlagHighOutside<0, 0x41B00000>(Magnitude(x)); }
+};
+
+// sAcosh: ln(x + sqrt(x^2 - 1)) for finite x >= 1: x^2 - 1 is exact up to 2^26, and near 1
+// the result is at least 2^-11.5, far above the absolute error near 2^-50. acosh 1 = +0, as
+// t = 1 exactly and the reduction gives +0 there.
+struct AcoshSingleLanes : AcoshFn {
+  static __m128d Lanes(__m128d x) {
+    const __m128d s = _mm_sqrt_pd(_mm_sub_pd(_mm_mul_pd(x, x), _mm_set1_pd(1.0)));
+    return LogBlockShort<LnBase>(_mm_add_pd(x, s));
+  }
+  static int Flag(__m128d x) { return FlagHighOutside<0x3FF00000, 0x7FF00000>(x); }
+};
+// dAcosh: the pair root sum for x in (1 + 2^-20, 2^28); the element takes the rest (1 itself,
+// where the root's correction would divide by zero, and the huge, where x^2 overflows).
+struct AcoshDoubleLanes : AcoshFn {
+  static __m128d Lanes(__m128d x) { return LnOfRootSumPd(x, _mm_set1_pd(-1.0)); }
+  static int Flag(__m128d x) { return FlagHighOutside<0x3FF00001, 0x41B00000>(x); }
+};
+
+// dAtanh: below 2^-14 the series to a^5; up to 1 half the ln of the pair quotient
+// (1 + a) / (1 - a), whose parts are exact, with ln(q.hi + q.lo) = ln(q.hi) + q.lo / q.hi and
+// q.lo / q.hi = residual / (1 + a) to the precision that matters.
+struct AtanhDoubleLanes : AtanhFn {
+  static __m128d Lanes(__m128d x) {
+    const __m128d one = _mm_set1_pd(1.0);
+    const __m128d a = Magnitude(x);
+    const PairPd num = FastTwoSumPd(one, a);
+    const PairPd den = FastTwoSumPd(one, _mm_sub_pd(_mm_setzero_pd(), a));
+    const __m128d q = _mm_div_pd(num.hi, den.hi);
+    const PairPd qd = TwoProdPd(q, den.hi);
+    const __m128d residual = _mm_sub_pd(
+        _mm_add_pd(_mm_sub_pd(_mm_sub_pd(num.hi, qd.hi), qd.lo), num.lo), _mm_mul_pd(q, den.lo));
+    const __m128d ln = LogBlock<LnBase, true>(q, BiasedExponent(q), _mm_div_pd(residual, num.hi));
+    return WithSeries(x, a, _mm_mul_pd(_mm_set1_pd(0.5), ln), 1.0 / 3.0, 0.2, 0x1p-14);
+  }
+  static int Flag(__m128d x) { return FlagHighOutside<0, 0x3FF00000>(Magnitude(x)); }
+};
+
+using AsinhSingle = LaneKernel<float, AsinhSingleLanes>;
+using AsinhDouble = LaneKernel<double, AsinhDoubleLanes>;
+using AcoshSingle = LaneKernel<float, AcoshSingleLanes>;
+using AcoshDouble = LaneKernel<double, AcoshDoubleLanes>;
+using AtanhDouble = LaneKernel<double, AtanhDoubleLanes>;
 
 // sAtanh: widened to double, where 1 + x and 1 - x are exact; below 2^-5 the odd series to
 // x^7 (error below 2^-40 relative) avoids the cancellation of ln near 1.

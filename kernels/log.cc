@@ -1,6 +1,6 @@
 // ln, log2 and log10 in the vector form. Double lanes use the division-based block reduction;
-// sLn runs in single precision; sLog2 and sLog10 widen to double and use the short double
-// block.
+// sLn reduces in single precision and sums in double; sLog2 and sLog10 widen to double and use
+// the short double block.
 // Flagged lanes (zero, negative, subnormal double, infinity, NaN) go to the companions.
 #include "frame/kernel_frame.h"
 #include "kernels/log_block.h"
@@ -66,29 +66,17 @@ struct LogFloat {
   static int Companion(const T (&in)[1], T (&out)[1]) { return LogSpecial(in[0], &out[0]); }
 };
 
-// sLn in single precision: m in [2/3, 4/3), r = m - 1, ln x = n ln 2 + r + r^2 p(r).
+// sLn by the single-precision reduction with the sums in double (LnSingleReduce, LnSingleSum).
 struct LnSingle {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
-    const __m128i u = _mm_castps_si128(in[0].raw);
-    // 0x3F2AAAAB is the image of 2/3.
-    const __m128i v = _mm_sub_epi32(u, _mm_set1_epi32(0x3F2AAAAB));
-    const __m128 n = _mm_cvtepi32_ps(_mm_srai_epi32(v, 23));
-    const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
-                                                    _mm_set1_epi32(0x3F2AAAAB)));
-    const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
-    static constexpr float kPoly[] = {-0.12891685962677002f, 0.1398443728685379f,
-                                      -0.12184260785579681f, 0.140058696269989f,
-                                      -0.16680487990379333f, 0.20010405778884888f,
-                                      -0.24999797344207764f, 0.3333321511745453f, -0.5f};
-    __m128 p = _mm_set1_ps(kPoly[0]);
-    for (int k = 1; k < 9; ++k) p = _mm_add_ps(_mm_mul_ps(p, r), _mm_set1_ps(kPoly[k]));
-    // ln 2 = 0.693145751953125 (0x3F317200) + 1.428606765330187e-06.
-    __m128 y = _mm_add_ps(_mm_mul_ps(n, _mm_set1_ps(1.428606765330187e-06f)), r);
-    y = _mm_add_ps(y, _mm_mul_ps(_mm_mul_ps(r, r), p));
-    out[0] = _mm_add_ps(y, _mm_mul_ps(n, _mm_set1_ps(0.693145751953125f)));
+    const LnSingleParts a = LnSingleReduce(in[0].raw);
+    const __m128 lo = _mm_cvtpd_ps(LnSingleSum(LowLanes(a.n), _mm_cvtps_pd(a.r), _mm_cvtps_pd(a.p)));
+    const __m128 hi = _mm_cvtpd_ps(LnSingleSum(HighLanes(a.n), _mm_cvtps_pd(_mm_movehl_ps(a.r, a.r)),
+                                               _mm_cvtps_pd(_mm_movehl_ps(a.p, a.p))));
+    out[0] = _mm_movelh_ps(lo, hi);
   }
   // u - 0x800000 >= 0x7F000000 as unsigned: zero, negative, subnormal, infinity, NaN.
   static int Flag(const Vec<T> (&in)[1]) {

@@ -1,5 +1,7 @@
-// ln(1 + x): the pair 1 + x through the block reduction of dLn on one lane, the block
-// polynomial alone near 0. NaN, infinities and x <= -1 are off the main path.
+// ln(1 + x), whole registers in the loop form: for a double x the pair 1 + x through the block
+// reduction of dLn as ln(hi) + lo / hi; for a float x sLn's single reduction of 1 + x rounded,
+// with the rest of 1 + x added to r; near 0 the block polynomial alone.
+// NaN, +infinity and x <= -1 go to the scalar element.
 #include "kernels/element_kernel.h"
 #include "kernels/log_block.h"
 #include "kernels/log_core.h"
@@ -11,74 +13,97 @@ namespace {
 // |x| up to this takes the polynomial alone: the block polynomial holds on |r| <= 2^-10.
 constexpr double kShortPath = 0.0009765625;
 
-// ln(1 + x) for a double -1 < x < +infinity, |x| > kShortPath: 1 + x is a pair and r is kept
-// in two parts.
-inline double Log1pMain(double x) {
-  const Pair s = TwoSum(1.0, x);
-  const uint64_t bits = BitsOf(s.hi);
-  const int n = static_cast<int>(bits >> 52);  // biased, s.hi is positive and normal
-  const double m = DoubleOf((bits & 0x000FFFFFFFFFFFFFull) | 0x3F50000000000000ull);
-  const double c = (1.0 / m + 6755399441055744.0) - 6755399441055744.0;
-  const double* row = kLnBlockTable[(BitsOf(c) >> 43) - 0x81000];
-  const double sh = n * LnBase::kLog2Hi + row[0];  // exact
-  const double low = n * LnBase::kLog2Lo + row[1];
-  const double mh = DoubleOf(BitsOf(m) & 0x3F5FFFFFFC000000ull);
-  const double rh = mh * c - 1.0;  // exact
-  // s.lo in units of m is s.lo * 2^(1013 - n); 2^(1023 - n) becomes 0 at n = 2046, where
-  // s.lo is far below the last bit of the result.
-  const double lm = s.lo * DoubleOf(static_cast<uint64_t>(2046 - n) << 52) * 0x1p-10;
-  const double rl = ((m - mh) + lm) * c;
-  const double r = rh + rl;
-  const double w = sh + rh;
-  const double err = (sh - w) + rh;
-  return w + (((err + low) + rl) + LnBlockTail(r));
+// x + (ln(1 + x) - x) on the short path, ln1p elsewhere; x + tail keeps the sign of a zero.
+inline __m128d WithShortPath(__m128d x, __m128d ln1p) {
+  const __m128d near_zero =
+      _mm_cmple_pd(_mm_andnot_pd(_mm_set1_pd(-0.0), x), _mm_set1_pd(kShortPath));
+  const __m128d short_path = _mm_add_pd(x, LnBlockTailPd(x));
+  return _mm_or_pd(_mm_and_pd(near_zero, short_path), _mm_andnot_pd(near_zero, ln1p));
 }
 
-// ln(1 + x) for a float x, -1 < x, |x| > kShortPath: 1 + x is exact in double (its rounding
-// beyond 2^29 is negligible), the row of the 128-row core table comes from the leading bits of
-// the mantissa with no division, and ln(1 + r) - r on |r| <= 2^-6.5 to r^5 is ample for a
-// result rounded to single. e ln2 + hi is exact, so that it cancels without error near x = 0.
-inline double Log1pFloat(double x) {
-  const uint64_t bits = BitsOf(1.0 + x);
-  const int e = static_cast<int>(bits >> 52) - 1023;
-  const double m = DoubleOf((bits & 0x000FFFFFFFFFFFFFull) | 0x3FF0000000000000ull);
-  // Row j = round(64 (m - 1)), from the low bits of m + 2^46 + 1 (spacing 2^-6).
-  const double* row = kLnCoreTable[BitsOf(m + 70368744177665.0) & 0x7F];
-  const double r = m * row[0] - 1.0;
-  const double r2 = r * r;
-  const double tail = ((0.2 * r - 0.25) * r2 + (r * (1.0 / 3) - 0.5)) * r2;
-  return (e * LnBase::kLog2Hi + row[1]) + ((e * LnBase::kLog2Lo + row[2]) + (r + tail));
-}
-
-// NaN (quieted, status 0), +infinity (itself), -1 (-infinity, status 2), below -1 (NaN,
-// status 1).
-int Log1pSpecial(double x, double* r) {
-  if (x != x || x > -1.0) {
-    *r = x + x;
-    return 0;
-  }
-  *r = x == -1.0 ? -__builtin_inf() : DoubleOf(kQuietNaNBits);
-  return x == -1.0 ? 2 : 1;
-}
-
-template <class T>
-struct Log1pFn {
-  static constexpr bool kCanFail = true;
+struct Log1pLanes {
+  // NaN (quieted, status 0), +infinity (itself), -1 (-infinity, status 2), below -1 (NaN,
+  // status 1).
   static int Eval(double x, double* r) {
-    if (__builtin_expect(!(x > -1.0 && x < __builtin_inf()), 0)) return Log1pSpecial(x, r);
-    // x + tail keeps the sign of a zero.
-    if (__builtin_fabs(x) <= kShortPath) {
-      *r = x + LnBlockTail(x);
-    } else {
-      *r = sizeof(T) == sizeof(float) ? Log1pFloat(x) : Log1pMain(x);
+    if (x != x || x > -1.0) {
+      *r = x + x;
+      return 0;
     }
-    return 0;
+    *r = x == -1.0 ? -__builtin_inf() : DoubleOf(kQuietNaNBits);
+    return x == -1.0 ? 2 : 1;
   }
-  // -1 and below report; NaN is caught too.
-  static bool MayReport(double x) { return !(x > -1.0); }
+  // Lanes outside (-1, +infinity), NaN included, by high words made ordered as signed integers
+  // (negative ones with the magnitude bits flipped): -1, and the doubles below it that share
+  // its high word 0xBFF00000, map to 0xC00FFFFF and less; +infinity and NaN to 0x7FF00000 and
+  // more.
+  static int Flag(__m128d x) {
+    const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
+    const __m128i flip = _mm_and_si128(_mm_srai_epi32(high, 31), _mm_set1_epi32(0x7FFFFFFF));
+    const __m128i ordered = _mm_xor_si128(high, flip);
+    const __m128i low = _mm_cmpgt_epi32(_mm_set1_epi32(static_cast<int>(0xC0100000u)), ordered);
+    const __m128i high_end = _mm_cmpgt_epi32(ordered, _mm_set1_epi32(0x7FEFFFFF));
+    return _mm_movemask_pd(_mm_castsi128_pd(_mm_or_si128(low, high_end)));
+  }
 };
-using Log1pSingle = ElementKernel<float, Log1pFn<float>>;
-using Log1pDouble = ElementKernel<double, Log1pFn<double>>;
+
+struct Log1pDoubleLanes : Log1pLanes {
+  static __m128d Lanes(__m128d x) {
+    const PairPd s = TwoSumPd(_mm_set1_pd(1.0), x);
+    const __m128d ln = LogBlock<LnBase, true>(s.hi, BiasedExponent(s.hi), _mm_div_pd(s.lo, s.hi));
+    return WithShortPath(x, ln);
+  }
+};
+// sLog1p in single lanes: u = 1 + x rounded to single through sLn's reduction, and the part of
+// 1 + x that u misses, d = (1 - u) + x (1 - u is exact), put into r as d 2^-n, so that
+// ln(1 + x) = n ln 2 + ln(1 + r + d 2^-n); p stays that of r, a change far below its error.
+// Near 0, u = 1 and r + d = x: no separate short path. The sign of x is that of the result,
+// and of a zero.
+struct Log1pSingle {
+  using T = float;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr bool kCanFail = true, kLoopBlocks = true;
+  // Two lanes: x, u and r, p widened, n and 2^-n as doubles.
+  static __m128 Half(__m128d x, __m128d u, __m128d n, __m128d scale, __m128d r, __m128d p) {
+    const __m128d d = _mm_add_pd(_mm_sub_pd(_mm_set1_pd(1.0), u), x);
+    const __m128d ln = LnSingleSum(n, _mm_add_pd(r, _mm_mul_pd(d, scale)), p);
+    return _mm_cvtpd_ps(_mm_or_pd(ln, _mm_and_pd(x, _mm_set1_pd(-0.0))));
+  }
+  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
+    const __m128 x = in[0].raw;
+    const __m128 u = _mm_add_ps(_mm_set1_ps(1.0f), x);
+    const LnSingleParts a = LnSingleReduce(u);
+    // 2^-n from the exponent field 1023 - n of each 64-bit lane.
+    const __m128i field = _mm_sub_epi32(_mm_set1_epi32(1023), a.n);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128d scale_lo = _mm_castsi128_pd(_mm_slli_epi64(_mm_unpacklo_epi32(field, zero), 52));
+    const __m128d scale_hi = _mm_castsi128_pd(_mm_slli_epi64(_mm_unpackhi_epi32(field, zero), 52));
+    const auto high = [](__m128 v) { return _mm_cvtps_pd(_mm_movehl_ps(v, v)); };
+    out[0] = _mm_movelh_ps(Half(_mm_cvtps_pd(x), _mm_cvtps_pd(u), LowLanes(a.n), scale_lo,
+                                _mm_cvtps_pd(a.r), _mm_cvtps_pd(a.p)),
+                           Half(high(x), high(u), HighLanes(a.n), scale_hi, high(a.r), high(a.p)));
+  }
+  // Lanes outside (-1, +infinity), NaN included, by images made ordered as signed integers:
+  // -1 and below map to 0xC07FFFFF and less, +infinity and NaN above 0x7F7FFFFF.
+  static int Flag(const Vec<T> (&in)[1]) {
+    const __m128i u = _mm_castps_si128(in[0].raw);
+    const __m128i ordered =
+        _mm_xor_si128(u, _mm_and_si128(_mm_srai_epi32(u, 31), _mm_set1_epi32(0x7FFFFFFF)));
+    const __m128i low = _mm_cmpgt_epi32(_mm_set1_epi32(static_cast<int>(0xC0800000u)), ordered);
+    const __m128i high_end = _mm_cmpgt_epi32(ordered, _mm_set1_epi32(0x7F7FFFFF));
+    return _mm_movemask_ps(_mm_castsi128_ps(_mm_or_si128(low, high_end)));
+  }
+  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
+  static int Element(const T (&in)[1], T (&out)[1]) {
+    if (ElementByCompute<Log1pSingle>(in, out)) return 0;
+    double r;
+    const int code = Log1pLanes::Eval(in[0], &r);
+    out[0] = static_cast<float>(r);
+    return code;
+  }
+  static int Companion(const T (&in)[1], T (&out)[1]) { return Element(in, out); }
+};
+
+using Log1pDouble = LaneKernel<double, Log1pDoubleLanes>;
 
 }  // namespace
 

@@ -40,12 +40,6 @@ struct Log10Base {
 inline constexpr double kC5 = 0.2000003665949424, kC4 = -0.2500003054940248,
                         kC3 = 0.33333333333308374, kC2 = -0.49999999999988803;
 
-// The block polynomial on one lane.
-inline double LnBlockTail(double r) {
-  const double r2 = r * r;
-  return ((kC5 * r + kC4) * r2 + (kC3 * r + kC2)) * r2;
-}
-
 inline __m128d BitsPd(uint64_t bits) {
   return _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(bits)));
 }
@@ -90,9 +84,10 @@ inline __m128d LnBlockTailPd(__m128d r) {
   return _mm_mul_pd(_mm_add_pd(_mm_mul_pd(odd, r2), even), r2);
 }
 
-// log_b(x) for positive normal lanes, whose biased exponent is n.
-template <class B>
-inline __m128d LogBlock(__m128d x, __m128d n) {
+// log_b(x) + extra for positive normal lanes, whose biased exponent is n; extra is a small
+// correction (the low part of a pair divided by x, say) added to the low terms.
+template <class B, bool kExtra = false>
+inline __m128d LogBlock(__m128d x, __m128d n, __m128d extra = __m128d()) {
   const __m128d one = _mm_set1_pd(1.0);
   const __m128d m = BlockMantissa(x);
   const __m128d c = BlockReciprocal(m);
@@ -122,9 +117,38 @@ inline __m128d LogBlock(__m128d x, __m128d n) {
   const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
   __m128d p = LnBlockTailPd(r);
   if constexpr (B::kScaled) p = _mm_mul_pd(p, _mm_set1_pd(B::kScale));
-  return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(_mm_add_pd(err, low), rest), p));
+  __m128d small = _mm_add_pd(err, low);
+  if constexpr (kExtra) small = _mm_add_pd(small, extra);
+  return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(small, rest), p));
 }
 
+// Double-double arithmetic on two lanes, as in the scalar core.
+struct PairPd {
+  __m128d hi, lo;
+};
+inline PairPd TwoSumPd(__m128d a, __m128d b) {
+  const __m128d s = _mm_add_pd(a, b);
+  const __m128d bb = _mm_sub_pd(s, a);
+  return {s, _mm_add_pd(_mm_sub_pd(a, _mm_sub_pd(s, bb)), _mm_sub_pd(b, bb))};
+}
+// a + b exactly when |a| >= |b|.
+inline PairPd FastTwoSumPd(__m128d a, __m128d b) {
+  const __m128d s = _mm_add_pd(a, b);
+  return {s, _mm_sub_pd(b, _mm_sub_pd(s, a))};
+}
+inline __m128d SplitHighPd(__m128d a) {
+  const __m128d t = _mm_mul_pd(_mm_set1_pd(134217729.0), a);
+  return _mm_sub_pd(t, _mm_sub_pd(t, a));
+}
+// a * b exactly, by Dekker's split.
+inline PairPd TwoProdPd(__m128d a, __m128d b) {
+  const __m128d p = _mm_mul_pd(a, b);
+  const __m128d ah = SplitHighPd(a), bh = SplitHighPd(b);
+  const __m128d al = _mm_sub_pd(a, ah), bl = _mm_sub_pd(b, bh);
+  const __m128d e = _mm_add_pd(_mm_add_pd(_mm_sub_pd(_mm_mul_pd(ah, bh), p), _mm_mul_pd(ah, bl)),
+                               _mm_mul_pd(al, bh));
+  return {p, _mm_add_pd(e, _mm_mul_pd(al, bl))};
+}
 // log_b(x) for positive normal lanes widened from float: the same reduction with r rounded
 // once and no extra-precision sums, which is ample for a result rounded to single.
 template <class B>
@@ -140,6 +164,45 @@ inline __m128d LogBlockShort(__m128d x) {
   const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
   const __m128d ln1r = _mm_add_pd(r, LnBlockTailPd(r));
   return _mm_add_pd(s, _mm_add_pd(low, _mm_mul_pd(ln1r, _mm_set1_pd(B::kScale))));
+}
+
+// sLn's reduction in single precision, for positive normal floats with bits u:
+// v = u - 0x3F2AAAAB (the image of 2/3), n = v >> 23, m = (v & 0x7FFFFF) + 0x3F2AAAAB in
+// [2/3, 4/3), r = m - 1 exact, and p the Horner sum of the degree-9 polynomial up to its last
+// step, ln x = n ln 2 + r + r^2 (p r - 0.5). The last step, the square and the sums run in
+// double (LnSingleSum): in single their roundings cost up to 0.47 ulp where r is near -1/3 and
+// the result is half its terms (x just above 4/3).
+struct LnSingleParts {
+  __m128i n;
+  __m128 r, p;
+};
+inline constexpr float kLnSinglePoly[] = {-0.12891685962677002f, 0.1398443728685379f,
+                                          -0.12184260785579681f, 0.140058696269989f,
+                                          -0.16680487990379333f, 0.20010405778884888f,
+                                          -0.24999797344207764f, 0.3333321511745453f, -0.5f};
+// ln 2 = 0.693145751953125 (0x3F317200) + 1.428606765330187e-06.
+inline constexpr float kLnSingleLn2Hi = 0.693145751953125f, kLnSingleLn2Lo = 1.428606765330187e-06f;
+
+inline LnSingleParts LnSingleReduce(__m128 x) {
+  const __m128i v = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x3F2AAAAB));
+  const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
+                                                  _mm_set1_epi32(0x3F2AAAAB)));
+  const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
+  __m128 p = _mm_set1_ps(kLnSinglePoly[0]);
+  for (int k = 1; k < 8; ++k) p = _mm_add_ps(_mm_mul_ps(p, r), _mm_set1_ps(kLnSinglePoly[k]));
+  return {_mm_srai_epi32(v, 23), r, p};
+}
+// n ln 2 + r + r^2 (p r - 0.5) on two double lanes.
+inline __m128d LnSingleSum(__m128d n, __m128d r, __m128d p) {
+  const __m128d q = _mm_add_pd(_mm_mul_pd(p, r), _mm_set1_pd(kLnSinglePoly[8]));
+  __m128d y = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(kLnSingleLn2Lo)), r);
+  y = _mm_add_pd(y, _mm_mul_pd(_mm_mul_pd(r, r), q));
+  return _mm_add_pd(y, _mm_mul_pd(n, _mm_set1_pd(kLnSingleLn2Hi)));
+}
+// Lanes 0, 1 and 2, 3 of four integers as doubles.
+inline __m128d LowLanes(__m128i n) { return _mm_cvtepi32_pd(n); }
+inline __m128d HighLanes(__m128i n) {
+  return _mm_cvtepi32_pd(_mm_shuffle_epi32(n, _MM_SHUFFLE(3, 2, 3, 2)));
 }
 
 }  // namespace tem

@@ -139,7 +139,7 @@ const std::vector<FunctionRow>& Functions() {
       {"sTanh", mpfr_tanh, tanh, {-10.0, 10.0}, Concat(kTanhIntervals, {8.664339742098155})},
       {"dTanh", mpfr_tanh, tanh, {-20.0, 20.0}, Concat(kTanhIntervals, {18.714973875118524})},
 
-      {"sLn", mpfr_log, log, {0x1p-10, 0x1p10}, kNearOne},
+      {"sLn", mpfr_log, log, {0x1p-10, 0x1p10}, Concat(kNearOne, {0x1.556f9p+0})},
       {"dLn", mpfr_log, log, {0x1p-10, 0x1p10}, kNearOne},
       {"sLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, kNearOne},
       {"dLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, kNearOne},

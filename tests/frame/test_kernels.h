@@ -16,6 +16,7 @@ inline constexpr tem::FunctionInfo kLoopInfo = {"vdTestLoop", tem::Form::kLoop, 
 // What the kernels saw on the calling thread.
 struct Record {
   std::vector<double> companion_inputs;
+  std::vector<double> element_inputs;
   uint32_t mxcsr_inside = 0;
   uint16_t x87_inside = 0;
 };
@@ -64,6 +65,22 @@ struct Doubling {
     g_record.mxcsr_inside = tem::ReadMxcsr();
     g_record.x87_inside = tem::ReadX87Control();
     return Companion(in, out);
+  }
+};
+
+// Doubling whose loop form runs registers without flagged lanes through Compute; Element
+// doubles too, and records its inputs.
+template <class E>
+struct BlockDoubling : Doubling<E> {
+  using T = E;
+  static constexpr bool kLoopBlocks = true;
+  static int Element(const T (&in)[1], T (&out)[1]) {
+    g_record.element_inputs.push_back(in[0]);
+    if (in[0] < Doubling<E>::kFlagFrom) {
+      out[0] = in[0] + in[0];
+      return TEM_STATUS_OK;
+    }
+    return Doubling<E>::Companion(in, out);
   }
 };
 

@@ -216,6 +216,34 @@ TYPED_TEST(VectorWalkTest, LoopFormReportsEachElementAsItIsStored) {
   EXPECT_EQ(r, (std::vector<T>{55, -1, 55, -2}));
 }
 
+// Clean registers are stored at once; a register with a flagged lane and the tail go element
+// by element, in order, each report as its result is stored; nothing is written past the end.
+TYPED_TEST(VectorWalkTest, LoopBlocksTakeCleanRegistersAtOnce) {
+  using T = TypeParam;
+  constexpr int kLanes = tem::Vec<T>::kLanes;
+  std::vector<T> a, by_element;
+  for (int i = 0; i < kLanes; ++i) a.push_back(T(1 + i));
+  for (int i = 0; i < kLanes; ++i) {
+    a.push_back(i == kLanes - 1 ? T(2500) : T(10 + i));
+    by_element.push_back(a.back());
+  }
+  for (int i = 0; i < kLanes; ++i) a.push_back(T(20 + i));
+  a.push_back(T(7));
+  by_element.push_back(T(7));
+  const int n = static_cast<int>(a.size());
+  std::vector<T> r(n + 1, T(-77));
+  std::vector<double> elements;
+  const Reports reports = ReportsOf(0, 55, [&] {
+    g_record = {};
+    test_kernels::RunLoop<test_kernels::BlockDoubling<T>>(n, a.data(), r.data());
+    elements = g_record.element_inputs;
+  });
+  EXPECT_EQ(elements, std::vector<double>(by_element.begin(), by_element.end()));
+  EXPECT_EQ(reports.indices, (std::vector<int>{2 * kLanes - 1}));
+  for (int i = 0; i < n; ++i) EXPECT_EQ(r[i], i == 2 * kLanes - 1 ? T(55) : a[i] + a[i]) << i;
+  EXPECT_EQ(r[n], T(-77));
+}
+
 int g_slot_one_calls = 0;
 void SlotOneSpy(int, const double*, const double*, double*) { ++g_slot_one_calls; }
 
