@@ -13,6 +13,8 @@
 //   Companion(in, out) -> status          one lane; stores the result the caller is to see
 //   Element(in, out) -> status            one element of the loop form
 //   kLoopBlocks (optional)                the loop form computes unflagged registers at once
+//   kLoopInBlocks (optional)              a loop-form kernel whose companion never reports: it
+//                                         walks in blocks, which no caller can tell apart
 #ifndef QOR_FRAME_KERNEL_FRAME_H_
 #define QOR_FRAME_KERNEL_FRAME_H_
 
@@ -223,6 +225,12 @@ void WalkLoop(int n, const Io& io, const char* name) {
   for (; i < n; ++i) element(i);
 }
 
+template <class K, class = void>
+struct LoopInBlocks : std::false_type {};
+template <class K>
+struct LoopInBlocks<K, std::void_t<decltype(K::kLoopInBlocks)>>
+    : std::bool_constant<K::kLoopInBlocks> {};
+
 // A kernel call in the frame form of function F. A count of zero or less does nothing.
 template <const FunctionInfo& F, class K, class Io>
 void Run(int n, const Io& io) {
@@ -233,7 +241,13 @@ void Run(int n, const Io& io) {
     if (n > 0) WalkVector<K>(n, io, frame.mode(), F.error_name);
   } else {
     FpFrame frame = FpFrame::ForLoop();
-    if (n > 0) WalkLoop<K>(n, io, F.error_name);
+    if (n <= 0) return;
+    // Mode 0 takes the loop with the companion; it reports nothing here.
+    if constexpr (LoopInBlocks<K>::value) {
+      WalkVector<K>(n, io, 0, F.error_name);
+    } else {
+      WalkLoop<K>(n, io, F.error_name);
+    }
   }
 }
 

@@ -2,7 +2,8 @@
 // and Powx (a scalar exponent). Lanes with positive normal x, normal y and |y log2 x| clearly
 // below the overflow bound run the block formula; the others go to a companion that sorts out
 // the special values and otherwise runs the same formula on one lane with the result scaled
-// step by step. The float members run the double formula on widened lanes and round once.
+// step by step. The float members run a shorter formula in plain double on widened lanes and
+// round once; their companion keeps the double one.
 #include <float.h>
 #include <string.h>
 
@@ -158,8 +159,8 @@ struct FloatPow {
   static constexpr int kInputs = 2, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const F (&in)[2], F (&out)[1]) {
-    out[0] = Narrow(PowBlock(WidenLow(in[0]), WidenLow(in[1])),
-                    PowBlock(WidenHigh(in[0]), WidenHigh(in[1])));
+    out[0] = Narrow(PowBlockSingle(WidenLow(in[0]), WidenLow(in[1])),
+                    PowBlockSingle(WidenHigh(in[0]), WidenHigh(in[1])));
   }
   // Float subnormals are normal doubles and need no companion.
   static int Flag(const F (&in)[2]) {

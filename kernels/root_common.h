@@ -22,6 +22,14 @@ inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;
 // Clears the low 11 bits of a float: the seed keeps 13 significant bits.
 inline constexpr uint32_t kSeedMask = 0xFFFFF800u;
 
+// a * a = p + e, a split by kSplitMask into 26 and 27 bits: e is exact but for a last rounding
+// far below p's last bit.
+inline void TwoSquare(D a, D& p, D& e) {
+  const D ah = a & D::FromBits(kSplitMask), al = a - ah;
+  p = a * a;
+  e = ((ah * ah - p) + (ah + ah) * al) + al * al;
+}
+
 // (1 - e)^(-1/2) - 1, fitted, without the constant term.
 template <class V>
 inline V InvSqrtSeries(V e) {

@@ -5,6 +5,7 @@
 
 #include "kernels/cbrt_block.h"
 #include "kernels/element_kernel.h"
+#include "kernels/lane_ops.h"
 #include "kernels/pow3o2.h"
 
 namespace tem {
@@ -33,9 +34,41 @@ struct Pow2o3Fn {
   }
 };
 
-// hypot in double: a = max(|x|, |y|) and b are scaled by a power of two that brings a into
-// [2, 4), a^2 + b^2 is summed in double-double, and its root corrected once. An infinity wins
-// over a NaN. Reports nothing.
+// hypot of two double lanes whose larger magnitude a has a biased exponent E from 2 to 2046:
+// a and b are scaled by 2^(1024 - E), which brings a into [2, 4), a^2 + b^2 is summed in
+// double-double (b's square may underflow, far below a^2's last bit), and its root corrected
+// once; 2^(E - 1024) takes the result back, normal and exact.
+[[gnu::always_inline]] inline D HypotBlock(D x, D y) {
+  const D abs_mask = D::FromBits(0x7FFFFFFFFFFFFFFFull);
+  const D ax = x & abs_mask, ay = y & abs_mask;
+  const D a = HardwareMax(ax, ay), b = HardwareMin(ax, ay);
+  const __m128i field = _mm_and_si128(a.Image(), _mm_set1_epi64x(0x7FF0000000000000ll));
+  const D scale = D::FromImage(_mm_sub_epi64(_mm_set1_epi64x(0x7FF0000000000000ll), field));
+  const D unscale = D::FromImage(_mm_sub_epi64(field, _mm_set1_epi64x(1ll << 52)));
+  const D sa = a * scale, sb = b * scale;
+  D aa, aa_lo, bb, bb_lo;
+  TwoSquare(sa, aa, aa_lo);
+  TwoSquare(sb, bb, bb_lo);
+  const D sum = aa + bb;
+  const D sum_lo = (((aa - sum) + bb) + aa_lo) + bb_lo;
+  const D root = {_mm_sqrt_pd(sum.raw)};
+  D rr, rr_lo;
+  TwoSquare(root, rr, rr_lo);
+  const D corrected = root + (((sum - rr) - rr_lo) + sum_lo) / (root + root);
+  return corrected * unscale;
+}
+
+// Lanes that HypotBlock cannot take: an infinite or NaN input, or a larger magnitude below
+// 2^-1021 (zeros and subnormals too).
+inline int FlagHypot(D x, D y) {
+  const D abs_mask = D::FromBits(0x7FFFFFFFFFFFFFFFull);
+  const D a = HardwareMax(x & abs_mask, y & abs_mask);
+  const __m128i small = _mm_cmplt_epi32(a.Image(), _mm_set1_epi64x(0x0020000000000000ll));
+  return NonFiniteLanes(x) | NonFiniteLanes(y) | _mm_movemask_pd(_mm_castsi128_pd(small));
+}
+
+// hypot of one double lane of any kind: an infinity wins over a NaN; tiny pairs are scaled
+// by 2^600 into the block's range.
 inline double HypotDouble(double x, double y) {
   double a = fabs(x), b = fabs(y);
   if (a == INFINITY || b == INFINITY) return INFINITY;
@@ -46,55 +79,43 @@ inline double HypotDouble(double x, double y) {
     b = t;
   }
   if (a == 0.0) return 0.0;
-  double post = 1.0;
-  if (a < 0x1p-900) {
-    a *= 0x1p600;
-    b *= 0x1p600;
-    post = 0x1p-600;
-  }
-  const uint64_t biased = BitsOf(a) >> 52;
-  const double scale = DoubleOf((2047 - biased) << 52);  // 2^(1024 - E)
-  const double unscale = DoubleOf((biased - 1) << 52);   // 2^(E - 1024)
-  const double sa = a * scale, sb = b * scale;
-  double aa, aa_lo, bb, bb_lo;
-  TwoProduct(sa, sa, &aa, &aa_lo);
-  TwoProduct(sb, sb, &bb, &bb_lo);
-  const double sum = aa + bb;
-  const double sum_lo = (((aa - sum) + bb) + aa_lo) + bb_lo;
-  const double root = sqrt(sum);
-  double rr, rr_lo;
-  TwoProduct(root, root, &rr, &rr_lo);
-  const double corrected = root + (((sum - rr) - rr_lo) + sum_lo) / (2.0 * root);
-  return corrected * unscale * post;
+  if (a < 0x1p-1021) return HypotBlock(D::Set(a * 0x1p600), D::Set(b * 0x1p600)).Lane0() * 0x1p-600;
+  return HypotBlock(D::Set(a), D::Set(b)).Lane0();
 }
 
+// hypot in blocks, also in the loop form: it reports nothing. Float lanes are widened: their
+// squares are exact in double, the sum rounds once and the root twice, far below a float ulp.
 template <class E>
 struct Hypot {
   using T = E;
-  static constexpr int kInputs = 2, kResults = 1, kBlock = Vec<T>::kLanes;
-  static constexpr bool kCanFail = false;
-  static constexpr int kLanes = Vec<T>::kLanes;
-  static T Of(T x, T y) {
+  static constexpr int kInputs = 2, kResults = 1, kBlock = 2 * Vec<T>::kLanes;
+  static constexpr bool kCanFail = true, kLoopInBlocks = true;
+
+  [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[2], Vec<T> (&out)[1]) {
     if constexpr (sizeof(T) == 4) {
-      // Exact squares and a sum rounded once in double; the root rounds twice, far below a
-      // float ulp.
-      const double dx = x, dy = y;
-      if (isinf(dx) || isinf(dy)) return INFINITY;
-      return static_cast<float>(sqrt(dx * dx + dy * dy));
+      auto root = [](D x, D y) { return D{_mm_sqrt_pd((x * x + y * y).raw)}; };
+      out[0] = Narrow(root(WidenLow(in[0]), WidenLow(in[1])),
+                      root(WidenHigh(in[0]), WidenHigh(in[1])));
     } else {
-      return HypotDouble(x, y);
+      out[0] = HypotBlock(in[0], in[1]);
     }
   }
-  static int Element(const T (&in)[2], T (&out)[1]) {
-    out[0] = Of(in[0], in[1]);
-    return TEM_STATUS_OK;
+  [[gnu::always_inline]] static int Flag(const Vec<T> (&in)[2]) {
+    if constexpr (sizeof(T) == 4) {
+      return NonFiniteLanes(in[0]) | NonFiniteLanes(in[1]);
+    } else {
+      return FlagHypot(in[0], in[1]);
+    }
   }
-  static void Compute(const Vec<T> (&in)[2], Vec<T> (&out)[1]) {
-    alignas(16) T x[kLanes], y[kLanes];
-    in[0].StoreAligned(x);
-    in[1].StoreAligned(y);
-    for (int i = 0; i < kLanes; ++i) x[i] = Of(x[i], y[i]);
-    out[0] = Vec<T>::LoadAligned(x);
+  static int Settle(const Vec<T> (&)[2], Vec<T> (&)[1], int bits) { return bits; }
+  static int Companion(const T (&in)[2], T (&out)[1]) {
+    if constexpr (sizeof(T) == 4) {
+      const bool inf = isinf(in[0]) || isinf(in[1]);
+      out[0] = inf ? INFINITY : in[0] + in[1];
+    } else {
+      out[0] = HypotDouble(in[0], in[1]);
+    }
+    return TEM_STATUS_OK;
   }
 };
 

@@ -58,6 +58,7 @@ template <bool kCos>
   const F t = kCos ? (x * kInvPiF() - kHalfF()) + kShifterF() : x * kInvPiF() + kShifterF();
   const F n = t - kShifterF();
   D y[2];
+#pragma GCC unroll 2
   for (int k = 0; k < 2; ++k) {
     const D m = kCos ? Widen(n, k) + kHalf() : Widen(n, k);
     const D r = (Widen(x, k) - m * kPiHigh()) - m * kPiLow();
@@ -75,6 +76,7 @@ template <bool kCos>
   const __m128i odd = _mm_sub_epi32(_mm_setzero_si128(),
                                     _mm_and_si128(t.Image(), _mm_set1_epi32(1)));
   D y[2];
+#pragma GCC unroll 2
   for (int k = 0; k < 2; ++k) {
     const D m = Widen(n, k);
     const D r = (Widen(x, k) - m * kHalfPiHigh()) - m * kHalfPiLow();

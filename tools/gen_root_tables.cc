@@ -33,6 +33,26 @@ void PrintRoots(const char* name, bool reciprocal) {
   mpfr_clear(v);
 }
 
+// The rows of the float formula: {c, 1/c, hi, lo} in floats, hi + lo = cbrt(2^j c) or its
+// reciprocal.
+void PrintSingleRows(const char* name, bool reciprocal) {
+  printf("alignas(16) const float %s[96][4] = {\n", name);
+  mpfr_t v, rest;
+  mpfr_inits2(kPrec, v, rest, static_cast<mpfr_ptr>(nullptr));
+  for (int row = 0; row < 96; ++row) {
+    const double c = 1.0 + (2 * (row % 32) + 1) / 64.0;
+    mpfr_set_d(v, c * (1 << (row / 32)), MPFR_RNDN);
+    mpfr_cbrt(v, v, MPFR_RNDN);
+    if (reciprocal) mpfr_ui_div(v, 1, v, MPFR_RNDN);
+    const float hi = mpfr_get_flt(v, MPFR_RNDN);
+    mpfr_sub_d(rest, v, hi, MPFR_RNDN);
+    printf("    {%a, %a, %a, %a},  // %d\n", c, static_cast<float>(1.0 / c), hi,
+           mpfr_get_flt(rest, MPFR_RNDN), row);
+  }
+  printf("};\n\n");
+  mpfr_clears(v, rest, static_cast<mpfr_ptr>(nullptr));
+}
+
 }  // namespace
 
 int main() {
@@ -49,6 +69,9 @@ int main() {
   PrintRoots("kCbrtRows", false);
   printf("// 1/cbrt(2^j c), row 32 j + i: {hi, lo}.\n");
   PrintRoots("kInvCbrtRows", true);
+  printf("// The float rows of cbrt and 1/cbrt, row 32 j + i: {c, 1/c, hi, lo}.\n");
+  PrintSingleRows("kCbrtRowsSingle", false);
+  PrintSingleRows("kInvCbrtRowsSingle", true);
   printf("// END GENERATED CODE\n");
   return 0;
 }

@@ -2,6 +2,9 @@
 #include <mpfr.h>
 
 #include <cmath>
+#include <limits>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tests/kernels/special_cases.h"
@@ -116,7 +119,8 @@ TEST(Roots, RationalPowersAndHypotSpecialValues) {
 }
 
 // Every fifth row of the cube-root tables, recomputed: hi + lo is cbrt(2^j c) or its
-// reciprocal to 100 bits, with c the centre of the row's mantissa interval.
+// reciprocal to 100 bits (the float rows to 46), with c the centre of the row's mantissa
+// interval.
 TEST(RootTables, SampledRowsAreCubeRoots) {
   mpfr_t exact, sum;
   mpfr_inits2(256, exact, sum, static_cast<mpfr_ptr>(nullptr));
@@ -134,6 +138,16 @@ TEST(RootTables, SampledRowsAreCubeRoots) {
       mpfr_sub(sum, sum, exact, MPFR_RNDN);
       mpfr_div(sum, sum, exact, MPFR_RNDN);
       EXPECT_LT(std::fabs(mpfr_get_d(sum, MPFR_RNDN)), 0x1p-100) << row << " " << reciprocal;
+      // The float row: the same centre, 1/c rounded, and a float pair within 2^-46.
+      const float(&single)[4] =
+          (reciprocal ? generated::kInvCbrtRowsSingle : generated::kCbrtRowsSingle)[row];
+      EXPECT_EQ(single[0], c);
+      EXPECT_EQ(single[1], static_cast<float>(1.0 / c));
+      mpfr_set_d(sum, single[2], MPFR_RNDN);
+      mpfr_add_d(sum, sum, single[3], MPFR_RNDN);
+      mpfr_sub(sum, sum, exact, MPFR_RNDN);
+      mpfr_div(sum, sum, exact, MPFR_RNDN);
+      EXPECT_LT(std::fabs(mpfr_get_d(sum, MPFR_RNDN)), 0x1p-46) << row << " " << reciprocal;
     }
   }
   mpfr_clears(exact, sum, static_cast<mpfr_ptr>(nullptr));
@@ -151,6 +165,35 @@ TEST(Roots, DoubleSquareRootsOfSquaresAreExact) {
     _temdSqrt(64, scaled.data(), scaled_roots.data());
     for (int k = 0; k < 64; ++k) EXPECT_EQ(scaled_roots[k], std::ldexp(roots[k], e / 2)) << k;
   }
+}
+
+// Hypot's contiguous loop form runs in blocks: every length and every place of a special or
+// tiny pair gives what the element gives alone, also in place (r == a).
+template <class T>
+void ExpectHypotWalkMatchesElements(void (*hypot)(int, const T*, const T*, T*)) {
+  const T inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
+  const T tiny = std::numeric_limits<T>::denorm_min(), big = std::numeric_limits<T>::max();
+  const std::vector<std::pair<T, T>> pairs = {
+      {3, -4}, {inf, nan}, {nan, 2}, {tiny, 3 * tiny}, {big, big}, {0, -0.0}, {-1e-30f, 7},
+      {big / 3, 1}, {T(0.1), T(1e20)}, {-inf, 5}, {T(1.25e-38), T(2.5e-38)}};
+  for (int n = 1; n <= static_cast<int>(pairs.size()); ++n) {
+    std::vector<T> a(n), b(n), r(n);
+    for (int i = 0; i < n; ++i) std::tie(a[i], b[i]) = pairs[(i + n) % pairs.size()];
+    hypot(n, a.data(), b.data(), r.data());
+    std::vector<T> in_place = a;
+    hypot(n, in_place.data(), b.data(), in_place.data());
+    for (int i = 0; i < n; ++i) {
+      T alone;
+      hypot(1, &a[i], &b[i], &alone);
+      EXPECT_TRUE(special_cases::SameValue(r[i], alone)) << n << " " << i << " " << r[i];
+      EXPECT_TRUE(special_cases::SameValue(in_place[i], alone)) << n << " " << i;
+    }
+  }
+}
+
+TEST(Roots, HypotBlocksMatchSingleElements) {
+  ExpectHypotWalkMatchesElements<float>(_temsHypot);
+  ExpectHypotWalkMatchesElements<double>(_temdHypot);
 }
 
 }  // namespace
