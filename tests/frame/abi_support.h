@@ -75,6 +75,9 @@ inline const std::vector<std::string>& NonVectorExports() {
       "_rofiRngUniformBits", "_rofiRngUniformBits32", "_rofiRngUniformBits64",
       "_rofsRngGaussian", "_rofdRngGaussian",
       "_rofsRngExponential", "_rofdRngExponential",
+      "_rofsRngLaplace", "_rofdRngLaplace", "_rofsRngWeibull", "_rofdRngWeibull",
+      "_rofsRngCauchy", "_rofdRngCauchy", "_rofsRngRayleigh", "_rofdRngRayleigh",
+      "_rofsRngGumbel", "_rofdRngGumbel",
       // Data fitting: task.
       "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
       "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",
