@@ -81,8 +81,11 @@ Generator<T> Weibull(T alpha) {
       (g4 - 4 * g1 * g3 + 6 * g1 * g1 * g2 - 3 * g1 * g1 * g1 * g1) / (variance * variance) - 3;
   return {"Weibull alpha " + std::to_string(k),
           [alpha](int m, void* s, int n, T* r, T a, T beta) {
-            if constexpr (std::is_same_v<T, double>) return _rofdRngWeibull(m, s, n, r, alpha, a, beta);
-            else return _rofsRngWeibull(m, s, n, r, alpha, a, beta);
+            if constexpr (std::is_same_v<T, double>) {
+              return _rofdRngWeibull(m, s, n, r, alpha, a, beta);
+            } else {
+              return _rofsRngWeibull(m, s, n, r, alpha, a, beta);
+            }
           },
           true,
           [alpha](void* s, int n, T a, T beta) {
@@ -91,7 +94,8 @@ Generator<T> Weibull(T alpha) {
             return Scaled(x, beta, a);
           },
           [alpha](T ln_zero) {
-            return alpha == T(1) ? -ln_zero : dist_test::Powx(std::vector<T>{-ln_zero}, T(1) / alpha)[0];
+            if (alpha == T(1)) return -ln_zero;
+            return dist_test::Powx(std::vector<T>{-ln_zero}, T(1) / alpha)[0];
           },
           [k](double z) { return z <= 0 ? 0 : -expm1(-pow(z, k)); },
           dist_test::Moments{g1, variance, kurtosis}};
