@@ -17,12 +17,14 @@ double NextUniform() {
 
 template <class T>
 int ScriptedNumbers(void*, int n, T r[], T a, T b) {
+  ++CurrentScript().calls;
   if (CurrentScript().status < 0) return CurrentScript().status;
   for (int i = 0; i < n; ++i) r[i] = static_cast<T>(a + (b - a) * NextUniform());
   return ROF_STATUS_OK;
 }
 
 int ScriptedWords(void*, int n, void* r) {
+  ++CurrentScript().calls;
   if (CurrentScript().status < 0) return CurrentScript().status;
   for (int i = 0; i < n; ++i) static_cast<uint32_t*>(r)[i] = static_cast<uint32_t>(NextUniform());
   return ROF_STATUS_OK;

@@ -36,6 +36,7 @@ struct Script {
   int status = ROF_STATUS_OK;
   size_t position = 0;
   long long drawn = 0;  // values delivered in all
+  long long calls = 0;  // number function calls, empty and failing ones included
 };
 Script& CurrentScript();
 // The family id of the scripted generator (registered on first use).

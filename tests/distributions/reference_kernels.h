@@ -43,6 +43,17 @@ DIST_TEST_UNARY(Tan)
 DIST_TEST_UNARY(ErfInv)
 #undef DIST_TEST_UNARY
 
+inline std::vector<double> Powx(std::vector<double> x, double b) {
+  BulkAccuracy<double> slot;
+  _temdPowx(static_cast<int>(x.size()), x.data(), b, x.data());
+  return x;
+}
+inline std::vector<float> Powx(std::vector<float> x, float b) {
+  BulkAccuracy<float> slot;
+  _temsPowx(static_cast<int>(x.size()), x.data(), b, x.data());
+  return x;
+}
+
 }  // namespace dist_test
 
 #endif  // QOR_TESTS_DISTRIBUTIONS_REFERENCE_KERNELS_H_

@@ -77,6 +77,9 @@ inline const std::vector<std::string>& NonVectorExports() {
       "_rofsRngExponential", "_rofdRngExponential",
       "_rofsRngGamma", "_rofdRngGamma", "_rofsRngBeta", "_rofdRngBeta",
       "_rofsRngChiSquare", "_rofdRngChiSquare",
+      "_rofsRngLaplace", "_rofdRngLaplace", "_rofsRngWeibull", "_rofdRngWeibull",
+      "_rofsRngCauchy", "_rofdRngCauchy", "_rofsRngRayleigh", "_rofdRngRayleigh",
+      "_rofsRngGumbel", "_rofdRngGumbel",
       // Data fitting: task.
       "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
       "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",

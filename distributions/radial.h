@@ -1,0 +1,31 @@
+// The steps Rayleigh and Weibull share: -ln u of the stream's uniforms, and the final scale
+// with the accurate form's clamp at the location.
+#ifndef QOR_DISTRIBUTIONS_RADIAL_H_
+#define QOR_DISTRIBUTIONS_RADIAL_H_
+
+#include "distributions/frame.h"
+
+namespace rof {
+namespace dist {
+
+// r = -ln u for n uniforms u on [0, 1), the sign flipped bit-wise (so ln 1 = 0 gives -0).
+template <class T>
+int NegatedLogOfUniforms(void* stream, int n, T* r) {
+  const int status = Uniform(stream, n, r, T(0), T(1));
+  if (status < 0 || n < 1) return status;
+  RunKernel(Kernel<T>::Ln(kBulkSlot<T>), n, r, r);
+  for (int i = 0; i < n; ++i) r[i] = -r[i];
+  return status;
+}
+
+// r = r * beta + a; with the accurate bit, raised to at least a.
+template <class T>
+void ScaleAndShift(T beta, T a, int method, int n, T* r) {
+  for (int i = 0; i < n; ++i) r[i] = r[i] * beta + a;
+  if (method & ROF_ACCURATE_BIT) RaiseTo(a, n, r);
+}
+
+}  // namespace dist
+}  // namespace rof
+
+#endif  // QOR_DISTRIBUTIONS_RADIAL_H_
