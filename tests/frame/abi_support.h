@@ -75,6 +75,7 @@ inline const std::vector<std::string>& NonVectorExports() {
       "_rofiRngUniformBits", "_rofiRngUniformBits32", "_rofiRngUniformBits64",
       "_rofsRngGaussian", "_rofdRngGaussian",
       "_rofsRngExponential", "_rofdRngExponential",
+      "_rofsRngGaussianMV", "_rofdRngGaussianMV", "_rofsRngLognormal", "_rofdRngLognormal",
       // Data fitting: task.
       "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
       "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",
