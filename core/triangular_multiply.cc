@@ -64,11 +64,11 @@ struct PackedLower {
   T operator()(int i, int j) const { return a[i + ptrdiff_t(j) * (2 * order - j - 1) / 2]; }
 };
 
-// x := alpha * M x in place, M triangular of order `size` with entries entry(i, k), x strided.
-// A lower M overwrites x from the bottom up, an upper one from the top down, so each row reads
-// only entries not yet overwritten.
+// x := alpha * M x in place, M triangular of order `size`, x strided. The row form takes dot
+// products of M's rows: a lower M overwrites x from the bottom up, an upper one from the top
+// down, so each row reads only entries not yet overwritten.
 template <class T, class Entry>
-void MultiplyVector(int size, bool lower, bool unit, T alpha, const Entry& entry, T* x,
+void MultiplyByRows(int size, bool lower, bool unit, T alpha, const Entry& entry, T* x,
                     ptrdiff_t stride) {
   auto row = [&](int i, int from, int to) {
     T sum = unit ? x[i * stride] : entry(i, i) * x[i * stride];
@@ -82,18 +82,27 @@ void MultiplyVector(int size, bool lower, bool unit, T alpha, const Entry& entry
   }
 }
 
-// op(A) multiplies each column of B from the left; B * op(A) is op(A)' applied to each row.
+// The column form adds x_j times column j of M to the entries off the diagonal, taking the
+// columns in the order that leaves x_j unchanged until its own turn.
 template <class T, class Entry>
-void MultiplyVectors(const Shape& s, bool lower, T alpha, const Entry& entry, T* b,
-                     ptrdiff_t ldb) {
-  const int count = s.left ? s.n : s.m;
-  const ptrdiff_t step = s.left ? ldb : 1, stride = s.left ? 1 : ldb;
-  for (int v = 0; v < count; ++v)
-    MultiplyVector(s.Order(), lower, s.unit, alpha, entry, b + v * step, stride);
+void MultiplyByColumns(int size, bool lower, bool unit, T alpha, const Entry& entry, T* x,
+                       ptrdiff_t stride) {
+  auto column = [&](int j, int from, int to) {
+    const T scaled = alpha * x[j * stride];
+    for (int i = from; i < to; ++i) x[i * stride] += scaled * entry(i, j);
+    x[j * stride] = unit ? scaled : scaled * entry(j, j);
+  };
+  if (lower) {
+    for (int j = size - 1; j >= 0; --j) column(j, j + 1, size);
+  } else {
+    for (int j = 0; j < size; ++j) column(j, 0, j);
+  }
 }
 
-// M is op(A) on the left and op(A)' on the right: its (i, k) entry is A(k, i) exactly when the
-// side is left and A is transposed, or right and not transposed.
+// op(A) multiplies each column of B from the left; B * op(A) is op(A)' applied to each row.
+// M(i, k) is A(k, i) exactly when the side is left and A is transposed, or right and not
+// transposed; then M's rows are A's columns and the row form runs, else the column form, so
+// that A is always read down its columns, contiguous in both storages.
 template <class T, class Storage>
 void Multiply(const Shape& s, T alpha, const Storage& a, T* b, ptrdiff_t ldb) {
   if (s.m == 0 || s.n == 0) return;
@@ -104,10 +113,15 @@ void Multiply(const Shape& s, T alpha, const Storage& a, T* b, ptrdiff_t ldb) {
   }
   const bool swapped = s.left == s.transpose;
   const bool lower = swapped ? s.upper : !s.upper;
-  if (swapped) {
-    MultiplyVectors(s, lower, alpha, [&a](int i, int k) { return a(k, i); }, b, ldb);
-  } else {
-    MultiplyVectors(s, lower, alpha, a, b, ldb);
+  const int count = s.left ? s.n : s.m;
+  const ptrdiff_t step = s.left ? ldb : 1, stride = s.left ? 1 : ldb;
+  const auto transposed = [&a](int i, int k) { return a(k, i); };
+  for (int v = 0; v < count; ++v) {
+    if (swapped) {
+      MultiplyByRows(s.Order(), lower, s.unit, alpha, transposed, b + v * step, stride);
+    } else {
+      MultiplyByColumns(s.Order(), lower, s.unit, alpha, a, b + v * step, stride);
+    }
   }
 }
 
