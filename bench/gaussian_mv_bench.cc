@@ -57,7 +57,8 @@ void BM_GaussianMV_qor(benchmark::State& state) {
   const std::vector<double> a(d, 0.5);
   std::vector<double> r(size_t(d) * kVectors);
   void* stream = nullptr;
-  __rofNewStreamEx(&stream, ROF_BRNG_MT19937, 1, nullptr);
+  const unsigned int seed = 1;
+  __rofNewStreamEx(&stream, ROF_BRNG_MT19937, 1, &seed);
   const double* t = storage == ROF_MATRIX_FULL ? f.full.data() : f.packed.data();
   for (auto _ : state) {
     _rofdRngGaussianMV(ROF_GAUSSIAN_ICDF, stream, kVectors, r.data(), d, storage, a.data(), t);
