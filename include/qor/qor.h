@@ -3,6 +3,7 @@
 #define QOR_QOR_H_
 
 #include "qor/core.h"
+#include "qor/core_blas.h"
 #include "qor/rof.h"
 #include "qor/df.h"
 #include "qor/ss.h"

@@ -80,6 +80,7 @@ inline const std::vector<std::string>& NonVectorExports() {
       "_rofsRngLaplace", "_rofdRngLaplace", "_rofsRngWeibull", "_rofdRngWeibull",
       "_rofsRngCauchy", "_rofdRngCauchy", "_rofsRngRayleigh", "_rofdRngRayleigh",
       "_rofsRngGumbel", "_rofdRngGumbel",
+      "_rofsRngGaussianMV", "_rofdRngGaussianMV", "_rofsRngLognormal", "_rofdRngLognormal",
       // Data fitting: task.
       "qor_df_kernel_dNewTask1D", "qor_df_kernel_sNewTask1D",
       "qor_df_kernel_dEditPPSpline1D", "qor_df_kernel_sEditPPSpline1D",
