@@ -3,6 +3,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 #include <sstream>
 #include <vector>
@@ -222,15 +224,49 @@ TEST(TwisterTest, MethodsEachGeneratorRefuses) {
     EXPECT_EQ(Row(c.brng).initStream(c.method, s, 1, arg), c.status) << c.brng << " " << c.method;
     __rofDeleteStream(&s);
   }
-  // Members beyond the family are refused by the registry, and a member without parameters by
-  // the generator.
+  // Members beyond the family are refused by the registry.
   void* s = nullptr;
   EXPECT_EQ(__rofNewStreamEx(&s, ROF_BRNG_MT2203 + 6024, 0, nullptr), ROF_STATUS_BAD_BRNG);
   EXPECT_EQ(s, nullptr);
-  // Member 4 has no row in the table as it stands; the record stays for the caller to delete.
-  EXPECT_EQ(__rofNewStreamEx(&s, ROF_BRNG_MT2203 + 4, 0, nullptr), ROF_STATUS_BAD_BRNG);
-  ASSERT_NE(s, nullptr);
-  __rofDeleteStream(&s);
+}
+
+// Every member has its own twister: 6024 streams, 6024 distinct twist constants.
+TEST(Mt2203Test, EveryMemberHasItsOwnTwistConstant) {
+  std::vector<uint32_t> constants;
+  for (int member = 0; member < 6024; ++member) {
+    void* s = New(ROF_BRNG_MT2203 + member, {1});
+    ASSERT_NE(s, nullptr) << member;
+    constants.push_back(Mt(s)[70]);
+    __rofDeleteStream(&s);
+  }
+  std::sort(constants.begin(), constants.end());
+  EXPECT_EQ(std::adjacent_find(constants.begin(), constants.end()), constants.end());
+}
+
+// Eight members from one seed, side by side: no pairwise correlation above chance.
+TEST(Mt2203Test, MembersSideBySideAreUncorrelated) {
+  constexpr int kCount = 1000000;
+  const int members[] = {0, 1, 5, 100, 2203, 4000, 6022, 6023};
+  std::vector<std::vector<double>> u;
+  for (int member : members) {
+    void* s = New(ROF_BRNG_MT2203 + member, {2203});
+    u.emplace_back(kCount);
+    ASSERT_EQ(__rofdBRngMT2203(s, kCount, u.back().data(), 0, 1), ROF_STATUS_OK);
+    __rofDeleteStream(&s);
+  }
+  for (size_t i = 0; i < u.size(); ++i) {
+    for (size_t j = i + 1; j < u.size(); ++j) {
+      double sx = 0, sy = 0, sxx = 0, syy = 0, sxy = 0;
+      for (int k = 0; k < kCount; ++k) {
+        const double x = u[i][k], y = u[j][k];
+        sx += x, sy += y, sxx += x * x, syy += y * y, sxy += x * y;
+      }
+      const double cov = sxy / kCount - sx / kCount * sy / kCount;
+      const double r = cov / std::sqrt((sxx / kCount - sx * sx / kCount / kCount) *
+                                  (syy / kCount - sy * sy / kCount / kCount));
+      EXPECT_LT(std::fabs(r), 5 / std::sqrt(double{kCount})) << members[i] << " " << members[j];
+    }
+  }
 }
 
 // The members' parameters land in the stream's record: twist constant and both masks.
