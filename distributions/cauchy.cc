@@ -29,7 +29,7 @@ int Cauchy(void* stream, int n, T* r, T a, T beta) {
   const int status = Uniform(stream, n, r, -HalfPi<T>(), HalfPi<T>());
   if (status < 0 || n < 1) return status;
   RunKernel(Kernel<T>::Tan(kBulkSlot<T>), n, r, r);
-  for (int i = 0; i < n; ++i) r[i] = r[i] * beta + a;
+  ScaleAndShift(n, r, a, beta);
   return status;
 }
 

@@ -151,6 +151,19 @@ inline void RaiseTo(T floor, int n, T* r) {
   for (int i = 0; i < n; ++i) r[i] = r[i] < floor ? floor : r[i];
 }
 
+// The common tail of a generator of a standard variate: r = r * beta + a.
+template <class T>
+inline void ScaleAndShift(int n, T* r, T a, T beta) {
+  for (int i = 0; i < n; ++i) r[i] = r[i] * beta + a;
+}
+
+// The same, then with the accurate bit of `method` raised to at least a.
+template <class T>
+inline void ScaleAndShiftAbove(int method, int n, T* r, T a, T beta) {
+  ScaleAndShift(n, r, a, beta);
+  if (method & ROF_ACCURATE_BIT) RaiseTo(a, n, r);
+}
+
 }  // namespace dist
 }  // namespace rof
 

@@ -213,8 +213,7 @@ int Gamma(int method, void* stream, int n, T* r, T alpha, T a, T beta) {
     status = MarsagliaTsang(stream, n, r, alpha);
   }
   if (status < 0) return status;
-  ScaleAndShift(n, r, a, beta);
-  if (method & ROF_ACCURATE_BIT) RaiseTo(a, n, r);
+  ScaleAndShiftAbove(method, n, r, a, beta);
   return status;
 }
 

@@ -106,7 +106,7 @@ int BoxMuller2(void* stream, int n, T* r, T a, T sigma) {
   } else {
     debt[0] = debt[1] = T(-1);
   }
-  for (int i = 0; i < n; ++i) r[i] = r[i] * sigma + a;
+  ScaleAndShift(n, r, a, sigma);
   return status;
 }
 

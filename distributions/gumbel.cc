@@ -20,7 +20,7 @@ int Gumbel(void* stream, int n, T* r, T a, T beta) {
   const int status = StandardExponential(stream, n, r);
   if (status < 0 || n < 1) return status;
   RunKernel(Kernel<T>::Ln(kBulkSlot<T>), n, r, r);
-  for (int i = 0; i < n; ++i) r[i] = r[i] * beta + a;
+  ScaleAndShift(n, r, a, beta);
   return status;
 }
 

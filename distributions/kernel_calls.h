@@ -34,12 +34,6 @@ void BulkExp(int n, T* x) {
   if (n > 0) RunKernel(Kernel<T>::Exp(kBulkSlot<T>), n, x, x);
 }
 
-// The results of a generator on [0, 1] (or [0, inf)) moved to a + beta x.
-template <class T>
-void ScaleAndShift(int n, T* r, T a, T beta) {
-  for (int i = 0; i < n; ++i) r[i] = r[i] * beta + a;
-}
-
 }  // namespace dist
 }  // namespace rof
 

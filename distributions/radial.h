@@ -1,5 +1,4 @@
-// The steps Rayleigh and Weibull share: -ln u of the stream's uniforms, and the final scale
-// with the accurate form's clamp at the location.
+// The step Rayleigh and Weibull share: -ln u of the stream's uniforms.
 #ifndef QOR_DISTRIBUTIONS_RADIAL_H_
 #define QOR_DISTRIBUTIONS_RADIAL_H_
 
@@ -16,13 +15,6 @@ int NegatedLogOfUniforms(void* stream, int n, T* r) {
   RunKernel(Kernel<T>::Ln(kBulkSlot<T>), n, r, r);
   for (int i = 0; i < n; ++i) r[i] = -r[i];
   return status;
-}
-
-// r = r * beta + a; with the accurate bit, raised to at least a.
-template <class T>
-void ScaleAndShift(T beta, T a, int method, int n, T* r) {
-  for (int i = 0; i < n; ++i) r[i] = r[i] * beta + a;
-  if (method & ROF_ACCURATE_BIT) RaiseTo(a, n, r);
 }
 
 }  // namespace dist

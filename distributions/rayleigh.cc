@@ -14,7 +14,7 @@ int Rayleigh(int method, void* stream, int n, T* r, T a, T beta) {
   const int status = NegatedLogOfUniforms(stream, n, r);
   if (status < 0 || n < 1) return status;
   RunKernel(Kernel<T>::Sqrt(kBulkSlot<T>), n, r, r);
-  ScaleAndShift(beta, a, method, n, r);
+  ScaleAndShiftAbove(method, n, r, a, beta);
   return status;
 }
 

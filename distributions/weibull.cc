@@ -14,7 +14,7 @@ int Weibull(int method, void* stream, int n, T* r, T alpha, T a, T beta) {
   if (status < 0 || n < 1) return status;
   // A NaN alpha is not 1 and goes through the power kernel.
   if (!(alpha == T(1))) RunKernel(Kernel<T>::Powx(kBulkSlot<T>), n, r, T(1) / alpha, r);
-  ScaleAndShift(beta, a, method, n, r);
+  ScaleAndShiftAbove(method, n, r, a, beta);
   return status;
 }
 
