@@ -8,25 +8,25 @@ namespace {
 
 // dExp2: the shifter rounds x itself to a multiple of 1/64; r = x - n, |r| <= 1/128.
 struct Exp2Core {
-  static constexpr int kIndexBits = 6;
+  static constexpr int kIndexBits = 6, kBlock = 4;
   static constexpr uint32_t kFlagHigh = 0x408FEFFF;  // |x| >= 1022
   static constexpr double kOverflow = kExp2Overflow;
   static constexpr double kUnderflow = kExp2Zero;
   static constexpr double kSubnormal = -1022.0;
   static constexpr double kShifter = 0x1.8p46;
 
-  static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
-    const D t = x + D::Set(kShifter);
-    const D r = x - (t - D::Set(kShifter));
+  [[gnu::always_inline]] static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
+    const D t = x + Const<D>(kShifter);
+    const D r = x - (t - Const<D>(kShifter));
     n_image = t.Image();
     int i0, i1;
     Indices<kIndexBits>(n_image, i0, i1);
     D lo;
     D::GatherPairs(kExp64, i0, i1, hi, lo);
     // 2^r - 1 on |r| <= 1/128.
-    const D p = ((((D::Set(0.0013333417185814622) * r + D::Set(0.009618142269653759)) * r +
-                   D::Set(0.05550410866607508)) * r + D::Set(0.24022650695884967)) * r +
-                 D::Set(0.6931471805599453)) * r;
+    const D p = ((((Const<D>(0.0013333417185814622) * r + Const<D>(0.009618142269653759)) * r +
+                   Const<D>(0.05550410866607508)) * r + Const<D>(0.24022650695884967)) * r +
+                 Const<D>(0.6931471805599453)) * r;
     v = p * hi + lo;
   }
   static void Scalar(double x, double& hi, double& v, int& k) {
@@ -36,7 +36,7 @@ struct Exp2Core {
 
 // dExp10: N = 128, |r| <= log10(2)/256.
 struct Exp10Core {
-  static constexpr int kIndexBits = 7;
+  static constexpr int kIndexBits = 7, kBlock = 4;
   static constexpr uint32_t kFlagHigh = 0x40733A70;  // |x| above 307.65 = log10 2^1022
   static constexpr double kOverflow = kExp10Overflow;
   static constexpr double kUnderflow = kExp10Zero;
@@ -46,19 +46,19 @@ struct Exp10Core {
   static constexpr double kL1 = 0x1.3441350a00000p-9;  // log10(2)/128, high part
   static constexpr double kL2 = -0x1.0c0219dc1da99p-46;  // rest: L1 lies above log10(2)/128
 
-  static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
-    const D t = x * D::Set(kK) + D::Set(kShifter);
-    const D n = t - D::Set(kShifter);
+  [[gnu::always_inline]] static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
+    const D t = x * Const<D>(kK) + Const<D>(kShifter);
+    const D n = t - Const<D>(kShifter);
     n_image = t.Image();
     int i0, i1;
     Indices<kIndexBits>(n_image, i0, i1);
     D lo;
     D::GatherPairs(kExp128, i0, i1, hi, lo);
-    const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
+    const D r = (x - n * Const<D>(kL1)) - n * Const<D>(kL2);
     // 10^r - 1 on |r| <= log10(2)/256.
-    const D p = ((((D::Set(0.5396424512945068) * r + D::Set(1.1712555494866221)) * r +
-                   D::Set(2.0346785917911965)) * r + D::Set(2.650949055239026)) * r +
-                 D::Set(2.302585092994046)) * r;
+    const D p = ((((Const<D>(0.5396424512945068) * r + Const<D>(1.1712555494866221)) * r +
+                   Const<D>(2.0346785917911965)) * r + Const<D>(2.650949055239026)) * r +
+                 Const<D>(2.302585092994046)) * r;
     v = p * hi + lo;
   }
   static void Scalar(double x, double& hi, double& v, int& k) {

@@ -8,6 +8,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include <type_traits>
+
 #include "frame/kernel_frame.h"
 #include "kernels/float_format.h"
 
@@ -19,6 +21,19 @@ namespace expo {
 
 using D = Vec<double>;
 using F = Vec<float>;
+
+// A constant as a double, or in both lanes of a register by one whole 16-byte load (GCC builds
+// a constant _mm_set1_pd from a scalar load and a shuffle; the empty asm keeps the load).
+template <class V>
+[[gnu::always_inline]] inline V Const(double c) {
+  if constexpr (std::is_same_v<V, double>) {
+    return c;
+  } else {
+    __m128i bits = _mm_set1_epi64x(static_cast<long long>(BitsOf(c)));
+    __asm__("" : "+x"(bits));
+    return D::FromImage(bits);
+  }
+}
 
 inline double Pow2(int k) { return DoubleOf(static_cast<uint64_t>(k + 1023) << 52); }
 
@@ -47,14 +62,15 @@ inline double NonFinite(double x) { return x == -INFINITY ? 0.0 : x * x; }
 
 // The d policy of an exponential-like core C, which supplies
 //   kIndexBits, kFlagHigh, kOverflow (inf above), kUnderflow (+0 below), kSubnormal;
+//   kBlock: the lanes of one block (the fastest by measurement);
 //   Reduce(x, hi, v, n): the result is (hi + v) * 2^k, k = n >> kIndexBits (n in the image);
 //   Scalar(x, hi, v, k): the same for one lane, possibly with a longer polynomial.
 template <class C>
 struct ExpKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = C::kBlock;
   static constexpr bool kCanFail = true;
-  static void Compute(const D (&in)[1], D (&out)[1]) {
+  [[gnu::always_inline]] static void Compute(const D (&in)[1], D (&out)[1]) {
     D hi, v;
     __m128i n;
     C::Reduce(in[0], hi, v, n);
@@ -143,7 +159,7 @@ inline void ScalarFromBlock(double x, double& hi, double& v, int& k, int index_b
 
 // dExp: N = 64, |r| <= ln2/128.
 struct ExpCore {
-  static constexpr int kIndexBits = 6;
+  static constexpr int kIndexBits = 6, kBlock = 8;
   // 0x4086232A: high word of 708.4 = ln 2^1022; flags overflow, subnormal results, inf, NaN.
   static constexpr uint32_t kFlagHigh = 0x4086232A;
   static constexpr double kOverflow = 0x1.62e42fefa39efp+9;    // 709.782712893384
@@ -154,18 +170,18 @@ struct ExpCore {
   static constexpr double kL1 = 0x1.62e42fefa0000p-7;  // ln2/64, high part
   static constexpr double kL2 = 0x1.cf79abc9e3b3ap-46;  // ln2/64, rest
 
-  static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
-    const D t = x * D::Set(kK) + D::Set(kShifter);
-    const D n = t - D::Set(kShifter);
+  [[gnu::always_inline]] static void Reduce(D x, D& hi, D& v, __m128i& n_image) {
+    const D t = x * Const<D>(kK) + Const<D>(kShifter);
+    const D n = t - Const<D>(kShifter);
     n_image = t.Image();
     int i0, i1;
     Indices<kIndexBits>(n_image, i0, i1);
     D lo;
     D::GatherPairs(kExp64, i0, i1, hi, lo);
-    const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
+    const D r = (x - n * Const<D>(kL1)) - n * Const<D>(kL2);
     // e^r - 1 on |r| <= ln2/128.
-    const D p = ((D::Set(0.00833333416441411) * r + D::Set(0.04166672368662385)) * r +
-                 D::Set(0.1666666666667797)) * r + D::Set(0.4999999999994775);
+    const D p = ((Const<D>(0.00833333416441411) * r + Const<D>(0.04166672368662385)) * r +
+                 Const<D>(0.1666666666667797)) * r + Const<D>(0.4999999999994775);
     const D q = p * r * r + r;
     v = q * hi + lo;
   }

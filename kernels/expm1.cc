@@ -21,20 +21,23 @@ constexpr double kOverflow = 0x1.62e42fefa39efp+9;                         // 70
 struct DoublePoly {
   static constexpr bool kHasSmall = true;
   template <class V>
-  static V Eval(V r) {
-    const V tail = (((V(0.001388889298015527) * r + V(0.008333335878865304)) * r +
-                     V(0.0416666666666645)) * r + V(0.16666666666665733)) * r +
-                   V(0.5);
+  [[gnu::always_inline]] static V Eval(V r) {
+    const V tail = (((Const<V>(0.001388889298015527) * r + Const<V>(0.008333335878865304)) * r +
+                     Const<V>(0.0416666666666645)) * r + Const<V>(0.16666666666665733)) * r +
+                   Const<V>(0.5);
     return r + r * r * tail;
   }
   // e^x - 1 on |x| < 1/32 by its Taylor series to x^9: the first term left out is below
   // 2^-66 relative to the result.
   template <class V>
-  static V Small(V x) {
+  [[gnu::always_inline]] static V Small(V x) {
     const V x2 = x * x;
-    const V high = ((V(1.0 / 362880) * x + V(1.0 / 40320)) * x + V(1.0 / 5040)) * x +
-                   V(1.0 / 720);
-    const V low = ((V(1.0 / 120) * x + V(1.0 / 24)) * x + V(1.0 / 6)) * x + V(0.5);
+    const V high =
+        ((Const<V>(1.0 / 362880) * x + Const<V>(1.0 / 40320)) * x + Const<V>(1.0 / 5040)) * x +
+        Const<V>(1.0 / 720);
+    const V low =
+        ((Const<V>(1.0 / 120) * x + Const<V>(1.0 / 24)) * x + Const<V>(1.0 / 6)) * x +
+        Const<V>(0.5);
     return x + x2 * (low + (x2 * x2) * high);
   }
 };
@@ -65,11 +68,11 @@ double Expm1Reduced(double x) {
 
 // |x| up to 708.4, where 2^n is normal; the same steps as Expm1Reduced, lane by lane.
 template <class Poly>
-D Expm1Block(D x) {
-  const D sign = x & D::FromBits(0x8000000000000000ull);
-  const D t = x * D::Set(kK) + D::Set(kShifter);
-  const D n = t - D::Set(kShifter);
-  const D r = (x - n * D::Set(kL1)) - n * D::Set(kL2);
+[[gnu::always_inline]] inline D Expm1Block(D x) {
+  const D sign = x & Const<D>(-0.0);
+  const D t = x * Const<D>(kK) + Const<D>(kShifter);
+  const D n = t - Const<D>(kShifter);
+  const D r = (x - n * Const<D>(kL1)) - n * Const<D>(kL2);
   int i0, i1;
   Indices<7>(t.Image(), i0, i1);
   D hi, lo;
@@ -79,14 +82,14 @@ D Expm1Block(D x) {
   const D scale = D::FromImage(_mm_add_epi64(k_field, _mm_set1_epi64x(0x3FF0000000000000ll)));
   const D a = hi * scale;
   // s + err = a - 1 exactly (2Sum).
-  const D s = a - D::Set(1.0);
+  const D s = a - Const<D>(1.0);
   const D bb = s - a;
-  const D err = (a - (s - bb)) + (D::Set(-1.0) - bb);
+  const D err = (a - (s - bb)) + (Const<D>(-1.0) - bb);
   const D corr = (hi * Poly::Eval(r) + lo) * scale;
   D y = s + (err + corr);
   if constexpr (Poly::kHasSmall) {
     // The polynomial only for registers that have a small lane.
-    const D small = D::Less(x & D::FromBits(0x7FFFFFFFFFFFFFFFull), D::Set(kSmall));
+    const D small = D::Less(D(_mm_andnot_pd(Const<D>(-0.0).raw, x.raw)), Const<D>(kSmall));
     if (small.LaneBits() != 0) y = D::Select(small, Poly::Small(x), y);
   }
   return y | sign;
@@ -113,7 +116,9 @@ struct DoubleKernel {
   using T = double;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
-  static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Expm1Block<DoublePoly>(in[0]); }
+  [[gnu::always_inline]] static void Compute(const D (&in)[1], D (&out)[1]) {
+    out[0] = Expm1Block<DoublePoly>(in[0]);
+  }
   static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x4086232A); }
   static int Settle(const D (&in)[1], D (&out)[1], int lanes) {
     const D over = D::Greater(in[0], D::Set(kOverflow));

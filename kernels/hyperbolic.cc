@@ -23,21 +23,23 @@ struct DoublePolys {
   static constexpr bool kHasSmall = true, kPairs = true;
   // sinh x on |x| < 1/8 by its Taylor series to x^11: the first term left out is below
   // 2^-68 relative to the result.
-  static D Small(D x) {
+  [[gnu::always_inline]] static D Small(D x) {
     const D x2 = x * x;
-    const D high = (D::Set(1.0 / 39916800) * x2 + D::Set(1.0 / 362880)) * x2 + D::Set(1.0 / 5040);
-    const D low = D::Set(1.0 / 120) * x2 + D::Set(1.0 / 6);
+    const D high =
+        (Const<D>(1.0 / 39916800) * x2 + Const<D>(1.0 / 362880)) * x2 + Const<D>(1.0 / 5040);
+    const D low = Const<D>(1.0 / 120) * x2 + Const<D>(1.0 / 6);
     return x + (x * x2) * (low + (x2 * x2) * high);
   }
-  static D Odd(D r, D r2) {
+  [[gnu::always_inline]] static D Odd(D r, D r2) {
     return r + r * r2 *
-                   (D::Set(0.16666666666671864) +
-                    r2 * (D::Set(0.008333333269141919) + r2 * D::Set(0.0001984365544582726)));
+                   (Const<D>(0.16666666666671864) +
+                    r2 * (Const<D>(0.008333333269141919) + r2 * Const<D>(0.0001984365544582726)));
   }
-  static D EvenMinusOne(D r2) {
-    return r2 * (D::Set(0.5) +
-                 r2 * (D::Set(0.04166666666664884) +
-                       r2 * (D::Set(0.0013888888970874393) + r2 * D::Set(2.4801762009559563e-05))));
+  [[gnu::always_inline]] static D EvenMinusOne(D r2) {
+    return r2 * (Const<D>(0.5) +
+                 r2 * (Const<D>(0.04166666666664884) +
+                       r2 * (Const<D>(0.0013888888970874393) +
+                             r2 * Const<D>(2.4801762009559563e-05))));
   }
 };
 // The single forms run in double with Taylor terms: errors below 2^-40 on |r| <= ln2/32; A and
@@ -51,13 +53,14 @@ struct ShortPolys {
 };
 
 // sinh |x| (kSinh) or cosh x for |x| below 669.8, where 2^-m is still normal.
+// Inlined into the block, with its constants loaded as whole registers.
 template <bool kSinh, class Polys>
-D Hyperbolic(D x) {
-  const D sign = x & D::FromBits(0x8000000000000000ull);
-  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
-  const D t = ax * D::Set(kLog2e) + D::Set(kShifter);
-  const D n = t - D::Set(kShifter);
-  const D r = (ax - n * D::Set(kL1)) - n * D::Set(kL2);
+[[gnu::always_inline]] inline D Hyperbolic(D x) {
+  const D sign = x & Const<D>(-0.0);
+  const D ax = _mm_andnot_pd(sign.raw, x.raw);
+  const D t = ax * Const<D>(kLog2e) + Const<D>(kShifter);
+  const D n = t - Const<D>(kShifter);
+  const D r = (ax - n * Const<D>(kL1)) - n * Const<D>(kL2);
   int j0, j1;
   Indices<4>(t.Image(), j0, j1);
   const __m128d up0 = _mm_load_pd(&kHyperbolicPowers[j0][0]);
@@ -93,7 +96,7 @@ D Hyperbolic(D x) {
     D y = diff + (diff_lo + (diff * even + sum * odd));
     if constexpr (Polys::kHasSmall) {
       // The polynomial only for registers that have a small lane.
-      const D small = D::Less(ax, D::Set(kSmall));
+      const D small = D::Less(ax, Const<D>(kSmall));
       if (small.LaneBits() != 0) y = D::Select(small, Polys::Small(ax), y);
     }
     return y | sign;
@@ -126,9 +129,9 @@ double HyperbolicScalar(double x, int* status) {
 template <bool kSinh>
 struct DoubleKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
   static constexpr bool kCanFail = true;
-  static void Compute(const D (&in)[1], D (&out)[1]) {
+  [[gnu::always_inline]] static void Compute(const D (&in)[1], D (&out)[1]) {
     out[0] = Hyperbolic<kSinh, DoublePolys>(in[0]);
   }
   // 0x4084EE33: high word of 669.8; flags lanes near overflow, inf and NaN.

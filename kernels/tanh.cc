@@ -1,6 +1,6 @@
 // tanh by pieces, with no exponential: |x| picks one of 15 intervals by integer arithmetic on
 // its high word, and a polynomial in the distance to the interval's anchor, read from a table
-// with one row per coefficient, gives the value; the sign of x goes back on at the end.
+// with one row per interval, gives the value; the sign of x goes back on at the end.
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -16,19 +16,43 @@ inline int Interval(uint32_t high) {
   return static_cast<int>((high + 0x40000) >> 19) - 0x7F9;
 }
 
-D Tanh(D x) {
-  const D sign = x & D::FromBits(0x8000000000000000ull);
-  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
+// Both lanes' rows j0 and j1: a 16-byte pair of each row, split into one register of the
+// first members and one of the second.
+[[gnu::always_inline]] inline void Pairs(const double* row0, const double* row1, int k, D& first,
+                                         D& second) {
+  const __m128d a = _mm_load_pd(row0 + k), b = _mm_load_pd(row1 + k);
+  first = _mm_unpacklo_pd(a, b);
+  second = _mm_unpackhi_pd(a, b);
+}
+
+// E(u) and O(u) of one lane side by side in one register, from the coefficient pairs
+// (c16, 0), (c14, c15), ..., (c2, c3) of its row at 2 + k: one load and no shuffle a step.
+[[gnu::always_inline]] inline D EvenOdd(const double* row, D u) {
+  D p = _mm_load_pd(row + 2 + kTanhDegree);
+#pragma GCC unroll 8
+  for (int k = kTanhDegree - 2; k >= 2; k -= 2) p = p * u + D(_mm_load_pd(row + 2 + k));
+  return p;
+}
+
+// c0 + (c1 d + (c0 rest + d^2 (E(d^2) + d O(d^2)))), each lane's E and O evaluated together.
+[[gnu::always_inline]] inline D Tanh(D x) {
+  const D sign = x & Const<D>(-0.0);
+  const D ax = _mm_andnot_pd(sign.raw, x.raw);
   const __m128i high = _mm_srli_epi64(ax.Image(), 32);
   int h0, h1;
   D::LowWords(high, h0, h1);
-  const int j0 = Interval(h0), j1 = Interval(h1);
-  auto row = [&](int k) { return D(_mm_loadh_pd(_mm_load_sd(&kTanhTable[k][j0]), &kTanhTable[k][j1])); };
-  const D d = ax - row(0);
-  D p = row(2 + kTanhDegree);
-#pragma GCC unroll 32
-  for (int k = kTanhDegree - 1; k >= 2; --k) p = p * d + row(2 + k);
-  return (row(1) + (row(3) * d + (row(2) + d * (d * p)))) | sign;
+  const double* row0 = kTanhTable[Interval(h0)];
+  const double* row1 = kTanhTable[Interval(h1)];
+  D anchor, c1, c0, rest;
+  Pairs(row0, row1, 0, anchor, c1);
+  // From 20 up the row is 1 with no terms; the clamp keeps d^2 finite there.
+  const D d = D::Min(ax, Const<D>(32.0)) - anchor;
+  const D d2 = d * d;
+  const D p0 = EvenOdd(row0, _mm_unpacklo_pd(d2.raw, d2.raw));
+  const D p1 = EvenOdd(row1, _mm_unpackhi_pd(d2.raw, d2.raw));
+  const D even = _mm_unpacklo_pd(p0.raw, p1.raw), odd = _mm_unpackhi_pd(p0.raw, p1.raw);
+  Pairs(row0, row1, 2, c0, rest);
+  return (c0 + (c1 * d + (rest + d2 * (even + d * odd)))) | sign;
 }
 
 double TanhScalar(double x) {
@@ -41,7 +65,9 @@ struct DoubleKernel {
   using T = double;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
-  static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Tanh(in[0]); }
+  [[gnu::always_inline]] static void Compute(const D (&in)[1], D (&out)[1]) {
+    out[0] = Tanh(in[0]);
+  }
   // Only infinities and NaNs leave the block path; tanh reports nothing.
   static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x7FEFFFFF); }
   static int Settle(const D (&)[1], D (&)[1], int lanes) { return lanes; }

@@ -201,16 +201,18 @@ int main(int argc, char** argv) {
 
 // Tanh in 15 intervals of |x|: below 0.21875 an odd polynomial x + x^3 P(x^2); from 20 up
 // 1; between, a polynomial of degree kTanhDegree in the distance d to the interval's middle,
-// summed as c0 + (c1 d + (c0 rest + d^2 (c2 + c3 d + ...))), so that the odd polynomial
-// keeps x exact and the leading terms round once.
-// Rows: 0 the anchor, 1 and 2 the value at the anchor and its rest, 2 + k the coefficient of
-// d^k; column j is interval j.
+// summed as c0 + (c1 d + (c0 rest + d^2 (E(d^2) + d O(d^2)))), E and O the even and odd
+// parts of c2 + c3 d + ..., so that the odd polynomial keeps x exact, the leading terms round
+// once, and the two halves run side by side.
+// Row j is interval j: the anchor, c1, c0, the rest of c0, then the pairs (c2, c3), (c4, c5),
+// ..., (c16, 0), so that one 16-byte load per lane gives a coefficient of E and one of O.
 void PrintTanh() {
   const double kEnds[16] = {0,   0.21875, 0.3125, 0.4375, 0.625, 0.875, 1.25, 1.75,
                             2.5, 3.5,     5.0,    7.0,    10.0,  14.0,  20.0, 20.0};
-  const int kDegree = 16;
-  const int rows = kDegree + 3;
-  std::vector<std::vector<double>> table(rows, std::vector<double>(16, 0.0));
+  const int kDegree = 16, kIntervals = 15, kRowLength = 20;
+  // c[j][k]: the coefficient of d^k in interval j; anchor[j], rest[j] the rest of c[j][0].
+  std::vector<std::vector<double>> c(kIntervals, std::vector<double>(kDegree + 2, 0.0));
+  std::vector<double> anchor(kIntervals, 0.0), rest(kIntervals, 0.0);
   auto tanh_big = [](const Big& x) { return Apply(mpfr_tanh, x); };
   // Interval 0: odd coefficients of x from the fit of (tanh x - x) / x^3 in u = x^2.
   const double small = kEnds[1];
@@ -219,18 +221,17 @@ void PrintTanh() {
     return (tanh_big(x) - x) / (u * x);
   };
   std::vector<Big> odd = ChebyshevFit(g, 0, small * small, (kDegree - 3) / 2);
-  table[3][0] = 1.0;
-  for (size_t k = 0; k < odd.size(); ++k) table[2 + 3 + 2 * k][0] = odd[k].D();
+  c[0][1] = 1.0;
+  for (size_t k = 0; k < odd.size(); ++k) c[0][3 + 2 * k] = odd[k].D();
   for (int j = 1; j < 14; ++j) {
-    double a = kEnds[j], b = kEnds[j + 1], anchor = 0.5 * (a + b), h = 0.5 * (b - a);
-    std::vector<Big> c = ChebyshevFit([&](const Big& d) { return tanh_big(Big(anchor) + d); },
-                                      -h, h, kDegree);
-    table[0][j] = anchor;
-    table[1][j] = c[0].D();
-    table[2][j] = (c[0] - Big(c[0].D())).D();
-    for (int k = 1; k <= kDegree; ++k) table[2 + k][j] = c[k].D();
+    double a = kEnds[j], b = kEnds[j + 1], h = 0.5 * (b - a);
+    anchor[j] = 0.5 * (a + b);
+    std::vector<Big> fit = ChebyshevFit(
+        [&](const Big& d) { return tanh_big(Big(anchor[j]) + d); }, -h, h, kDegree);
+    rest[j] = (fit[0] - Big(fit[0].D())).D();
+    for (int k = 0; k <= kDegree; ++k) c[j][k] = fit[k].D();
   }
-  table[1][14] = 1.0;
+  c[14][0] = 1.0;
   // Worst error of the kernel's evaluation order, per interval, on a grid.
   printf("// Fit: Chebyshev interpolation of degree %d per interval (odd part of degree %d below\n",
          kDegree, kDegree);
@@ -239,18 +240,23 @@ void PrintTanh() {
     double worst = 0;
     for (int s = 0; s < 4000; ++s) {
       double x = kEnds[j] + (kEnds[j + 1] - kEnds[j]) * (s + 0.5) / 4000;
-      double d = x - table[0][j], p = table[2 + kDegree][j];
-      for (int k = kDegree - 1; k >= 2; --k) p = p * d + table[2 + k][j];
-      double y = table[1][j] + (table[3][j] * d + (table[2][j] + d * (d * p)));
+      double d = x - anchor[j], d2 = d * d;
+      double e = c[j][kDegree], o = c[j][kDegree - 1];
+      for (int k = kDegree - 2; k >= 2; k -= 2) e = e * d2 + c[j][k];
+      for (int k = kDegree - 3; k >= 3; k -= 2) o = o * d2 + c[j][k];
+      double y = c[j][0] + (c[j][1] * d + (rest[j] + d2 * (e + d * o)));
       worst = fmax(worst, UlpError(y, tanh_big(Big(x)), 53));
     }
     printf(" %.3f", worst);
   }
   printf("\ninline constexpr int kTanhDegree = %d;\n", kDegree);
-  printf("alignas(16) const double kTanhTable[%d][16] = {\n", rows);
-  for (int r = 0; r < rows; ++r) {
+  printf("alignas(16) const double kTanhTable[%d][%d] = {\n", kIntervals, kRowLength);
+  for (int j = 0; j < kIntervals; ++j) {
+    std::vector<double> row = {anchor[j], c[j][1], c[j][0], rest[j]};
+    for (int k = 2; k <= kDegree; ++k) row.push_back(c[j][k]);
+    row.resize(kRowLength, 0.0);
     printf("    {");
-    for (int j = 0; j < 16; ++j) printf("%s%a", j ? ", " : "", table[r][j]);
+    for (int k = 0; k < kRowLength; ++k) printf("%s%a", k ? ", " : "", row[k]);
     printf("},\n");
   }
   printf("};\n\n");
