@@ -93,8 +93,19 @@ template <Scalar<double> kCompanion>
 struct DoublePow {
   using T = double;
   static constexpr int kInputs = 2, kResults = 1, kBlock = 8;
-  static constexpr bool kCanFail = true;
-  static void Compute(const D (&in)[2], D (&out)[1]) { out[0] = PowBlock(in[0], in[1]); }
+  static constexpr bool kCanFail = true, kComputeBlock = true;
+  // Two registers at a time.
+  template <int kRegs>
+  [[gnu::always_inline]] static void ComputeBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
+    if constexpr (kRegs % 2 == 0) {
+#pragma GCC unroll 4
+      for (int r = 0; r < kRegs; r += 2) {
+        PowBlock(reinterpret_cast<const D(&)[2][2]>(in[r]), reinterpret_cast<D(&)[2][1]>(out[r]));
+      }
+    } else {
+      PowBlock(in, out);
+    }
+  }
   static int Flag(const D (&in)[2]) { return FlagPow(in[0], in[1], kDoubleLimit); }
   static int Settle(const D (&)[2], D (&)[1], int bits) { return bits; }
   static int Companion(const double (&in)[2], double (&out)[1]) {
@@ -108,16 +119,23 @@ template <Scalar<float> kCompanion>
 struct FloatPow {
   using T = float;
   static constexpr int kInputs = 2, kResults = 1, kBlock = 8;
-  static constexpr bool kCanFail = true;
-  static void Compute(const F (&in)[2], F (&out)[1]) {
-    out[0] = Narrow(PowBlockSingle(WidenLow(in[0]), WidenLow(in[1])),
-                    PowBlockSingle(WidenHigh(in[0]), WidenHigh(in[1])));
+  static constexpr bool kCanFail = true, kComputeBlock = true;
+  // Each float register as two double registers.
+  template <int kRegs>
+  [[gnu::always_inline]] static void ComputeBlock(const F (&in)[kRegs][2], F (&out)[kRegs][1]) {
+    D wide[2 * kRegs][2], results[2 * kRegs][1];
+#pragma GCC unroll 4
+    for (int r = 0; r < kRegs; ++r) {
+      wide[2 * r][0] = WidenLow(in[r][0]);
+      wide[2 * r][1] = WidenLow(in[r][1]);
+      wide[2 * r + 1][0] = WidenHigh(in[r][0]);
+      wide[2 * r + 1][1] = WidenHigh(in[r][1]);
+    }
+    PowSingleBlock(wide, results);
+#pragma GCC unroll 4
+    for (int r = 0; r < kRegs; ++r) out[r][0] = Narrow(results[2 * r][0], results[2 * r + 1][0]);
   }
-  // Float subnormals are normal doubles and need no companion.
-  static int Flag(const F (&in)[2]) {
-    return FlagPow(WidenLow(in[0]), WidenLow(in[1]), kFloatLimit) |
-           FlagPow(WidenHigh(in[0]), WidenHigh(in[1]), kFloatLimit) << 2;
-  }
+  static int Flag(const F (&in)[2]) { return FlagPowSingle(in[0], in[1], kFloatLimit); }
   static int Settle(const F (&)[2], F (&)[1], int bits) { return bits; }
   static int Companion(const float (&in)[2], float (&out)[1]) {
     int status;
