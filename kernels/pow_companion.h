@@ -23,6 +23,13 @@ inline constexpr double kSubnormalScale = 1.6069380442589903e+60;
 
 inline uint32_t HighWord(double v) { return static_cast<uint32_t>(BitsOf(v) >> 32); }
 
+// a + b = s + e exactly.
+inline void TwoSum(double a, double b, double& s, double& e) {
+  s = a + b;
+  const double bb = s - a;
+  e = (a - (s - bb)) + (b - bb);
+}
+
 // a * b = p + e exactly, both factors split by 2^27 + 1; for factors below 2^960.
 inline void TwoProduct(double a, double b, double& p, double& e) {
   const double ta = 134217729.0 * a, tb = 134217729.0 * b;
@@ -55,15 +62,19 @@ inline void Log2(double x, double extra, double& hi, double& lo) {
   // p3 lies within a factor 2 of c0: the difference is exact.
   const double wh = p3 - kPowStage3[0][0];
   const double wl = e3 + e2 * s3[0];
-  const double series = wh * (kSeries[3] + wh * (kSeries[2] + wh * (kSeries[1] + wh * kSeries[0])));
-  // The series' slope at wh applied to wl: wl (d + 2 s2 wh), the second term alone counts.
-  const double tail = ((s1[2] + s2[2]) + s3[2]) + (wl + (series + wl * (2.0 * kSeries[2] * wh)));
+  // The series on w = wh + wl rounded: its error moves the series, some 2^-31 w, by far less
+  // than the last bit of log2 x.
+  const double w = wh + wl;
+  const double series = w * (kSeries[3] + w * (kSeries[2] + w * (kSeries[1] + w * kSeries[0])));
+  const double tail = ((s1[2] + s2[2]) + s3[2]) + series;
+  // base + wh + wl in double-double: near x = 1 they are all there is.
   const double base = ((n + s1[1]) + s2[1]) + s3[1];
-  const double s = base + wh;
-  const double bb = s - base;
-  const double rest = ((base - (s - bb)) + (wh - bb)) + tail;
-  hi = s + rest;
-  lo = rest - (hi - s);
+  double s, e, t, f;
+  TwoSum(base, wh, s, e);
+  TwoSum(s, wl, t, f);
+  const double rest = (e + f) + tail;
+  hi = t + rest;
+  lo = rest - (hi - t);
 }
 
 // 2^(zh + zl) for |zh| < 2^11: normal, +inf above the range, or rounded once into the
