@@ -7,6 +7,8 @@
 //   kBlock                                lanes per block, a multiple of Vec<T>::kLanes
 //   kCanFail                              whether any lane can be flagged
 //   Compute(in[kInputs], out[kResults])   all lanes of one register, no tests
+//   kComputeBlock (optional)              ComputeBlock(in[regs][kInputs], out[regs][kResults])
+//                                         computes a block's registers together instead
 //   Flag(in) -> lane bits                 lanes that need more than Compute (if kCanFail)
 //   Settle(in, out, bits) -> bits         no-error loop: settles lanes by selects and returns
 //                                         those left for the companion (if kCanFail)
@@ -122,6 +124,14 @@ void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typena
   }
 }
 
+// Kernels that set kComputeBlock supply ComputeBlock(x[kRegs][kInputs], y[kRegs][kResults])
+// in place of Compute, so that the chains of a block's registers can overlap.
+template <class K, class = void>
+struct ComputesBlocks : std::false_type {};
+template <class K>
+struct ComputesBlocks<K, std::void_t<decltype(K::kComputeBlock)>>
+    : std::bool_constant<K::kComputeBlock> {};
+
 // One block of kRegs registers, or a tail group of one register with `count` real lanes.
 template <class K, int kRegs, class Io>
 inline void RunGroup(const Io& io, int first, int count, bool no_error, const char* name) {
@@ -135,9 +145,10 @@ inline void RunGroup(const Io& io, int first, int count, bool no_error, const ch
   for (int r = 0; r < kRegs; ++r) {
     const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
     for (int k = 0; k < K::kInputs; ++k) x[r][k] = io.Load(k, first + r * kLanes, lanes);
-    K::Compute(x[r], y[r]);
+    if constexpr (!ComputesBlocks<K>::value) K::Compute(x[r], y[r]);
     if constexpr (K::kCanFail) mask |= static_cast<unsigned>(K::Flag(x[r])) << (r * kLanes);
   }
+  if constexpr (ComputesBlocks<K>::value) K::ComputeBlock(x, y);
   if constexpr (K::kCanFail) {
     mask &= (1u << count) - 1;
     if (mask != 0 && no_error) {

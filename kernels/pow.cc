@@ -1,23 +1,20 @@
 // x^y in the vector form: Pow, Powr (the exponential of y ln x, with its own special values)
 // and Powx (a scalar exponent). Lanes with positive normal x, normal y and |y log2 x| clearly
 // below the overflow bound run the block formula; the others go to a companion that sorts out
-// the special values and otherwise runs the same formula on one lane with the result scaled
-// step by step. The float members run a shorter formula in plain double on widened lanes and
-// round once; their companion keeps the double one.
-#include <float.h>
+// the special values and otherwise reduces x in three reciprocal stages (pow_companion.h).
+// The float members run a shorter formula in plain double on widened lanes and round once;
+// their companion is the double one.
 #include <string.h>
-
-#include <limits>
 
 #include "kernels/pow3o2.h"
 #include "kernels/pow_block.h"
+#include "kernels/pow_companion.h"
 
 namespace tem {
 namespace power {
 namespace {
 
 using F = Vec<float>;
-using expo::Pow2;
 
 // 1 for an odd integer, 2 for an even integer (and every |y| >= 2^53, infinities too), 0 for
 // a number that is not an integer.
@@ -30,52 +27,6 @@ inline int IntegerKind(double y) {
   const uint64_t mantissa = (bits & 0x000FFFFFFFFFFFFFull) | 0x0010000000000000ull;
   if ((mantissa & ((1ull << fraction_bits) - 1)) != 0) return 0;
   return (mantissa >> fraction_bits & 1) != 0 ? 1 : 2;
-}
-
-// sign * ax^y for positive finite ax and finite non-zero y, as a T, with status 3 for an
-// infinite result and `underflow_status` for one below the smallest normal T.
-template <class T>
-T Reduce(double ax, double y, double sign, int underflow_status, int* status) {
-  double extra = 0.0;
-  if (ax < 0x1p-1022) {
-    ax *= 0x1p200;
-    extra = 200.0;
-  }
-  D hi, lo, zh, zl;
-  Log2(D::Set(ax), D::Set(extra), hi, lo);
-  if (fabs(y) < 0x1p960) {
-    Times(D::Set(y), hi, lo, zh, zl);
-  } else {
-    // |log2 x| >= 2^-53 for x != 1: z overflows or underflows by far.
-    zh = D::Set(y) * hi;
-    zl = D(0.0);
-  }
-  const double z = zh.Lane0();
-  double r;
-  if (z > 1024.0) {
-    r = INFINITY;
-  } else if (z < -1200.0) {
-    r = 0.0;
-  } else {
-    __m128i n;
-    const double v = Exp2(zh, zl, n).Lane0();
-    const int k = _mm_cvtsi128_si32(n) >> 7;
-    if (k > 1022) {
-      r = v * Pow2(1022) * Pow2(k - 1022);
-    } else if (k >= -1022) {
-      r = v * Pow2(k);
-    } else {
-      // Rounded once into the subnormal range.
-      r = v * Pow2(k + 200) * 0x1p-200;
-    }
-  }
-  const T result = static_cast<T>(sign * r);
-  if (isinf(result)) {
-    *status = TEM_STATUS_OVERFLOW;
-  } else if (fabs(result) < std::numeric_limits<T>::min()) {
-    *status = underflow_status;
-  }
-  return result;
 }
 
 // Pow's special values, in their order; underflow is silent.
@@ -142,8 +93,19 @@ template <Scalar<double> kCompanion>
 struct DoublePow {
   using T = double;
   static constexpr int kInputs = 2, kResults = 1, kBlock = 8;
-  static constexpr bool kCanFail = true;
-  static void Compute(const D (&in)[2], D (&out)[1]) { out[0] = PowBlock(in[0], in[1]); }
+  static constexpr bool kCanFail = true, kComputeBlock = true;
+  // Two registers at a time.
+  template <int kRegs>
+  [[gnu::always_inline]] static void ComputeBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
+    if constexpr (kRegs % 2 == 0) {
+#pragma GCC unroll 4
+      for (int r = 0; r < kRegs; r += 2) {
+        PowBlock(reinterpret_cast<const D(&)[2][2]>(in[r]), reinterpret_cast<D(&)[2][1]>(out[r]));
+      }
+    } else {
+      PowBlock(in, out);
+    }
+  }
   static int Flag(const D (&in)[2]) { return FlagPow(in[0], in[1], kDoubleLimit); }
   static int Settle(const D (&)[2], D (&)[1], int bits) { return bits; }
   static int Companion(const double (&in)[2], double (&out)[1]) {
@@ -157,16 +119,23 @@ template <Scalar<float> kCompanion>
 struct FloatPow {
   using T = float;
   static constexpr int kInputs = 2, kResults = 1, kBlock = 8;
-  static constexpr bool kCanFail = true;
-  static void Compute(const F (&in)[2], F (&out)[1]) {
-    out[0] = Narrow(PowBlockSingle(WidenLow(in[0]), WidenLow(in[1])),
-                    PowBlockSingle(WidenHigh(in[0]), WidenHigh(in[1])));
+  static constexpr bool kCanFail = true, kComputeBlock = true;
+  // Each float register as two double registers.
+  template <int kRegs>
+  [[gnu::always_inline]] static void ComputeBlock(const F (&in)[kRegs][2], F (&out)[kRegs][1]) {
+    D wide[2 * kRegs][2], results[2 * kRegs][1];
+#pragma GCC unroll 4
+    for (int r = 0; r < kRegs; ++r) {
+      wide[2 * r][0] = WidenLow(in[r][0]);
+      wide[2 * r][1] = WidenLow(in[r][1]);
+      wide[2 * r + 1][0] = WidenHigh(in[r][0]);
+      wide[2 * r + 1][1] = WidenHigh(in[r][1]);
+    }
+    PowSingleBlock(wide, results);
+#pragma GCC unroll 4
+    for (int r = 0; r < kRegs; ++r) out[r][0] = Narrow(results[2 * r][0], results[2 * r + 1][0]);
   }
-  // Float subnormals are normal doubles and need no companion.
-  static int Flag(const F (&in)[2]) {
-    return FlagPow(WidenLow(in[0]), WidenLow(in[1]), kFloatLimit) |
-           FlagPow(WidenHigh(in[0]), WidenHigh(in[1]), kFloatLimit) << 2;
-  }
+  static int Flag(const F (&in)[2]) { return FlagPowSingle(in[0], in[1], kFloatLimit); }
   static int Settle(const F (&)[2], F (&)[1], int bits) { return bits; }
   static int Companion(const float (&in)[2], float (&out)[1]) {
     int status;

@@ -1,6 +1,6 @@
-// The formula of x^y for positive normal x, on two double lanes: log2 x in double-double from a
-// 257-row reciprocal table and a series, the product with y in double-double, and 2^z from the
-// 128-row table of the exponential family. Shared by Pow, Powr and Powx, block and companion.
+// The block formula of x^y for positive normal x, on double lanes: log2 x in double-double from
+// a 257-row reciprocal table and a series, the product with y in double-double, and 2^z from
+// the 128-row table of the exponential family. Shared by Pow, Powr and Powx.
 #ifndef QOR_KERNELS_POW_BLOCK_H_
 #define QOR_KERNELS_POW_BLOCK_H_
 
@@ -12,6 +12,7 @@ namespace power {
 #include "kernels/pow_tables.inc"
 
 using D = Vec<double>;
+using S = Splat<double>;
 using expo::kExp128;
 
 // Masks keeping 26 and 18 significant bits.
@@ -19,6 +20,19 @@ inline constexpr uint64_t kHead26 = 0xFFFFFFFFF8000000ull;
 inline constexpr uint64_t kHead18 = 0xFFFFFFF800000000ull;
 // 1.5 * 2^45: added to z, it leaves round(128 z) in the low word.
 inline constexpr double kShifter = 52776558133248.0;
+
+// The block's constants, each loaded whole.
+namespace lanes {
+inline constexpr S kOne{1.0}, kHead26Mask{__builtin_bit_cast(double, kHead26)},
+    kHead18Mask{__builtin_bit_cast(double, kHead18)}, kInvLn2H{kInvLn2Head},
+    kInvLn2R{kInvLn2Rest}, kInvLn2{kInvLn2Head + kInvLn2Rest}, kHalfH{kHalfInvLn2Head},
+    kHalfR{kHalfInvLn2Rest}, kHalf{kHalfInvLn2}, kMinusHalf{-kHalfInvLn2},
+    kShift{kShifter}, kBias{1023.0};
+inline constexpr S kLog2S[5] = {S{kLog2Series[0]}, S{kLog2Series[1]}, S{kLog2Series[2]},
+                                S{kLog2Series[3]}, S{kLog2Series[4]}};
+inline constexpr S kExp2S[5] = {S{kExp2Series[0]}, S{kExp2Series[1]}, S{kExp2Series[2]},
+                                S{kExp2Series[3]}, S{kExp2Series[4]}};
+}  // namespace lanes
 
 // a + b = s + e exactly.
 [[gnu::always_inline]] inline void TwoSum(D a, D b, D& s, D& e) {
@@ -32,19 +46,19 @@ inline constexpr int kSplitLimitHigh = 0x7BF00000;
 
 // a * b = p + e exactly (Dekker), for factors below 2^960 and products far from overflow.
 [[gnu::always_inline]] inline void TwoProduct(D a, D b, D& p, D& e) {
-  const D split(134217729.0);
-  const D ta = split * a, tb = split * b;
+  static constexpr S split{134217729.0};
+  const D ta = split() * a, tb = split() * b;
   const D ah = ta - (ta - a), bh = tb - (tb - b);
   const D al = a - ah, bl = b - bh;
   p = a * b;
   e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
 }
 
-// The unbiased exponent of a positive normal x as a double, less `extra`.
-[[gnu::always_inline]] inline D Exponent(D x, D extra) {
+// The unbiased exponent of a positive normal x as a double.
+[[gnu::always_inline]] inline D Exponent(D x) {
   const __m128i biased = _mm_srli_epi64(x.Image(), 52);
   const D e = {_mm_cvtepi32_pd(_mm_shuffle_epi32(biased, _MM_SHUFFLE(3, 3, 2, 0)))};
-  return e - D(1023.0) - extra;
+  return e - lanes::kBias();
 }
 
 // x's mantissa in [1, 2).
@@ -53,11 +67,12 @@ inline constexpr int kSplitLimitHigh = 0x7BF00000;
                                    _mm_set1_epi64x(0x3FF0000000000000ll)));
 }
 
-// log2(2^-extra x) = hi + lo for positive normal x, to about 2^-66 relative. x = 2^k m, row
-// i = round(256 (m - 1)), r = m rc - 1 = r1 + r2 with both parts exact (m split in 26 + 27
-// bits, rc of 16 bits), |r| < 2^-8.9; log2(1 + r) = r/ln2 - r^2/(2 ln 2) + r^3 (...), the first
-// two terms in double-double.
-[[gnu::always_inline]] inline void Log2(D x, D extra, D& hi, D& lo) {
+// The row of the logarithm table for positive normal x: i = round(256 (m - 1)), rc its
+// reciprocal and t = t_hi + t_lo = -log2(rc).
+struct LogRow {
+  D rc, t_hi, t_lo;
+};
+[[gnu::always_inline]] inline LogRow ReadLogRow(D x) {
   const __m128i row = _mm_srli_epi64(
       _mm_add_epi64(_mm_and_si128(x.Image(), _mm_set1_epi64x(0x000FFFFFFFFFFFFFll)),
                     _mm_set1_epi64x(1ll << 43)),
@@ -65,33 +80,43 @@ inline constexpr int kSplitLimitHigh = 0x7BF00000;
   int i0, i1;
   D::LowWords(row, i0, i1);
   const auto pairs = reinterpret_cast<const double(*)[2]>(kPowLog2);
-  D rc, unused, t_hi, t_lo;
-  D::GatherPairs(pairs, 2 * i0, 2 * i1, rc, unused);
-  D::GatherPairs(pairs, 2 * i0 + 1, 2 * i1 + 1, t_hi, t_lo);
+  LogRow r;
+  D unused;
+  D::GatherPairs(pairs, 2 * i0, 2 * i1, r.rc, unused);
+  D::GatherPairs(pairs, 2 * i0 + 1, 2 * i1 + 1, r.t_hi, r.t_lo);
+  return r;
+}
+
+// log2 x = hi + lo for positive normal x, to about 2^-66 relative, from x's row. x = 2^k m,
+// r = m rc - 1 = r1 + r2 with both parts exact (m split in 26 + 27 bits, rc of 16 bits),
+// |r| < 2^-8.9; log2(1 + r) = r/ln2 - r^2/(2 ln 2) + r^3 (...), the first two terms in
+// double-double.
+[[gnu::always_inline]] inline void Log2(D x, const LogRow& row, D& hi, D& lo) {
+  using namespace lanes;
   const D m = Mantissa(x);
-  const D mh = m & D::FromBits(kHead26);
-  const D r1 = mh * rc - D(1.0);
-  const D r2 = (m - mh) * rc;
+  const D mh = m & kHead26Mask();
+  const D r1 = mh * row.rc - kOne();
+  const D r2 = (m - mh) * row.rc;
   const D u = r1 + r2;
   // r / ln2: r1 has at most 33 bits, so r1 * kInvLn2Head is exact.
-  const D t1 = r1 * D(kInvLn2Head);
-  const D t1_lo = r2 * D(kInvLn2Head) + u * D(kInvLn2Rest);
+  const D t1 = r1 * kInvLn2H();
+  const D t1_lo = r2 * kInvLn2H() + u * kInvLn2R();
   // -r^2 / (2 ln 2): r^2 = r1h^2 + (r1l (r1h + r1) + r2 (r1 + u)), r1h^2 exact in 36 bits.
-  const D r1h = r1 & D::FromBits(kHead18);
+  const D r1h = r1 & kHead18Mask();
   const D r1l = r1 - r1h;
   const D square = r1h * r1h;
   const D square_rest = r1l * (r1h + r1) + r2 * (r1 + u);
-  const D t2 = D(0.0) - D(kHalfInvLn2Head) * square;
-  const D t2_lo = D(0.0) - (D(kHalfInvLn2Rest) * square + D(kHalfInvLn2) * square_rest);
+  const D t2 = D(0.0) - kHalfH() * square;
+  const D t2_lo = D(0.0) - (kHalfR() * square + kHalf() * square_rest);
   const D tail = u * u * u *
-                 ((((D(kLog2Series[4]) * u + D(kLog2Series[3])) * u + D(kLog2Series[2])) * u +
-                   D(kLog2Series[1])) * u + D(kLog2Series[0]));
+                 ((((kLog2S[4]() * u + kLog2S[3]()) * u + kLog2S[2]()) * u + kLog2S[1]()) * u +
+                  kLog2S[0]());
   // k + t_hi is exact: t_hi lies on the grid of 2^-42.
-  const D base = Exponent(x, extra) + t_hi;
+  const D base = Exponent(x) + row.t_hi;
   D s1, e1, s2, e2;
   TwoSum(base, t1, s1, e1);
   TwoSum(s1, t2, s2, e2);
-  const D rest = ((e1 + e2) + ((t_lo + t1_lo) + t2_lo)) + tail;
+  const D rest = ((e1 + e2) + ((row.t_lo + t1_lo) + t2_lo)) + tail;
   hi = s2 + rest;
   lo = rest - (hi - s2);
 }
@@ -103,29 +128,44 @@ inline constexpr int kSplitLimitHigh = 0x7BF00000;
   zl = e + y * lo;
 }
 
-// 2^(zh + zl) = v 2^(n >> 7), v in [1, 2), n = round(128 zh) in the low word of `n_image`;
-// valid for |zh| < 2^44.
-[[gnu::always_inline]] inline D Exp2(D zh, D zl, __m128i& n_image) {
-  const D t = zh + D(kShifter);
-  const D g = (zh - (t - D(kShifter))) + zl;
-  n_image = t.Image();
+// 2^z = v 2^(n >> 7), v in [1, 2), n = round(128 z) in the low word of `n`; valid for
+// |z| < 2^44. The first half leaves the reduced argument g and n, the second reads the row.
+[[gnu::always_inline]] inline D Exp2Reduce(D zh, D zl, __m128i& n) {
+  const D t = zh + lanes::kShift();
+  n = t.Image();
+  return (zh - (t - lanes::kShift())) + zl;
+}
+[[gnu::always_inline]] inline D Exp2Finish(D g, __m128i n) {
+  using namespace lanes;
   int i0, i1;
-  D::LowWords(n_image, i0, i1);
+  D::LowWords(n, i0, i1);
   D hi, lo;
   D::GatherPairs(kExp128, i0 & 127, i1 & 127, hi, lo);
-  const D p = ((((D(kExp2Series[4]) * g + D(kExp2Series[3])) * g + D(kExp2Series[2])) * g +
-                D(kExp2Series[1])) * g + D(kExp2Series[0])) * g;
-  return hi + (hi * p + lo);
+  const D p =
+      ((((kExp2S[4]() * g + kExp2S[3]()) * g + kExp2S[2]()) * g + kExp2S[1]()) * g + kExp2S[0]()) *
+      g;
+  return (hi + (hi * p + lo)).AddToExponent<7>(n);
 }
 
-// x^y for positive normal x and |y log2 x| below 1022: the result is normal.
-[[gnu::always_inline]] inline D PowBlock(D x, D y) {
-  D hi, lo, zh, zl;
-  Log2(x, D(0.0), hi, lo);
-  Times(y, hi, lo, zh, zl);
-  __m128i n;
-  const D v = Exp2(zh, zl, n);
-  return v.AddToExponent<7>(n);
+// x^y for positive normal x and |y log2 x| below 1022 (the result is normal), on kRegs
+// registers at once: each step runs over all registers before the next, so that their
+// dependency chains overlap.
+template <int kRegs>
+[[gnu::always_inline]] inline void PowBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
+  LogRow rows[kRegs];
+  D g[kRegs];
+  __m128i n[kRegs];
+#pragma GCC unroll 4
+  for (int r = 0; r < kRegs; ++r) rows[r] = ReadLogRow(in[r][0]);
+#pragma GCC unroll 4
+  for (int r = 0; r < kRegs; ++r) {
+    D hi, lo, zh, zl;
+    Log2(in[r][0], rows[r], hi, lo);
+    Times(in[r][1], hi, lo, zh, zl);
+    g[r] = Exp2Reduce(zh, zl, n[r]);
+  }
+#pragma GCC unroll 4
+  for (int r = 0; r < kRegs; ++r) out[r][0] = Exp2Finish(g[r], n[r]);
 }
 
 // x^y for the float members, in plain double: positive normal x and |y log2 x| below 126.
@@ -133,24 +173,25 @@ inline constexpr int kSplitLimitHigh = 0x7BF00000;
 // exact where log2 x is small (rows 0 and 256), and the rest is off by about 2^-52 absolute,
 // so that z = y log2 x is off by about 2^-36 and the result, rounded once to float, by far
 // less than a float ulp.
-[[gnu::always_inline]] inline D PowBlockSingle(D x, D y) {
-  const __m128i row = _mm_srli_epi64(
-      _mm_add_epi64(_mm_and_si128(x.Image(), _mm_set1_epi64x(0x000FFFFFFFFFFFFFll)),
-                    _mm_set1_epi64x(1ll << 43)),
-      44);
-  int i0, i1;
-  D::LowWords(row, i0, i1);
-  const auto pairs = reinterpret_cast<const double(*)[2]>(kPowLog2);
-  D rc, unused, t_hi, t_lo;
-  D::GatherPairs(pairs, 2 * i0, 2 * i1, rc, unused);
-  D::GatherPairs(pairs, 2 * i0 + 1, 2 * i1 + 1, t_hi, t_lo);
-  const D r = Mantissa(x) * rc - D(1.0);
-  const D high = (D(kLog2Series[2]) * r + D(kLog2Series[1])) * r + D(kLog2Series[0]);
-  const D series = r * (D(kInvLn2Head + kInvLn2Rest) + r * (D(-kHalfInvLn2) + r * high));
-  const D z = y * ((Exponent(x, D(0.0)) + t_hi) + series);
-  __m128i n;
-  const D v = Exp2(z, D(0.0), n);
-  return v.AddToExponent<7>(n);
+template <int kRegs>
+[[gnu::always_inline]] inline void PowSingleBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
+  using namespace lanes;
+  LogRow rows[kRegs];
+  D g[kRegs];
+  __m128i n[kRegs];
+#pragma GCC unroll 8
+  for (int r = 0; r < kRegs; ++r) rows[r] = ReadLogRow(in[r][0]);
+#pragma GCC unroll 8
+  for (int r = 0; r < kRegs; ++r) {
+    const D x = in[r][0];
+    const D u = Mantissa(x) * rows[r].rc - kOne();
+    const D high = (kLog2S[2]() * u + kLog2S[1]()) * u + kLog2S[0]();
+    const D series = u * (kInvLn2() + u * (kMinusHalf() + u * high));
+    const D z = in[r][1] * ((Exponent(x) + rows[r].t_hi) + series);
+    g[r] = Exp2Reduce(z, D(0.0), n[r]);
+  }
+#pragma GCC unroll 8
+  for (int r = 0; r < kRegs; ++r) out[r][0] = Exp2Finish(g[r], n[r]);
 }
 
 // Lanes that the block formula cannot take: x not positive normal, y zero, subnormal, infinite,
@@ -165,7 +206,7 @@ inline int FlagPow(D x, D y, double limit) {
   const __m128i y_out = _mm_or_si128(
       _mm_cmpgt_epi32(_mm_add_epi32(y_high, _mm_set1_epi32(0x7FF00000)), _mm_set1_epi32(-0x200001)),
       _mm_cmpgt_epi32(y_high, _mm_set1_epi32(kSplitLimitHigh)));
-  const D k = Exponent(x, D(0.0));
+  const D k = Exponent(x);
   const D c = D::Select(D::Less(k, D(0.0)), D(1.0), D(1.4426950408889634));
   const D bound = (k + c * (Mantissa(x) - D(1.0))) * y;
   const D abs_bound = bound & D::FromBits(0x7FFFFFFFFFFFFFFFull);
@@ -173,6 +214,27 @@ inline int FlagPow(D x, D y, double limit) {
   const D too_big = {_mm_cmpge_pd(abs_bound.raw, _mm_set1_pd(limit))};
   const __m128i any = _mm_or_si128(_mm_or_si128(x_out, y_out), too_big.Image());
   return _mm_movemask_pd(_mm_castsi128_pd(any));
+}
+
+// FlagPow on four float lanes: x not a positive normal float, y zero, infinite or NaN (a
+// float subnormal y is a normal double), or the same bound on |y log2 x| reaching `limit`,
+// in float (the margin to 126 covers its rounding).
+inline int FlagPowSingle(Vec<float> x, Vec<float> y, float limit) {
+  const __m128i xb = x.Image();
+  const __m128i x_out = _mm_cmpgt_epi32(_mm_add_epi32(xb, _mm_set1_epi32(0x7F800000)),
+                                        _mm_set1_epi32(-0x01000001));
+  const __m128i y_abs = _mm_and_si128(y.Image(), _mm_set1_epi32(0x7FFFFFFF));
+  const __m128i y_out = _mm_or_si128(_mm_cmpeq_epi32(y_abs, _mm_setzero_si128()),
+                                     _mm_cmpgt_epi32(y_abs, _mm_set1_epi32(0x7F7FFFFF)));
+  using F = Vec<float>;
+  const F k = {_mm_cvtepi32_ps(_mm_sub_epi32(_mm_srli_epi32(xb, 23), _mm_set1_epi32(127)))};
+  const F m = F::FromImage(_mm_or_si128(_mm_and_si128(xb, _mm_set1_epi32(0x007FFFFF)),
+                                        _mm_set1_epi32(0x3F800000)));
+  const F c = F::Select(F::Less(k, F::Set(0.0f)), F::Set(1.0f), F::Set(1.44269504f));
+  const F bound = ((k + c * (m - F::Set(1.0f))) * y) & F::FromBits(0x7FFFFFFFu);
+  const __m128 too_big = _mm_cmpge_ps(bound.raw, _mm_set1_ps(limit));
+  const __m128i any = _mm_or_si128(_mm_or_si128(x_out, y_out), _mm_castps_si128(too_big));
+  return _mm_movemask_ps(_mm_castsi128_ps(any));
 }
 
 }  // namespace power
