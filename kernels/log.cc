@@ -1,7 +1,6 @@
 // ln, log2 and log10 in the vector form. Double lanes use the division-based block reduction;
-// sLn reduces in single precision and sums in double; sLog2 and sLog10 widen to double and use
-// the short double block.
-// Flagged lanes (zero, negative, subnormal double, infinity, NaN) go to the companions.
+// single lanes reduce in single precision and keep the rounding error of the leading sums.
+// Flagged lanes (zero, negative, subnormal, infinity, NaN) go to the companions.
 #include "frame/kernel_frame.h"
 #include "kernels/log_block.h"
 #include "kernels/log_core.h"
@@ -44,39 +43,14 @@ struct LogDouble {
   }
 };
 
+// sLn, sLog2 and sLog10 by the single-precision reduction (LnSingleReduce, LogSingleFinish).
 template <class B>
-struct LogFloat {
-  using T = float;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
-  static constexpr bool kCanFail = true;
-  // Widened to double (subnormals become normal), rounded once at the end.
-  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
-    const __m128d lo = _mm_cvtps_pd(in[0].raw);
-    const __m128d hi = _mm_cvtps_pd(_mm_movehl_ps(in[0].raw, in[0].raw));
-    const __m128 rlo = _mm_cvtpd_ps(LogBlockShort<B>(lo));
-    const __m128 rhi = _mm_cvtpd_ps(LogBlockShort<B>(hi));
-    out[0] = _mm_movelh_ps(rlo, rhi);
-  }
-  // u - 1 >= 0x7F7FFFFF as unsigned: zero, negative, infinity, NaN.
-  static int Flag(const Vec<T> (&in)[1]) {
-    const __m128i biased = _mm_add_epi32(_mm_castps_si128(in[0].raw), _mm_set1_epi32(0x7FFFFFFF));
-    return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(biased, _mm_set1_epi32(-0x800002))));
-  }
-  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
-  static int Companion(const T (&in)[1], T (&out)[1]) { return LogSpecial(in[0], &out[0]); }
-};
-
-// sLn by the single-precision reduction with the sums in double (LnSingleReduce, LnSingleSum).
-struct LnSingle {
+struct LogSingle {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
-    const LnSingleParts a = LnSingleReduce(in[0].raw);
-    const __m128 lo = _mm_cvtpd_ps(LnSingleSum(LowLanes(a.n), _mm_cvtps_pd(a.r), _mm_cvtps_pd(a.p)));
-    const __m128 hi = _mm_cvtpd_ps(LnSingleSum(HighLanes(a.n), _mm_cvtps_pd(_mm_movehl_ps(a.r, a.r)),
-                                               _mm_cvtps_pd(_mm_movehl_ps(a.p, a.p))));
-    out[0] = _mm_movelh_ps(lo, hi);
+    out[0] = LogSingleFinish<B>(LnSingleReduce(in[0].raw));
   }
   // u - 0x800000 >= 0x7F000000 as unsigned: zero, negative, subnormal, infinity, NaN.
   static int Flag(const Vec<T> (&in)[1]) {
@@ -88,7 +62,7 @@ struct LnSingle {
   static int Companion(const T (&in)[1], T (&out)[1]) {
     const int code = LogSpecial(in[0], &out[0]);
     if (code >= 0) return code;
-    out[0] = static_cast<float>(LnCore(in[0], 0, 0));
+    out[0] = static_cast<float>(LnCore(in[0], 0, 0) * B::kScaleDouble);
     return 0;
   }
 };
@@ -97,9 +71,9 @@ struct LnSingle {
 
 }  // namespace tem
 
-TEM_ENTRIES_A_R(s, Ln, tem::LnSingle)
+TEM_ENTRIES_A_R(s, Ln, tem::LogSingle<tem::LnSingleBase>)
 TEM_ENTRIES_A_R(d, Ln, tem::LogDouble<tem::LnBase>)
-TEM_ENTRIES_A_R(s, Log2, tem::LogFloat<tem::Log2Base>)
+TEM_ENTRIES_A_R(s, Log2, tem::LogSingle<tem::Log2SingleBase>)
 TEM_ENTRIES_A_R(d, Log2, tem::LogDouble<tem::Log2Base>)
-TEM_ENTRIES_A_R(s, Log10, tem::LogFloat<tem::Log10Base>)
+TEM_ENTRIES_A_R(s, Log10, tem::LogSingle<tem::Log10SingleBase>)
 TEM_ENTRIES_A_R(d, Log10, tem::LogDouble<tem::Log10Base>)

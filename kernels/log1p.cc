@@ -54,33 +54,34 @@ struct Log1pDoubleLanes : Log1pLanes {
   }
 };
 // sLog1p in single lanes: u = 1 + x rounded to single through sLn's reduction, and the part of
-// 1 + x that u misses, d = (1 - u) + x (1 - u is exact), put into r as d 2^-n, so that
-// ln(1 + x) = n ln 2 + ln(1 + r + d 2^-n); p stays that of r, a change far below its error.
-// Near 0, u = 1 and r + d = x: no separate short path. The sign of x is that of the result,
-// and of a zero.
+// 1 + x that u misses, d (exact, by a fast two-sum of 1 and x in the order of magnitude), joins
+// ln(1 + r) as d / u = d 2^-n / (1 + r), taken as d 2^-n (1 - r + r^2). Near 0 a short series
+// of its own. The sign of x is that of the result, and of a zero.
 struct Log1pSingle {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
   static constexpr bool kCanFail = true, kLoopBlocks = true;
-  // Two lanes: x, u and r, p widened, n and 2^-n as doubles.
-  static __m128 Half(__m128d x, __m128d u, __m128d n, __m128d scale, __m128d r, __m128d p) {
-    const __m128d d = _mm_add_pd(_mm_sub_pd(_mm_set1_pd(1.0), u), x);
-    const __m128d ln = LnSingleSum(n, _mm_add_pd(r, _mm_mul_pd(d, scale)), p);
-    return _mm_cvtpd_ps(_mm_or_pd(ln, _mm_and_pd(x, _mm_set1_pd(-0.0))));
-  }
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     const __m128 x = in[0].raw;
-    const __m128 u = _mm_add_ps(_mm_set1_ps(1.0f), x);
+    const __m128 one = _mm_set1_ps(1.0f);
+    const __m128 u = _mm_add_ps(one, x);
+    const __m128 d = _mm_sub_ps(_mm_min_ps(one, x), _mm_sub_ps(u, _mm_max_ps(one, x)));
     const LnSingleParts a = LnSingleReduce(u);
-    // 2^-n from the exponent field 1023 - n of each 64-bit lane.
-    const __m128i field = _mm_sub_epi32(_mm_set1_epi32(1023), a.n);
-    const __m128i zero = _mm_setzero_si128();
-    const __m128d scale_lo = _mm_castsi128_pd(_mm_slli_epi64(_mm_unpacklo_epi32(field, zero), 52));
-    const __m128d scale_hi = _mm_castsi128_pd(_mm_slli_epi64(_mm_unpackhi_epi32(field, zero), 52));
-    const auto high = [](__m128 v) { return _mm_cvtps_pd(_mm_movehl_ps(v, v)); };
-    out[0] = _mm_movelh_ps(Half(_mm_cvtps_pd(x), _mm_cvtps_pd(u), LowLanes(a.n), scale_lo,
-                                _mm_cvtps_pd(a.r), _mm_cvtps_pd(a.p)),
-                           Half(high(x), high(u), HighLanes(a.n), scale_hi, high(a.r), high(a.p)));
+    // 2^-n from the exponent field 127 - n, at least 1 (n = 128 only for u near the largest
+    // float, where d 2^-n is far below the result's ulp either way); a 16-bit max suffices.
+    const __m128i field = _mm_max_epi16(_mm_sub_epi32(_mm_set1_epi32(127), a.n), _mm_set1_epi32(1));
+    const __m128 delta = _mm_mul_ps(d, _mm_castsi128_ps(_mm_slli_epi32(field, 23)));
+    const __m128 inverse = _mm_add_ps(_mm_sub_ps(one, a.r), _mm_mul_ps(a.r, a.r));
+    const __m128 ln = LogSingleFinish<LnSingleBase, true>(a, _mm_mul_ps(delta, inverse));
+    // |x| <= 2^-8: x + x^2 (-1/2 + x (1/3 - x / 4)), where ln(1 + x) and the rounding error
+    // of 1 + x nearly cancel in the sum above.
+    const __m128 near_zero = _mm_cmple_ps(_mm_andnot_ps(_mm_set1_ps(-0.0f), x), _mm_set1_ps(0x1p-8f));
+    const __m128 q = _mm_add_ps(_mm_mul_ps(x, _mm_add_ps(_mm_mul_ps(x, _mm_set1_ps(-0.25f)),
+                                                         _mm_set1_ps(1.0f / 3.0f))),
+                                _mm_set1_ps(-0.5f));
+    const __m128 short_path = _mm_add_ps(x, _mm_mul_ps(_mm_mul_ps(x, x), q));
+    const __m128 y = _mm_or_ps(_mm_and_ps(near_zero, short_path), _mm_andnot_ps(near_zero, ln));
+    out[0] = _mm_or_ps(y, _mm_and_ps(x, _mm_set1_ps(-0.0f)));
   }
   // Lanes outside (-1, +infinity), NaN included, by images made ordered as signed integers:
   // -1 and below map to 0xC07FFFFF and less, +infinity and NaN above 0x7F7FFFFF.

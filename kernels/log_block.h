@@ -169,9 +169,7 @@ inline __m128d LogBlockShort(__m128d x) {
 // sLn's reduction in single precision, for positive normal floats with bits u:
 // v = u - 0x3F2AAAAB (the image of 2/3), n = v >> 23, m = (v & 0x7FFFFF) + 0x3F2AAAAB in
 // [2/3, 4/3), r = m - 1 exact, and p the Horner sum of the degree-9 polynomial up to its last
-// step, ln x = n ln 2 + r + r^2 (p r - 0.5). The last step, the square and the sums run in
-// double (LnSingleSum): in single their roundings cost up to 0.47 ulp where r is near -1/3 and
-// the result is half its terms (x just above 4/3).
+// step, ln x = n ln 2 + r + r^2 (p r - 0.5).
 struct LnSingleParts {
   __m128i n;
   __m128 r, p;
@@ -180,8 +178,6 @@ inline constexpr float kLnSinglePoly[] = {-0.12891685962677002f, 0.1398443728685
                                           -0.12184260785579681f, 0.140058696269989f,
                                           -0.16680487990379333f, 0.20010405778884888f,
                                           -0.24999797344207764f, 0.3333321511745453f, -0.5f};
-// ln 2 = 0.693145751953125 (0x3F317200) + 1.428606765330187e-06.
-inline constexpr float kLnSingleLn2Hi = 0.693145751953125f, kLnSingleLn2Lo = 1.428606765330187e-06f;
 
 inline LnSingleParts LnSingleReduce(__m128 x) {
   const __m128i v = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x3F2AAAAB));
@@ -189,20 +185,78 @@ inline LnSingleParts LnSingleReduce(__m128 x) {
                                                   _mm_set1_epi32(0x3F2AAAAB)));
   const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
   __m128 p = _mm_set1_ps(kLnSinglePoly[0]);
+  // Unrolled, so that the constants are loaded once and two registers' chains interleave.
+#pragma GCC unroll 8
   for (int k = 1; k < 8; ++k) p = _mm_add_ps(_mm_mul_ps(p, r), _mm_set1_ps(kLnSinglePoly[k]));
   return {_mm_srai_epi32(v, 23), r, p};
 }
-// n ln 2 + r + r^2 (p r - 0.5) on two double lanes.
-inline __m128d LnSingleSum(__m128d n, __m128d r, __m128d p) {
-  const __m128d q = _mm_add_pd(_mm_mul_pd(p, r), _mm_set1_pd(kLnSinglePoly[8]));
-  __m128d y = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(kLnSingleLn2Lo)), r);
-  y = _mm_add_pd(y, _mm_mul_pd(_mm_mul_pd(r, r), q));
-  return _mm_add_pd(y, _mm_mul_pd(n, _mm_set1_pd(kLnSingleLn2Hi)));
+
+inline __m128 MaskPs(uint32_t bits) { return _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits))); }
+
+// ln(1 + r) = hi + lo in single lanes. The sums of r + r^2 (p r - 0.5) in plain single cost up
+// to 0.47 ulp of the result where r is near -1/3 and the result is half its terms (x just
+// above 4/3), so the large part -r^2 / 2 is split off exactly: rh keeps the upper 12 bits of r,
+// -rh^2 / 2 is exact, hi = r - rh^2 / 2 rounded with its error kept, and lo gathers that error,
+// -(rh + rl / 2) rl (the rest of -r^2 / 2, exact products) and r^3 p.
+struct PairPs {
+  __m128 hi, lo;
+};
+inline PairPs LnSinglePoly(__m128 r, __m128 p) {
+  const __m128 rh = _mm_and_ps(r, MaskPs(0xFFFFF000u));
+  const __m128 rl = _mm_sub_ps(r, rh);
+  const __m128 b = _mm_mul_ps(_mm_mul_ps(rh, rh), _mm_set1_ps(-0.5f));
+  const __m128 hi = _mm_add_ps(r, b);  // |r| > |b|
+  const __m128 err = _mm_sub_ps(b, _mm_sub_ps(hi, r));
+  const __m128 cube = _mm_mul_ps(_mm_mul_ps(_mm_mul_ps(r, r), r), p);
+  const __m128 rest = _mm_mul_ps(_mm_add_ps(rh, _mm_mul_ps(rl, _mm_set1_ps(0.5f))), rl);
+  return {hi, _mm_add_ps(_mm_sub_ps(cube, rest), err)};
 }
-// Lanes 0, 1 and 2, 3 of four integers as doubles.
-inline __m128d LowLanes(__m128i n) { return _mm_cvtepi32_pd(n); }
-inline __m128d HighLanes(__m128i n) {
-  return _mm_cvtepi32_pd(_mm_shuffle_epi32(n, _MM_SHUFFLE(3, 2, 3, 2)));
+
+// Constants of the single-precision logarithms: log_b(2) = kLog2Hi + kLog2Lo with kLog2Hi
+// short enough that n kLog2Hi is exact, and for log2 and log10 log_b(e) = kScaleHi + kScaleLo
+// with kScaleHi of 12 bits; kScaleDouble is log_b(e) in double for the companion.
+struct LnSingleBase {
+  static constexpr bool kScaled = false;
+  // ln 2 = 0.693145751953125 (0x3F317200) + 1.428606765330187e-06.
+  static constexpr float kLog2Hi = 0.693145751953125f, kLog2Lo = 1.428606765330187e-06f;
+  static constexpr float kScaleHi = 1, kScaleLo = 0, kScale = 1;
+  static constexpr double kScaleDouble = 1;
+};
+struct Log2SingleBase {
+  static constexpr bool kScaled = true;
+  static constexpr float kLog2Hi = 1, kLog2Lo = 0;
+  static constexpr float kScaleHi = 0x1.714p+0f, kScaleLo = 0x1.47652cp-12f, kScale = 0x1.715476p+0f;
+  static constexpr double kScaleDouble = 1.4426950408889634;
+};
+struct Log10SingleBase {
+  static constexpr bool kScaled = true;
+  static constexpr float kLog2Hi = 0x1.34p-2f, kLog2Lo = 0x1.04d428p-12f;
+  static constexpr float kScaleHi = 0x1.bcap-2f, kScaleLo = 0x1.7b1526p-14f, kScale = 0x1.bcb7b2p-2f;
+  static constexpr double kScaleDouble = 0.4342944819032518;
+};
+
+// log_b(x) = n log_b(2) + log_b(e) ln(1 + r) in single lanes, the two leading terms summed
+// with their error kept (|n log_b(2)| exceeds the other term unless n = 0, where the sum is
+// exact). For log2 and log10 the leading product is (hi to 12 bits) * kScaleHi, exact.
+// With kExtra, `extra` (a small correction to ln(1 + r)) joins the low part.
+template <class B, bool kExtra = false>
+inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
+  PairPs ln1r = LnSinglePoly(a.r, a.p);
+  if constexpr (kExtra) ln1r.lo = _mm_add_ps(ln1r.lo, extra);
+  const __m128 n = _mm_cvtepi32_ps(a.n);
+  const __m128 nh = _mm_mul_ps(n, _mm_set1_ps(B::kLog2Hi));
+  __m128 lead = ln1r.hi, rest = ln1r.lo;
+  if constexpr (B::kScaled) {
+    const __m128 hh = _mm_and_ps(ln1r.hi, MaskPs(0xFFFFF000u));
+    lead = _mm_mul_ps(hh, _mm_set1_ps(B::kScaleHi));
+    rest = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_sub_ps(ln1r.hi, hh), _mm_set1_ps(B::kScaleHi)),
+                                 _mm_mul_ps(ln1r.hi, _mm_set1_ps(B::kScaleLo))),
+                      _mm_mul_ps(ln1r.lo, _mm_set1_ps(B::kScale)));
+  }
+  if constexpr (B::kLog2Lo != 0) rest = _mm_add_ps(rest, _mm_mul_ps(n, _mm_set1_ps(B::kLog2Lo)));
+  const __m128 y = _mm_add_ps(nh, lead);
+  const __m128 err = _mm_sub_ps(lead, _mm_sub_ps(y, nh));
+  return _mm_add_ps(y, _mm_add_ps(err, rest));
 }
 
 }  // namespace tem
