@@ -71,30 +71,45 @@ struct Exp10Core {
 // and 2^k built in the exponent field and multiplied. A core C supplies kK = 128 log2(b),
 // kL1 + kL2 = log_b(2)/128 (kL1 short enough that n * kL1 is exact; kL2 = 0 when kL1 is
 // exact), Poly(r) ~ b^r - 1, kFlagBits (and kFlagMask) on the magnitude, the bounds of the
-// no-error loop kOverflow (inf above) and kUnderflow (+0 below), and the companion.
+// no-error loop kOverflow (inf above) and kUnderflow (+0 below), and the companion. A core
+// with kK = 1 has x itself rounded to a multiple of 1/128 by a shifter 128 times smaller,
+// which gives the same n and r = x - n/128 exactly, with no factor.
 template <class C>
 struct SingleKernel {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
-  static constexpr float kShifter = 12582912.0f;  // 1.5 * 2^23
+  static constexpr bool kRoundsX = C::kK == 1.0f;
+  static constexpr float kShifter = kRoundsX ? 98304.0f : 12582912.0f;  // 1.5 * 2^(16 or 23)
 
   static void Compute(const F (&in)[1], F (&out)[1]) {
     const F x = in[0];
-    const F t = x * F::Set(C::kK) + F::Set(kShifter);
-    const F n = t - F::Set(kShifter);
-    alignas(16) int32_t lanes[4];
-    _mm_store_si128(reinterpret_cast<__m128i*>(lanes), t.Image());
-    __m128i rows[4];
-    for (int l = 0; l < 4; ++l) {
-      rows[l] = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kExpF128[lanes[l] & 127]));
+    F t;
+    if constexpr (kRoundsX) {
+      t = x + F::Set(kShifter);
+    } else {
+      t = x * F::Set(C::kK) + F::Set(kShifter);
     }
-    const __m128 a = _mm_castsi128_ps(_mm_unpacklo_epi64(rows[0], rows[1]));
-    const __m128 b = _mm_castsi128_ps(_mm_unpacklo_epi64(rows[2], rows[3]));
+    const F n = t - F::Set(kShifter);
+    // The row indices straight from the register (below 128, so 16 bits hold them), and the
+    // four rows loaded into registers: no round trip through memory.
+    const __m128i index = _mm_and_si128(t.Image(), _mm_set1_epi32(127));
+    const auto row = [](int i) {
+      return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kExpF128[i]));
+    };
+    const __m128 a = _mm_castsi128_ps(_mm_unpacklo_epi64(
+        row(_mm_cvtsi128_si32(index)), row(_mm_extract_epi16(index, 2))));
+    const __m128 b = _mm_castsi128_ps(_mm_unpacklo_epi64(row(_mm_extract_epi16(index, 4)),
+                                                         row(_mm_extract_epi16(index, 6))));
     const F hi = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
     const F lo = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
-    F r = x - n * F::Set(C::kL1);
-    if constexpr (C::kL2 != 0.0f) r = r - n * F::Set(C::kL2);
+    F r;
+    if constexpr (kRoundsX) {
+      r = x - n;
+    } else {
+      r = x - n * F::Set(C::kL1);
+      if constexpr (C::kL2 != 0.0f) r = r - n * F::Set(C::kL2);
+    }
     const F y = (C::Poly(r) * hi + lo) + hi;
     const __m128i scale =
         _mm_and_si128(_mm_add_epi32(_mm_slli_epi32(t.Image(), 16), _mm_set1_epi32(0x3F800000)),
@@ -148,10 +163,10 @@ struct Narrowed {
   }
 };
 
-// sExp2: 128 x is exact, so r = x - n/128 is too; 2^r - 1 ~ ln2 r + (ln2)^2/2 r^2, |r| <= 1/256.
+// sExp2: x rounded to a multiple of 1/128, r = x - n/128 exact; 2^r - 1 ~ ln2 r + (ln2)^2/2 r^2,
+// |r| <= 1/256.
 struct SingleExp2 {
-  static constexpr float kK = 128.0f;
-  static constexpr float kL1 = 0.0078125f, kL2 = 0.0f;
+  static constexpr float kK = 1.0f;
   static constexpr uint32_t kFlagBits = 0x42FC0000, kFlagMask = 0x7FFFFFFF;  // |x| > 126
   static constexpr float kOverflow = 128.0f, kUnderflow = -150.0f;
 

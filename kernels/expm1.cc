@@ -2,7 +2,8 @@
 // the first term summed with its rounding error so that small results keep their bits.
 // Below |x| = 1/32 the double result is a direct Taylor polynomial: there the reduced form
 // builds a small result from two terms of similar size, and their rounding errors add up to
-// more than an ulp. The result takes the sign of x, so that expm1(-0) is -0.
+// more than an ulp. The result takes the sign of x, so that expm1(-0) is -0. The single
+// member runs in double lanes with no table.
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -41,14 +42,6 @@ struct DoublePoly {
     return x + x2 * (low + (x2 * x2) * high);
   }
 };
-struct ShortPoly {
-  static constexpr bool kHasSmall = false;
-  static D Eval(D r) {
-    return (((D::Set(kExpm1ShortPoly[3]) * r + D::Set(kExpm1ShortPoly[2])) * r +
-             D::Set(kExpm1ShortPoly[1])) * r + D::Set(kExpm1ShortPoly[0])) * r;
-  }
-};
-
 // The reduced form for one double: (2^k hi - 1) by 2Sum, plus 2^k (hi p(r) + lo); -40 <= x <= 708.
 double Expm1Reduced(double x) {
   const double t = x * kK + kShifter;
@@ -93,6 +86,12 @@ template <class Poly>
     if (small.LaneBits() != 0) y = D::Select(small, Poly::Small(x), y);
   }
   return y | sign;
+}
+
+// The single member in double lanes with no table, |x| up to 88.8; the sign goes back on so
+// that e^-0 - 1 is -0.
+[[gnu::always_inline]] inline D SingleExpm1(D x) {
+  return wide::ExpMinusOne(x) | (x & D::FromBits(0x8000000000000000ull));
 }
 
 // One element: infinities, NaN, overflow, the -1 side and the range next to overflow.
@@ -144,7 +143,7 @@ struct Single {
   static constexpr float kOverflow = 88.72283172607422f, kOverflowValue = INFINITY;
   static constexpr float kUnderflow = -88.72283172607422f, kUnderflowValue = -1.0f;
   static constexpr bool kCanUnderflow = false;
-  static D Block(D x) { return Expm1Block<ShortPoly>(x); }
+  [[gnu::always_inline]] static D Block(D x) { return SingleExpm1(x); }
   static double Scalar(double x) {
     int status;
     return Expm1Scalar(x, &status);

@@ -3,8 +3,8 @@
 //   sinh |x| = (A - B) + ((A - B)(C - 1) + (A + B) S),
 //   cosh x   = (A + B) + ((A + B)(C - 1) + (A - B) S),
 // with A and B as double-double values in the double forms, so that the leading term rounds
-// once. Below
-// |x| = kSmall the double sinh is a direct odd Taylor polynomial: there the reduced form
+// once. The single forms run in double lanes with j = 0 and no table. Below |x| = kSmall the
+// double sinh is a direct odd Taylor polynomial: there the reduced form
 // makes the result as A - B less a term of nearly its size, and the errors exceed an ulp.
 #include "kernels/exp_common.h"
 
@@ -20,7 +20,7 @@ constexpr double kSmall = 0x1p-3;  // the direct sinh polynomial's range, |x| be
 // The double forms; kOddPoly and kEvenPoly are S(r)/r - 1 over r^2 and (C(r) - 1)/r^2 - 1/2
 // over r^2, on |r| <= ln2/32.
 struct DoublePolys {
-  static constexpr bool kHasSmall = true, kPairs = true;
+  static constexpr bool kHasSmall = true;
   // sinh x on |x| < 1/8 by its Taylor series to x^11: the first term left out is below
   // 2^-68 relative to the result.
   [[gnu::always_inline]] static D Small(D x) {
@@ -42,16 +42,6 @@ struct DoublePolys {
                              r2 * Const<D>(2.4801762009559563e-05))));
   }
 };
-// The single forms run in double with Taylor terms: errors below 2^-40 on |r| <= ln2/32; A and
-// B need no low parts.
-struct ShortPolys {
-  static constexpr bool kHasSmall = false, kPairs = false;
-  static D Odd(D r, D r2) {
-    return r + r * r2 * (D::Set(1.0 / 6) + r2 * D::Set(1.0 / 120));
-  }
-  static D EvenMinusOne(D r2) { return r2 * (D::Set(0.5) + r2 * D::Set(1.0 / 24)); }
-};
-
 // sinh |x| (kSinh) or cosh x for |x| below 669.8, where 2^-m is still normal.
 // Inlined into the block, with its constants loaded as whole registers.
 template <bool kSinh, class Polys>
@@ -78,13 +68,6 @@ template <bool kSinh, class Polys>
   const D r2 = r * r;
   const D odd = Polys::Odd(r, r2);
   const D even = Polys::EvenMinusOne(r2);
-  if constexpr (!Polys::kPairs) {
-    // A and B rounded once: an absolute error near 2^-54, and none at all for n = 0 (A = B
-    // = 1/2), where sinh is odd(r) alone.
-    const D diff = a_hi - b_hi, sum = a_hi + b_hi;
-    if constexpr (kSinh) return (diff + (diff * even + sum * odd)) | sign;
-    return sum + (sum * even + diff * odd);
-  }
   const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * scale_up;
   const D b_lo = D(_mm_unpackhi_pd(down0, down1)) * scale_down;
   // A >= B, so both sums are exact with their errors by Fast2Sum.
@@ -103,6 +86,22 @@ template <bool kSinh, class Polys>
   } else {
     return sum + (sum_lo + (sum * even + diff * odd));
   }
+}
+
+// The single forms in double lanes with no table: |x| = m ln2 + r, |r| <= ln2/2, A = 2^m/2
+// and B = 2^-m/2 exact, so that for m = 0 sinh is S alone.
+template <bool kSinh>
+[[gnu::always_inline]] inline D SingleHyperbolic(D x) {
+  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
+  __m128i m_field;
+  const D r = wide::ReduceByLn2(ax, m_field);
+  const D r2 = r * r;
+  const D a = wide::TimesPow2(wide::kEven2(), m_field);
+  const D b = wide::OverPow2(wide::kEven2(), m_field);
+  const D odd = wide::SinhSeries(r, r2), even = wide::CoshMinusOneSeries(r2);
+  const D diff = a - b, sum = a + b;
+  if constexpr (!kSinh) return sum + (sum * even + diff * odd);
+  return (diff + (diff * even + sum * odd)) | (x & D::FromBits(0x8000000000000000ull));
 }
 
 // One lane past the block's range: e^|x| / 2, or overflow.
@@ -158,7 +157,7 @@ struct Single {
   static constexpr float kUnderflow = -89.4159927368164f;
   static constexpr float kUnderflowValue = kSinh ? -INFINITY : INFINITY;
   static constexpr bool kCanUnderflow = false;
-  static D Block(D x) { return Hyperbolic<kSinh, ShortPolys>(x); }
+  [[gnu::always_inline]] static D Block(D x) { return SingleHyperbolic<kSinh>(x); }
   static double Scalar(double x) {
     int status;
     return HyperbolicScalar<kSinh>(x, &status);

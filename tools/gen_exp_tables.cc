@@ -106,26 +106,6 @@ void PrintTables() {
   PrintHyperbolicTable();
 }
 
-// A polynomial r * (c1 + c2 r + ...) fitted to f(r) - with f(0) = 0 - over [-h, h], as double
-// coefficients from c1 up, with its worst relative error measured on a grid.
-void PrintSeriesFit(const char* name, MpfrFn f, const Big& scale, double h, int degree) {
-  Fn g = [&](const Big& r) { return Apply(f, r * scale) / r; };
-  std::vector<Big> c = ChebyshevFit(g, -h, h, degree - 1);
-  double worst = 0;
-  for (int k = -2000; k <= 2000; ++k) {
-    double r = h * k / 2000.0;
-    if (r == 0) continue;
-    double p = c[degree - 1].D();
-    for (int j = degree - 2; j >= 0; --j) p = p * r + c[j].D();
-    Big exact = g(Big(r));
-    worst = fmax(worst, fabs((Big(p) - exact).D() / exact.D()));
-  }
-  printf("// %s(r) ~ r * (c1 + c2 r + ...), |r| <= %a; relative error %.2e.\n", name, h, worst);
-  printf("inline constexpr double k%sPoly[%d] = {", name, degree);
-  for (int j = 0; j < degree; ++j) printf("%s%a", j ? ", " : "", c[j].D());
-  printf("};\n\n");
-}
-
 // The largest double x with f(x) at most `limit` (by bisection on the bit patterns).
 double LargestBelow(MpfrFn f, double lo, double hi, const Big& limit) {
   while (nextafter(lo, hi) != hi) {
@@ -149,8 +129,6 @@ int Exp2M(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return mpfr_exp2(r, x, rn
 int CoshM(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return mpfr_cosh(r, x, rnd); }
 
 void PrintFits() {
-  printf("// sExpm1 runs in double with this shorter polynomial.\n");
-  PrintSeriesFit("Expm1Short", Expm1M, Big(1.0), 0.5 * M_LN2 / 64 * 1.01, 4);
   // Double limits: the largest finite double, half the least normal, the least normal.
   Big max_double = Big(0x1.fffffffffffffp1023) + Big(0x1p970) * Big(0.999);
   Big zero_limit = Big(0x1p-1074) * Big(0.5), normal = Big(0x1p-1022);
