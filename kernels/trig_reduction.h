@@ -175,9 +175,37 @@ template <bool kSin, bool kCos>
   }
 }
 
-// tan = sin / cos with one division: y = 1 / cos and q0 = sin y, then one correction
-// (sin - q0 cos) y, with q0 cos_hi exact as a pair (Veltkamp products). The parts' low
-// halves may be 2^-7 of their sums; the remainder stays exact enough, since it is small.
+// tan of |x| as num / den, from the row's C and S and t = tan(r + e), the latter by its series
+// to r^7 (the next term is below 2^-62 of t on |r| <= pi/512): dividing sin(a + r + e) and
+// cos(a + r + e) by cos(r + e) gives num = S + C t and den = C - S t. As in Evaluate, the
+// products c r and s r are exact where their sums cancel, and the error of the first addition
+// is kept.
+[[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den) {
+  const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
+  const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(red.j, red.j)) & 0x1FF;
+  const __m128d c0 = _mm_load_pd(&kSinTable[j0][0]), c1 = _mm_load_pd(&kSinTable[j1][0]);
+  const __m128d s0 = _mm_load_pd(&kSinTable[j0][2]), s1 = _mm_load_pd(&kSinTable[j1][2]);
+  const D cm1 = _mm_unpacklo_pd(c0, c1), c = _mm_unpackhi_pd(c0, c1);
+  const D s = _mm_unpacklo_pd(s0, s1), sl = _mm_unpackhi_pd(s0, s1);
+  const D r = red.r;
+  const D u = r * r;
+  static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
+  // tan(r + e) - r: the series' tail, and e (its own derivative 1 + t^2 adds below 2^-64).
+  const D pt = (r * u) * (t3() + u * (t5() + u * t7())) + red.e;
+  const D t = r + pt;
+  const D cr = c * r, sr = s * r;
+  const D num_hi = s + cr, den_hi = c - sr;
+  const D num_small = sl + (c * pt + cm1 * t);
+  const D den_small = cm1 - (s * pt + sl * t);
+  *num = {num_hi, ((s - num_hi) + cr) + num_small};
+  *den = {den_hi, ((c - den_hi) - sr) + den_small};
+}
+
+// num / den with one division: y = 1 / den and q0 = num y, then one correction
+// (num - q0 den) y. With dh, the top 26 bits of den.hi, and q0 = qh + ql in 26 + 27 bits, the
+// products qh dh and ql dh are exact and num.hi - qh dh cancels exactly; the rest of den,
+// dl = (den.hi - dh) + den.lo, enters by a plain product, as it is 2^-26 of den. The parts' low
+// halves may be 2^-7 of their sums.
 [[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
   static constexpr S one{1.0}, split{134217729.0};
   const D y = one() / den.Value();
@@ -185,10 +213,8 @@ template <bool kSin, bool kCos>
   const D k = split();
   const D gq = q0 * k, gd = den.hi * k;
   const D qh = gq - (gq - q0), ql = q0 - qh;
-  const D dh = gd - (gd - den.hi), dl = den.hi - dh;
-  const D p = q0 * den.hi;
-  const D p_err = ((qh * dh - p) + qh * dl + ql * dh) + ql * dl;
-  const D rest = (((num.hi - p) - p_err) + num.lo) - q0 * den.lo;
+  const D dh = gd - (gd - den.hi), dl = (den.hi - dh) + den.lo;
+  const D rest = (((num.hi - qh * dh) - ql * dh) + num.lo) - q0 * dl;
   return q0 + rest * y;
 }
 
@@ -202,7 +228,11 @@ template <Op kOp>
   const D sign = SignOf(x);
   const Reduced red = Reduce(Abs(x));
   Parts sin_parts, cos_parts;
-  Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red, &sin_parts, &cos_parts);
+  if constexpr (kOp == Op::kTan) {
+    EvaluateTan(red, &sin_parts, &cos_parts);
+  } else {
+    Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red, &sin_parts, &cos_parts);
+  }
   if constexpr (kOp == Op::kSin) {
     out[0] = Xor(sin_parts.Value(), sign);
   } else if constexpr (kOp == Op::kCos) {

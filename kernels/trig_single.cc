@@ -18,7 +18,7 @@ constexpr Splat<float> kShifterF{12582912.0f}, kInvPiF{0.31830987334251404f},
 // pi in 35 + 53 bits: (2n + 1) pi_hi / 2 is exact for |n| below 2^17.
 constexpr Splat<double> kPiHigh{3.1415926535846666}, kPiLow{5.126688303189038e-12},
     kHalfPiHigh{3.1415926535846666 / 2}, kHalfPiLow{5.126688303189038e-12 / 2};
-constexpr Splat<double> kOne{1.0}, kHalf{0.5}, kMinusZero{-0.0};
+constexpr Splat<double> kOne{1.0}, kMinusZero{-0.0};
 // 0x461C4000: 10000.0, the end of the single-precision reduction.
 constexpr uint32_t kLimitBits = 0x461C4000;
 
@@ -56,11 +56,12 @@ constexpr Splat<double> kSeries2{-1.0 / 2}, kSeries3{-1.0 / 6}, kSeries4{1.0 / 2
 template <bool kCos>
 [[gnu::always_inline]] inline F SinOfRest(F x) {
   const F t = kCos ? (x * kInvPiF() - kHalfF()) + kShifterF() : x * kInvPiF() + kShifterF();
-  const F n = t - kShifterF();
+  // n + 1/2 is exact in single precision.
+  const F m4 = kCos ? (t - kShifterF()) + kHalfF() : t - kShifterF();
   D y[2];
 #pragma GCC unroll 2
   for (int k = 0; k < 2; ++k) {
-    const D m = kCos ? Widen(n, k) + kHalf() : Widen(n, k);
+    const D m = Widen(m4, k);
     const D r = (Widen(x, k) - m * kPiHigh()) - m * kPiLow();
     y[k] = SinPoly(r);
   }
@@ -81,8 +82,10 @@ template <bool kCos>
     const D m = Widen(n, k);
     const D r = (Widen(x, k) - m * kHalfPiHigh()) - m * kHalfPiLow();
     const D s = SinSeries(r), c = CosSeries(r);
+    // The swap by XOR: d is s ^ c in swapped lanes and 0 elsewhere.
     const D swap = D::FromImage(WidenMask(odd, k));
-    y[k] = D::Select(swap, Xor(c, kMinusZero()), s) / D::Select(swap, s, c);
+    const D d = Xor(s, c) & swap;
+    y[k] = Xor(Xor(s, d), swap & kMinusZero()) / Xor(c, d);
   }
   return Narrow(y[0], y[1]);
 }
@@ -93,7 +96,7 @@ struct SingleKernel {
   static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = 8;
   static constexpr bool kCanFail = true;
 
-  static void Compute(const F (&in)[1], F (&out)[kResults]) {
+  [[gnu::always_inline]] static void Compute(const F (&in)[1], F (&out)[kResults]) {
     // On |x|, so that Cos is even and Sin and Tan odd exactly, zeros included.
     const F ax = in[0] & kAbsMaskF();
     const __m128i sign = _mm_andnot_si128(ax.Image(), in[0].Image());
