@@ -96,7 +96,7 @@ struct Strided {
 // Flagged lanes of one group, in increasing lane order: the companion's result goes through
 // the dispatch to the result arrays and comes back, as a callback may have changed it.
 template <class K, int kRegs, class Io>
-void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typename K::T> (&x)[kRegs][K::kInputs],
+[[gnu::noinline, gnu::cold]] void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typename K::T> (&x)[kRegs][K::kInputs],
                         Vec<typename K::T> (&y)[kRegs][K::kResults], const char* name) {
   using T = typename K::T;
   constexpr int kLanes = Vec<T>::kLanes;
@@ -124,6 +124,13 @@ void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typena
   }
 }
 
+template <class V, int kRegs, int kWidth>
+[[gnu::always_inline]] inline void CopyRegisters(const V (&from)[kRegs][kWidth], V (&to)[kRegs][kWidth]) {
+  for (int r = 0; r < kRegs; ++r) {
+    for (int k = 0; k < kWidth; ++k) to[r][k] = from[r][k];
+  }
+}
+
 // Kernels that set kComputeBlock supply ComputeBlock(x[kRegs][kInputs], y[kRegs][kResults])
 // in place of Compute, so that the chains of a block's registers can overlap.
 template <class K, class = void>
@@ -133,8 +140,10 @@ struct ComputesBlocks<K, std::void_t<decltype(K::kComputeBlock)>>
     : std::bool_constant<K::kComputeBlock> {};
 
 // One block of kRegs registers, or a tail group of one register with `count` real lanes.
+// Inlined into the walk, so that a block's registers and constants stay in registers; only
+// copies of them reach the flagged-lane handler, whose arrays live in memory.
 template <class K, int kRegs, class Io>
-inline void RunGroup(const Io& io, int first, int count, bool no_error, const char* name) {
+[[gnu::always_inline]] inline void RunGroup(const Io& io, int first, int count, bool no_error, const char* name) {
   using V = Vec<typename K::T>;
   constexpr int kLanes = V::kLanes;
   V x[kRegs][K::kInputs];
@@ -159,7 +168,13 @@ inline void RunGroup(const Io& io, int first, int count, bool no_error, const ch
       }
       mask = left;
     }
-    if (mask != 0) HandleFlaggedLanes<K, kRegs>(io, first, mask, x, y, name);
+    if (mask != 0) {
+      V flagged_x[kRegs][K::kInputs], flagged_y[kRegs][K::kResults];
+      CopyRegisters(x, flagged_x);
+      CopyRegisters(y, flagged_y);
+      HandleFlaggedLanes<K, kRegs>(io, first, mask, flagged_x, flagged_y, name);
+      CopyRegisters(flagged_y, y);
+    }
   }
 #pragma GCC unroll 16
   for (int r = 0; r < kRegs; ++r) {
