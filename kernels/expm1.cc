@@ -20,7 +20,6 @@ constexpr double kOverflow = 0x1.62e42fefa39efp+9;                         // 70
 // e^r - 1 on |r| <= ln2/128.
 // V is D or double: the same formula serves the block and the scalar element.
 struct DoublePoly {
-  static constexpr bool kHasSmall = true;
   template <class V>
   [[gnu::always_inline]] static V Eval(V r) {
     const V tail = (((Const<V>(0.001388889298015527) * r + Const<V>(0.008333335878865304)) * r +
@@ -80,11 +79,9 @@ template <class Poly>
   const D err = (a - (s - bb)) + (Const<D>(-1.0) - bb);
   const D corr = (hi * Poly::Eval(r) + lo) * scale;
   D y = s + (err + corr);
-  if constexpr (Poly::kHasSmall) {
-    // The polynomial only for registers that have a small lane.
-    const D small = D::Less(D(_mm_andnot_pd(Const<D>(-0.0).raw, x.raw)), Const<D>(kSmall));
-    if (small.LaneBits() != 0) y = D::Select(small, Poly::Small(x), y);
-  }
+  // The polynomial only for registers that have a small lane.
+  const D small = D::Less(D(_mm_andnot_pd(Const<D>(-0.0).raw, x.raw)), Const<D>(kSmall));
+  if (small.LaneBits() != 0) y = D::Select(small, Poly::Small(x), y);
   return y | sign;
 }
 

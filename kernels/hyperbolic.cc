@@ -20,7 +20,6 @@ constexpr double kSmall = 0x1p-3;  // the direct sinh polynomial's range, |x| be
 // The double forms; kOddPoly and kEvenPoly are S(r)/r - 1 over r^2 and (C(r) - 1)/r^2 - 1/2
 // over r^2, on |r| <= ln2/32.
 struct DoublePolys {
-  static constexpr bool kHasSmall = true;
   // sinh x on |x| < 1/8 by its Taylor series to x^11: the first term left out is below
   // 2^-68 relative to the result.
   [[gnu::always_inline]] static D Small(D x) {
@@ -77,11 +76,9 @@ template <bool kSinh, class Polys>
   const D sum_lo = ((a_hi - sum) + b_hi) + (a_lo + b_lo);
   if constexpr (kSinh) {
     D y = diff + (diff_lo + (diff * even + sum * odd));
-    if constexpr (Polys::kHasSmall) {
-      // The polynomial only for registers that have a small lane.
-      const D small = D::Less(ax, Const<D>(kSmall));
-      if (small.LaneBits() != 0) y = D::Select(small, Polys::Small(ax), y);
-    }
+    // The polynomial only for registers that have a small lane.
+    const D small = D::Less(ax, Const<D>(kSmall));
+    if (small.LaneBits() != 0) y = D::Select(small, Polys::Small(ax), y);
     return y | sign;
   } else {
     return sum + (sum_lo + (sum * even + diff * odd));
