@@ -139,6 +139,16 @@ struct Parts {
   D Value() const { return hi + lo; }
 };
 
+// The two lanes' table rows: cos as c + cm1, sin as s + sl.
+[[gnu::always_inline]] inline void GatherRows(const Reduced& red, D& cm1, D& c, D& s, D& sl) {
+  const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
+  const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(red.j, red.j)) & 0x1FF;
+  const __m128d c0 = _mm_load_pd(&kSinTable[j0][0]), c1 = _mm_load_pd(&kSinTable[j1][0]);
+  const __m128d s0 = _mm_load_pd(&kSinTable[j0][2]), s1 = _mm_load_pd(&kSinTable[j1][2]);
+  cm1 = _mm_unpacklo_pd(c0, c1), c = _mm_unpackhi_pd(c0, c1);
+  s = _mm_unpacklo_pd(s0, s1), sl = _mm_unpackhi_pd(s0, s1);
+}
+
 // sin and cos of |x| from its reduction: the row's cos C = c + cm1 and sin S = s + sl, with
 // sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r - e S (e
 // reaches 2^-50 near the medium limit, so C and S are whole there). The products c r and s r
@@ -146,12 +156,8 @@ struct Parts {
 // first addition is kept.
 template <bool kSin, bool kCos>
 [[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts, Parts* cos_parts) {
-  const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
-  const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(red.j, red.j)) & 0x1FF;
-  const __m128d c0 = _mm_load_pd(&kSinTable[j0][0]), c1 = _mm_load_pd(&kSinTable[j1][0]);
-  const __m128d s0 = _mm_load_pd(&kSinTable[j0][2]), s1 = _mm_load_pd(&kSinTable[j1][2]);
-  const D cm1 = _mm_unpacklo_pd(c0, c1), c = _mm_unpackhi_pd(c0, c1);
-  const D s = _mm_unpacklo_pd(s0, s1), sl = _mm_unpackhi_pd(s0, s1);
+  D cm1, c, s, sl;
+  GatherRows(red, cm1, c, s, sl);
   const D r = red.r, e = red.e;
   const D u = r * r;
   // sin r - r and cos r - 1 on |r| <= pi/512.
@@ -181,12 +187,8 @@ template <bool kSin, bool kCos>
 // products c r and s r are exact where their sums cancel, and the error of the first addition
 // is kept.
 [[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den) {
-  const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
-  const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(red.j, red.j)) & 0x1FF;
-  const __m128d c0 = _mm_load_pd(&kSinTable[j0][0]), c1 = _mm_load_pd(&kSinTable[j1][0]);
-  const __m128d s0 = _mm_load_pd(&kSinTable[j0][2]), s1 = _mm_load_pd(&kSinTable[j1][2]);
-  const D cm1 = _mm_unpacklo_pd(c0, c1), c = _mm_unpackhi_pd(c0, c1);
-  const D s = _mm_unpacklo_pd(s0, s1), sl = _mm_unpackhi_pd(s0, s1);
+  D cm1, c, s, sl;
+  GatherRows(red, cm1, c, s, sl);
   const D r = red.r;
   const D u = r * r;
   static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
