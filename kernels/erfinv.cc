@@ -4,6 +4,7 @@
 // last multiplication by x alone, so that erfinv(-x) == -erfinv(x) bit for bit.
 // Flagged lanes (zero and the tiny magnitudes, +-1, beyond 1, infinities, NaN) go to the
 // companions.
+#include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
@@ -15,6 +16,9 @@ namespace tem {
 namespace {
 
 #include "kernels/erfinv_tables.inc"
+
+static_assert(sizeof(temErfInvTableDRow) == 144 && offsetof(temErfInvTableDRow, r) == 8,
+              "double rows keep their coefficient pairs on 16-byte boundaries");
 
 template <class To, class From>
 To BitCast(From from) {
@@ -44,16 +48,20 @@ struct ErfInvDouble {
   static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
   static constexpr bool kCanFail = true;
 
-  // High words of both lanes in the low 32 bits of each 64-bit half.
-  static __m128i HighWords(__m128d v) { return _mm_srli_epi64(_mm_castpd_si128(v), 32); }
+  // The high word of each lane in both 32-bit halves of its 64-bit half.
+  static __m128i HighWords(__m128d v) {
+    return _mm_shuffle_epi32(_mm_castpd_si128(v), _MM_SHUFFLE(3, 3, 1, 1));
+  }
 
-  // Magnitudes whose high word lies outside [0x3CA00001, 0x3FEFFFFF]: up to about 2^-53, from 1
-  // up, infinities and NaNs; all others have 0 < w < 1.
-  static __m128i FlagMask(__m128d a) {
+  // Lanes that stay: magnitudes whose high word lies in [0x3CA00001, 0x3FEFFFFF], so that
+  // 0 < w < 1; the others (up to about 2^-53, from 1 up, infinities and NaNs) are flagged. The
+  // unsigned compare of the high word plus 0xC35FFFFF with 0x034FFFFE, made signed by flipping
+  // the top bits of both sides; the set lanes are the ones at or below the limit, which spares
+  // an inversion of the compare.
+  static __m128i StayMask(__m128d a) {
     const __m128i biased =
-        _mm_add_epi32(HighWords(a), _mm_set1_epi32(static_cast<int>(0xC35FFFFFu)));
-    const __m128i above = UnsignedAbove(biased, 0x034FFFFE);
-    return _mm_shuffle_epi32(above, _MM_SHUFFLE(2, 2, 0, 0));
+        _mm_add_epi32(HighWords(a), _mm_set1_epi32(static_cast<int>(0xC35FFFFFu ^ 0x80000000u)));
+    return _mm_cmpgt_epi32(_mm_set1_epi32(static_cast<int>(0x034FFFFFu ^ 0x80000000u)), biased);
   }
 
   [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
@@ -63,26 +71,27 @@ struct ErfInvDouble {
     const __m128d w = _mm_sub_pd(one, a);
     // 1 - a = w + e exactly.
     const __m128d e = _mm_sub_pd(_mm_sub_pd(one, w), a);
-    // Row 4091 - (high word >> 18): exponent and two top mantissa bits; flagged lanes read row 0.
-    // The byte offsets of the rows, row * 136, are made in the 64-bit lanes.
-    const __m128i key = _mm_srli_epi32(HighWords(w), 18);
-    const __m128i row = _mm_andnot_si128(FlagMask(a), _mm_sub_epi64(_mm_set1_epi64x(4091), key));
-    const __m128i offset = _mm_add_epi64(_mm_slli_epi64(row, 7), _mm_slli_epi64(row, 3));
+    // Row 4091 - key, key = the bits of w >> 50: exponent and two top mantissa bits; flagged
+    // lanes read row 0. The byte offsets, row * 144, come from one multiplication of the 64-bit
+    // lanes.
+    const __m128i key = _mm_srli_epi64(_mm_castpd_si128(w), 50);
+    const __m128i row = _mm_and_si128(StayMask(a), _mm_sub_epi32(_mm_set1_epi32(4091), key));
+    const __m128i offset = _mm_mul_epu32(row, _mm_set1_epi32(sizeof(temErfInvTableDRow)));
+    const __m128i offset1 = _mm_shuffle_epi32(offset, _MM_SHUFFLE(3, 2, 3, 2));
     const char* base = reinterpret_cast<const char*>(temErfInvTableD);
-    const double* r0 = reinterpret_cast<const double*>(base + _mm_cvtsi128_si64(offset));
-    const __m128i offset1 = _mm_unpackhi_epi64(offset, offset);
-    const double* r1 = reinterpret_cast<const double*>(base + _mm_cvtsi128_si64(offset1));
+    const double* r0 =
+        reinterpret_cast<const temErfInvTableDRow*>(base + _mm_cvtsi128_si64(offset))->r;
+    const double* r1 =
+        reinterpret_cast<const temErfInvTableDRow*>(base + _mm_cvtsi128_si64(offset1))->r;
     // m in [1, 1.25): w's low 50 mantissa bits under the exponent of 1; t0 = m - 1.125 is exact.
     const __m128i wbits = _mm_castpd_si128(w);
     const __m128d m = _mm_castsi128_pd(
         _mm_or_si128(_mm_and_si128(wbits, _mm_set1_epi64x(0x0003FFFFFFFFFFFFll)),
                      _mm_set1_epi64x(0x3FF0000000000000ll)));
     const __m128d t0 = _mm_sub_pd(m, _mm_set1_pd(1.125));
-    // e at the weight of t: times 2^-exponent(w), built as 0x7FE0... less w's exponent field.
-    const __m128d scale = _mm_castsi128_pd(
-        _mm_sub_epi64(_mm_set1_epi64x(0x7FE0000000000000ll),
-                      _mm_and_si128(wbits, _mm_set1_epi64x(0x3FF0000000000000ll))));
-    const __m128d t = _mm_add_pd(t0, _mm_mul_pd(e, scale));
+    // e at the weight of t is e * 2^-exponent(w), and that is 2e: e is zero unless a < 1/2,
+    // where 1 - a is inexact, and there w lies in [1/2, 1).
+    const __m128d t = _mm_add_pd(_mm_mul_pd(e, _mm_set1_pd(2.0)), t0);
     const __m128d split =
         _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(0xFFFFFFFFF8000000ull)));
     const __m128d th = _mm_and_pd(t0, split);
@@ -90,29 +99,25 @@ struct ErfInvDouble {
 
     // P = t (r1 + t (r2 + ... + t r14)) = t (odd + t even), odd = r1 + r3 t^2 + ... + r13 t^12
     // and even = r2 + r4 t^2 + ... + r14 t^12. Each lane evaluates the pairs (r(2k+1), r(2k+2))
-    // of its own row as they lie in the table, 16 bytes at a time, in t^2: pairs 1..7 and
-    // 9..13 by Horner, joined by t^8; one transposition at the end gives odd and even of both
-    // lanes. This takes a handful of shuffles instead of one per coefficient, and chains far
-    // shorter than Horner's in t; the value is as accurate, since |t| < 1/8.
+    // of its own row by Horner in t^2, taking them from the table as aligned 16-byte operands;
+    // one transposition at the end gives odd and even of both lanes. The value is as accurate
+    // as Horner's in t, since |t| < 1/8.
     const __m128d t2 = _mm_mul_pd(t, t);
-    const __m128d t4 = _mm_mul_pd(t2, t2);
-    const __m128d t8 = _mm_mul_pd(t4, t4);
-    auto lane_pairs = [](const double* r, __m128d s2, __m128d s8) {
-      __m128d high = _mm_loadu_pd(r + 13);
-      high = _mm_add_pd(_mm_mul_pd(high, s2), _mm_loadu_pd(r + 11));
-      high = _mm_add_pd(_mm_mul_pd(high, s2), _mm_loadu_pd(r + 9));
-      __m128d low = _mm_loadu_pd(r + 7);
-      low = _mm_add_pd(_mm_mul_pd(low, s2), _mm_loadu_pd(r + 5));
-      low = _mm_add_pd(_mm_mul_pd(low, s2), _mm_loadu_pd(r + 3));
-      low = _mm_add_pd(_mm_mul_pd(low, s2), _mm_loadu_pd(r + 1));
-      return _mm_add_pd(low, _mm_mul_pd(high, s8));
+    auto lane_pairs = [](const double* r, __m128d s2) {
+      __m128d h = _mm_mul_pd(_mm_load_pd(r + 13), s2);
+#pragma GCC unroll 8
+      for (int k = 11; k >= 3; k -= 2) h = _mm_mul_pd(_mm_add_pd(h, _mm_load_pd(r + k)), s2);
+      return _mm_add_pd(h, _mm_load_pd(r + 1));
     };
-    const __m128d h0 = lane_pairs(r0, _mm_unpacklo_pd(t2, t2), _mm_unpacklo_pd(t8, t8));
-    const __m128d h1 = lane_pairs(r1, _mm_unpackhi_pd(t2, t2), _mm_unpackhi_pd(t8, t8));
+    const __m128i t2bits = _mm_castpd_si128(t2);
+    const __m128d h0 =
+        lane_pairs(r0, _mm_castsi128_pd(_mm_shuffle_epi32(t2bits, _MM_SHUFFLE(1, 0, 1, 0))));
+    const __m128d h1 =
+        lane_pairs(r1, _mm_castsi128_pd(_mm_shuffle_epi32(t2bits, _MM_SHUFFLE(3, 2, 3, 2))));
     const __m128d odd = _mm_unpacklo_pd(h0, h1), even = _mm_unpackhi_pd(h0, h1);
-    const __m128d p = _mm_mul_pd(_mm_add_pd(odd, _mm_mul_pd(even, t)), t);
+    const __m128d p = _mm_mul_pd(_mm_add_pd(_mm_mul_pd(even, t), odd), t);
     // r15 + r16 t in two parts: th * r16 is exact, S keeps 26 bits, lo the rest.
-    const __m128d c0 = _mm_loadu_pd(r0 + 15), c1 = _mm_loadu_pd(r1 + 15);
+    const __m128d c0 = _mm_load_pd(r0 + 15), c1 = _mm_load_pd(r1 + 15);
     const __m128d high0 = _mm_unpacklo_pd(c0, c1), high1 = _mm_unpackhi_pd(c0, c1);
     const __m128d low0 = _mm_loadh_pd(_mm_load_sd(r0), r1);
     const __m128d u = _mm_mul_pd(th, high1);
@@ -127,7 +132,8 @@ struct ErfInvDouble {
   }
 
   static int Flag(const Vec<T> (&in)[1]) {
-    return _mm_movemask_pd(_mm_castsi128_pd(FlagMask(_mm_andnot_pd(_mm_set1_pd(-0.0), in[0].raw))));
+    return _mm_movemask_pd(
+               _mm_castsi128_pd(StayMask(_mm_andnot_pd(_mm_set1_pd(-0.0), in[0].raw)))) ^ 3;
   }
   static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
 

@@ -140,10 +140,18 @@ void PrintTable(const Layout& l) {
   }
   printf("// %s: %d rows of erfinv(x) / x, degree %d; worst relative error of a row, evaluated\n"
          "// exactly: %.3g (2^%.2f).\n", l.name, l.rows, l.degree, worst, log2(worst));
-  printf("alignas(%d) const %s %s[%d][%d] = {\n", l.digits == 53 ? 16 : 32, l.type, l.name,
-         l.rows, l.degree + 3);
+  // Double rows lead with one unused double, so that the pairs r[1..2], ..., r[15..16] lie on
+  // 16-byte boundaries and the kernel's loads fold into its arithmetic.
+  const bool padded = l.digits == 53;
+  if (padded) {
+    printf("struct alignas(16) %sRow {\n  double pad;\n  double r[%d];\n};\n", l.name,
+           l.degree + 3);
+    printf("const %sRow %s[%d] = {\n", l.name, l.name, l.rows);
+  } else {
+    printf("alignas(32) const %s %s[%d][%d] = {\n", l.type, l.name, l.rows, l.degree + 3);
+  }
   for (int i = 0; i < l.rows; ++i) {
-    printf("    {");
+    printf(padded ? "    {0, {" : "    {");
     for (size_t j = 0; j < rows[i].size(); ++j) {
       if (l.digits == 53) {
         printf("%s%a", j == 0 ? "" : ", ", rows[i][j].D());
@@ -151,7 +159,7 @@ void PrintTable(const Layout& l) {
         printf("%s%af", j == 0 ? "" : ", ", static_cast<double>(rows[i][j].F()));
       }
     }
-    printf("},  // %d\n", i);
+    printf(padded ? "}},  // %d\n" : "},  // %d\n", i);
   }
   printf("};\n\n");
 }
