@@ -191,7 +191,8 @@ const std::vector<FunctionRow>& Functions() {
       {"sErfInv", erfinv_reference::MpfrErfInv, erfinv_reference::ErfInvNewton, {-1.0, 1.0},
        Concat(kErfInvPoints, {0x1p-24, 1.0 - 0x1p-24})},
       {"dErfInv", erfinv_reference::MpfrErfInv, nullptr, {-1.0, 1.0},
-       Concat(kErfInvPoints, {0x1p-53, 0x1.0000100000000p-53, 1.0 - 0x1p-53})},
+       // 0.6875 and 0.75: the ends of row 7, whose linear term is the largest against r15.
+       Concat(kErfInvPoints, {0x1p-53, 0x1.0000100000000p-53, 1.0 - 0x1p-53, 0.6875, 0.75})},
   };
   return rows;
 }
