@@ -48,7 +48,9 @@ struct Log1pLanes {
 };
 
 struct Log1pDoubleLanes : Log1pLanes {
-  static __m128d Lanes(__m128d x) {
+  // Two registers a step, with the lanes inlined so that both share the constants.
+  static constexpr bool kPairs = true;
+  [[gnu::always_inline]] static __m128d Lanes(__m128d x) {
     // 1 + x as a pair by a fast two-sum, the larger of 1 and x first (x > -1 here).
     const __m128d one = SplatPd(1.0);
     const PairPd s = FastTwoSumPd(_mm_max_pd(one, x), _mm_min_pd(one, x));

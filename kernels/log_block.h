@@ -153,9 +153,9 @@ inline __m128d LogBlock(__m128d x, __m128d n, __m128d extra = __m128d()) {
 
 // log_b(hi + lo) for a pair with hi positive normal and |lo| <= ulp(hi) / 2. lo / hi joins the
 // low terms without a division: hi = m 2^(n - 1013), so lo / hi = lo q 2^(1013 - n) with
-// q = 1 / m rounded, relative error 2^-52 on a term below 2^-53 of the result. The power
-// comes from the exponent field 2036 - n, at least 1: for n > 2035 it is far too small to
-// matter, as lo / hi is below 2^-53 and the result above 700.
+// q = 1 / m rounded: a relative error of 2^-52 on a term below 2^-53 in magnitude. The power
+// comes from the exponent field 2036 - n, at least 1: for n > 2035 (hi >= 2^1013) lo / hi
+// cannot reach the result's last place either way.
 template <class B>
 inline __m128d LogBlockPair(__m128d hi, __m128d lo) {
   return LogBlockWith<B>(hi, BiasedExponent(hi), [lo](__m128d q, __m128d n) {
