@@ -223,15 +223,17 @@ bool ElementByCompute(const typename K::T (&in)[1], typename K::T (&out)[1]) {
   return true;
 }
 
-// Loop form: element by element, each status reported as soon as its result is stored. With
-// LoopBlocks a register without flagged lanes is computed and stored at once: its lanes report
-// nothing and Element gives the same results; a register with a flagged lane goes element by
-// element, so that only the element rule raises flags for special inputs.
+// Kernels with kLoopBlocks whose registers pair well set kLoopPairs as well.
 template <class K, class = void>
 struct LoopPairs : std::false_type {};
 template <class K>
 struct LoopPairs<K, std::void_t<decltype(K::kLoopPairs)>> : std::bool_constant<K::kLoopPairs> {};
 
+// Loop form: element by element, each status reported as soon as its result is stored. With
+// LoopBlocks a register without flagged lanes is computed and stored at once: its lanes report
+// nothing and Element gives the same results; a register with a flagged lane goes element by
+// element, so that only the element rule raises flags for special inputs. With LoopPairs two
+// such registers go in one step.
 template <class K, class Io>
 void WalkLoop(int n, const Io& io, const char* name) {
   using T = typename K::T;
