@@ -17,6 +17,9 @@
 //   kLoopBlocks (optional)                the loop form computes unflagged registers at once
 //   kLoopInBlocks (optional)              a loop-form kernel whose companion never reports: it
 //                                         walks in blocks, which no caller can tell apart
+//   kLoopPairs (optional)                 with kLoopBlocks: ComputePair(in[2][kInputs],
+//                                         out[2][kResults]) computes two unflagged registers
+//                                         together, lane for lane as Compute does
 #ifndef QOR_FRAME_KERNEL_FRAME_H_
 #define QOR_FRAME_KERNEL_FRAME_H_
 
@@ -220,10 +223,17 @@ bool ElementByCompute(const typename K::T (&in)[1], typename K::T (&out)[1]) {
   return true;
 }
 
+// Kernels with kLoopBlocks whose registers pair well set kLoopPairs as well.
+template <class K, class = void>
+struct LoopPairs : std::false_type {};
+template <class K>
+struct LoopPairs<K, std::void_t<decltype(K::kLoopPairs)>> : std::bool_constant<K::kLoopPairs> {};
+
 // Loop form: element by element, each status reported as soon as its result is stored. With
 // LoopBlocks a register without flagged lanes is computed and stored at once: its lanes report
 // nothing and Element gives the same results; a register with a flagged lane goes element by
-// element, so that only the element rule raises flags for special inputs.
+// element, so that only the element rule raises flags for special inputs. With LoopPairs two
+// such registers go in one step.
 template <class K, class Io>
 void WalkLoop(int n, const Io& io, const char* name) {
   using T = typename K::T;
@@ -237,16 +247,36 @@ void WalkLoop(int n, const Io& io, const char* name) {
   int i = 0;
   if constexpr (LoopBlocks<K>::value) {
     constexpr int kLanes = Vec<T>::kLanes;
-    for (; i <= n - kLanes; i += kLanes) {
+    const auto run_register = [&](int first) {
       Vec<T> x[K::kInputs], y[K::kResults];
-      for (int k = 0; k < K::kInputs; ++k) x[k] = io.Load(k, i, kLanes);
+      for (int k = 0; k < K::kInputs; ++k) x[k] = io.Load(k, first, kLanes);
       if (K::Flag(x) == 0) {
         K::Compute(x, y);
-        for (int k = 0; k < K::kResults; ++k) io.Store(k, i, kLanes, y[k]);
+        for (int k = 0; k < K::kResults; ++k) io.Store(k, first, kLanes, y[k]);
       } else {
-        for (int j = i; j < i + kLanes; ++j) element(j);
+        for (int j = first; j < first + kLanes; ++j) element(j);
+      }
+    };
+    if constexpr (LoopPairs<K>::value) {
+      // Two registers a step, so that their chains overlap; a pair with a flagged lane goes
+      // register by register, in order.
+      for (; i <= n - 2 * kLanes; i += 2 * kLanes) {
+        Vec<T> x[2][K::kInputs], y[2][K::kResults];
+        for (int r = 0; r < 2; ++r) {
+          for (int k = 0; k < K::kInputs; ++k) x[r][k] = io.Load(k, i + r * kLanes, kLanes);
+        }
+        if ((K::Flag(x[0]) | K::Flag(x[1])) == 0) {
+          K::ComputePair(x, y);
+          for (int r = 0; r < 2; ++r) {
+            for (int k = 0; k < K::kResults; ++k) io.Store(k, i + r * kLanes, kLanes, y[r][k]);
+          }
+        } else {
+          run_register(i);
+          run_register(i + kLanes);
+        }
       }
     }
+    for (; i <= n - kLanes; i += kLanes) run_register(i);
   }
   for (; i < n; ++i) element(i);
 }

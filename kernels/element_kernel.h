@@ -45,9 +45,15 @@ struct ElementKernel {
   static int Companion(const T (&in)[1], T (&out)[1]) { return Element(in, out); }
 };
 
+template <class Fn, class = void>
+struct LanePairs : std::false_type {};
+template <class Fn>
+struct LanePairs<Fn, std::void_t<decltype(Fn::kPairs)>> : std::bool_constant<Fn::kPairs> {};
+
 // A kernel of the loop form (and its strided member, of the vector form) with a vector common
 // path: Fn::Lanes(x) computes two double lanes, Fn::Flag(x) picks the lanes that need the
-// scalar element Fn::Eval. Single members widen and round once.
+// scalar element Fn::Eval; Fn::kPairs (optional) asks for two registers a step. Single members
+// widen and round once.
 template <class E, class Fn>
 struct LaneKernel {
   using T = E;
@@ -61,6 +67,13 @@ struct LaneKernel {
     } else {
       out[0] = Fn::Lanes(in[0].raw);
     }
+  }
+  // With Fn::kPairs, the loop form takes two double registers in one body, so that they share
+  // the constants and their chains overlap; each lane as Compute gives it.
+  static constexpr bool kLoopPairs = sizeof(T) == 8 && LanePairs<Fn>::value;
+  static void ComputePair(const Vec<T> (&in)[2][1], Vec<T> (&out)[2][1]) {
+    out[0][0] = Fn::Lanes(in[0][0].raw);
+    out[1][0] = Fn::Lanes(in[1][0].raw);
   }
   static int Flag(const Vec<T> (&in)[1]) {
     if constexpr (sizeof(T) == 4) {

@@ -14,9 +14,10 @@ namespace {
 constexpr double kShortPath = 0.0009765625;
 
 // x + (ln(1 + x) - x) on the short path, ln1p elsewhere; x + tail keeps the sign of a zero.
+// Registers without a lane near 0, the common case, skip the short path.
 inline __m128d WithShortPath(__m128d x, __m128d ln1p) {
-  const __m128d near_zero =
-      _mm_cmple_pd(_mm_andnot_pd(_mm_set1_pd(-0.0), x), _mm_set1_pd(kShortPath));
+  const __m128d near_zero = _mm_cmple_pd(_mm_andnot_pd(SplatPd(-0.0), x), SplatPd(kShortPath));
+  if (_mm_movemask_pd(near_zero) == 0) return ln1p;
   const __m128d short_path = _mm_add_pd(x, LnBlockTailPd(x));
   return _mm_or_pd(_mm_and_pd(near_zero, short_path), _mm_andnot_pd(near_zero, ln1p));
 }
@@ -47,10 +48,13 @@ struct Log1pLanes {
 };
 
 struct Log1pDoubleLanes : Log1pLanes {
-  static __m128d Lanes(__m128d x) {
-    const PairPd s = TwoSumPd(_mm_set1_pd(1.0), x);
-    const __m128d ln = LogBlock<LnBase, true>(s.hi, BiasedExponent(s.hi), _mm_div_pd(s.lo, s.hi));
-    return WithShortPath(x, ln);
+  // Two registers a step, with the lanes inlined so that both share the constants.
+  static constexpr bool kPairs = true;
+  [[gnu::always_inline]] static __m128d Lanes(__m128d x) {
+    // 1 + x as a pair by a fast two-sum, the larger of 1 and x first (x > -1 here).
+    const __m128d one = SplatPd(1.0);
+    const PairPd s = FastTwoSumPd(_mm_max_pd(one, x), _mm_min_pd(one, x));
+    return WithShortPath(x, LogBlockPair<LnBase>(s.hi, s.lo));
   }
 };
 // sLog1p in single lanes: u = 1 + x rounded to single through sLn's reduction, and the part of

@@ -7,6 +7,9 @@
 
 #include <emmintrin.h>
 
+#include <cstddef>
+#include <type_traits>
+
 #include "kernels/log_core.h"
 
 namespace tem {
@@ -40,9 +43,15 @@ struct Log10Base {
 inline constexpr double kC5 = 0.2000003665949424, kC4 = -0.2500003054940248,
                         kC3 = 0.33333333333308374, kC2 = -0.49999999999988803;
 
-inline __m128d BitsPd(uint64_t bits) {
-  return _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(bits)));
+// A constant in both lanes by one whole 16-byte load: where GCC does not keep a constant in a
+// register it rebuilds a _mm_set1_pd from a scalar load and a shuffle; the empty asm keeps the
+// whole load.
+[[gnu::always_inline]] inline __m128d BitsPd(uint64_t bits) {
+  __m128i v = _mm_set1_epi64x(static_cast<long long>(bits));
+  __asm__("" : "+x"(v));
+  return _mm_castsi128_pd(v);
 }
+[[gnu::always_inline]] inline __m128d SplatPd(double c) { return BitsPd(BitsOf(c)); }
 
 // Biased exponents of both lanes as doubles (the sign bit is not masked: negative lanes are
 // flagged anyway).
@@ -56,11 +65,17 @@ inline __m128d BlockMantissa(__m128d x) {
   return _mm_or_pd(_mm_and_pd(x, BitsPd(0x000FFFFFFFFFFFFFull)), BitsPd(0x3F50000000000000ull));
 }
 
-// c = round(1 / m), an integer 512..1024, by adding and subtracting 1.5 * 2^52.
-inline __m128d BlockReciprocal(__m128d m) {
-  const __m128d round = _mm_set1_pd(6755399441055744.0);
-  return _mm_sub_pd(_mm_add_pd(_mm_div_pd(_mm_set1_pd(1.0), m), round), round);
+// c = round(1 / m), an integer 512..1024, by adding and subtracting 1.5 * 2^52 to the
+// quotient q = 1 / m rounded.
+struct BlockReciprocalParts {
+  __m128d q, c;
+};
+inline BlockReciprocalParts BlockReciprocalOf(__m128d m) {
+  const __m128d round = SplatPd(6755399441055744.0);
+  const __m128d q = _mm_div_pd(SplatPd(1.0), m);
+  return {q, _mm_sub_pd(_mm_add_pd(q, round), round)};
 }
+inline __m128d BlockReciprocal(__m128d m) { return BlockReciprocalOf(m).c; }
 
 // The table row {hi, lo} of c in each lane; the byte offset is the image of c shifted right
 // by 39, less that of 512.
@@ -76,50 +91,79 @@ inline void BlockRows(__m128d c, __m128d* hi, __m128d* lo) {
   *lo = _mm_unpackhi_pd(row0, row1);
 }
 
-// ln(1 + r) - r on |r| <= 2^-10, in two halves on r^2.
-inline __m128d LnBlockTailPd(__m128d r) {
+// ln(1 + r) - r on |r| <= 2^-10, in two halves on r^2; with a scale, its coefficients are those
+// times the scale rounded, which gives (ln(1 + r) - r) scale within a few ulp of a term that is
+// below 2^-11 |r|. A constant scale folds into the coefficients.
+inline __m128d LnBlockTailPd(__m128d r, double scale = 1.0) {
   const __m128d r2 = _mm_mul_pd(r, r);
-  const __m128d odd = _mm_add_pd(_mm_mul_pd(_mm_set1_pd(kC5), r), _mm_set1_pd(kC4));
-  const __m128d even = _mm_add_pd(_mm_mul_pd(_mm_set1_pd(kC3), r), _mm_set1_pd(kC2));
+  const __m128d odd = _mm_add_pd(_mm_mul_pd(SplatPd(kC5 * scale), r), SplatPd(kC4 * scale));
+  const __m128d even = _mm_add_pd(_mm_mul_pd(SplatPd(kC3 * scale), r), SplatPd(kC2 * scale));
   return _mm_mul_pd(_mm_add_pd(_mm_mul_pd(odd, r2), even), r2);
 }
 
-// log_b(x) + extra for positive normal lanes, whose biased exponent is n; extra is a small
-// correction (the low part of a pair divided by x, say) added to the low terms.
-template <class B, bool kExtra = false>
-inline __m128d LogBlock(__m128d x, __m128d n, __m128d extra = __m128d()) {
-  const __m128d one = _mm_set1_pd(1.0);
+// log_b(x) + extra(q, n) for positive normal lanes, whose biased exponent is n; extra is a
+// small correction (the low part of a pair divided by x, say) added to the low terms, made
+// from q = 1 / m rounded and n; nullptr for none.
+template <class B, class Extra>
+inline __m128d LogBlockWith(__m128d x, __m128d n, Extra extra) {
+  const __m128d one = SplatPd(1.0);
   const __m128d m = BlockMantissa(x);
-  const __m128d c = BlockReciprocal(m);
+  const BlockReciprocalParts reciprocal = BlockReciprocalOf(m);
+  const __m128d c = reciprocal.c;
   // mh keeps 26 mantissa bits, so that mh * c (c < 2^11) is exact and so is mh * c - 1.
   const __m128d mh = _mm_and_pd(m, BitsPd(0x3F5FFFFFFC000000ull));
-  // r = rh + rl, rh = mh * c - 1 exact (37 bits), rl = (m - mh) * c.
+  // r = rh + rl, rh = mh * c - 1 exact (37 bits), rl = (m - mh) * c exact (38 bits). The sum
+  // is exact too: m c - 1 is a multiple of 2^-62 below 2^-10 in magnitude.
   const __m128d rh = _mm_sub_pd(_mm_mul_pd(mh, c), one);
   const __m128d rl = _mm_mul_pd(_mm_sub_pd(m, mh), c);
   const __m128d r = _mm_add_pd(rh, rl);
   __m128d hi, lo;
   BlockRows<B>(c, &hi, &lo);
   // s = n log_b(2) + hi is exact: both are multiples of 2^-40 below 2^11.
-  const __m128d s = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Hi)), hi);
+  const __m128d s = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Hi)), hi);
   __m128d t = rh, rest = rl;
   if constexpr (B::kScaled) {
-    // r log_b(e) with r = rh + rl exactly: t = (r to 26 bits) * (9-bit part) is exact, and
-    // the rest of r, its rounding error and the low part of log_b(e) go apart.
-    const __m128d back = _mm_sub_pd(r, rh);
-    const __m128d r_err = _mm_add_pd(_mm_sub_pd(rh, _mm_sub_pd(r, back)), _mm_sub_pd(rl, back));
+    // r log_b(e) with r exact: rr = r to 26 bits, t = rr kScaleHi (9 bits) exact, and the rest
+    // (r - rr) kScaleHi (exact) + r kScaleLo, whose rounding is below 2^-62 |r|.
     const __m128d rr = _mm_and_pd(r, BitsPd(0xFFFFFFFFF8000000ull));
-    t = _mm_mul_pd(rr, _mm_set1_pd(B::kScaleHi));
-    rest = _mm_add_pd(_mm_mul_pd(_mm_add_pd(_mm_sub_pd(r, rr), r_err), _mm_set1_pd(B::kScaleHi)),
-                      _mm_mul_pd(r, _mm_set1_pd(B::kScaleLo)));
+    t = _mm_mul_pd(rr, SplatPd(B::kScaleHi));
+    rest = _mm_add_pd(_mm_mul_pd(_mm_sub_pd(r, rr), SplatPd(B::kScaleHi)),
+                      _mm_mul_pd(r, SplatPd(B::kScaleLo)));
   }
   const __m128d w = _mm_add_pd(s, t);
   const __m128d err = _mm_add_pd(_mm_sub_pd(s, w), t);
-  const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
-  __m128d p = LnBlockTailPd(r);
-  if constexpr (B::kScaled) p = _mm_mul_pd(p, _mm_set1_pd(B::kScale));
+  const __m128d low = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Lo)), lo);
+  const __m128d p = LnBlockTailPd(r, B::kScale);
   __m128d small = _mm_add_pd(err, low);
-  if constexpr (kExtra) small = _mm_add_pd(small, extra);
+  if constexpr (!std::is_same_v<Extra, std::nullptr_t>) {
+    small = _mm_add_pd(small, extra(reciprocal.q, n));
+  }
   return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(small, rest), p));
+}
+
+// log_b(x) + extra for positive normal lanes, whose biased exponent is n.
+template <class B, bool kExtra = false>
+inline __m128d LogBlock(__m128d x, __m128d n, __m128d extra = __m128d()) {
+  if constexpr (kExtra) {
+    return LogBlockWith<B>(x, n, [extra](__m128d, __m128d) { return extra; });
+  } else {
+    return LogBlockWith<B>(x, n, nullptr);
+  }
+}
+
+// log_b(hi + lo) for a pair with hi positive normal and |lo| <= ulp(hi) / 2. lo / hi joins the
+// low terms without a division: hi = m 2^(n - 1013), so lo / hi = lo q 2^(1013 - n) with
+// q = 1 / m rounded: a relative error of 2^-52 on a term below 2^-53 in magnitude. The power
+// comes from the exponent field 2036 - n, at least 1: for n > 2035 (hi >= 2^1013) lo / hi
+// cannot reach the result's last place either way.
+template <class B>
+inline __m128d LogBlockPair(__m128d hi, __m128d lo) {
+  return LogBlockWith<B>(hi, BiasedExponent(hi), [lo](__m128d q, __m128d n) {
+    const __m128d magic = SplatPd(4503599627370496.0);  // 2^52
+    const __m128d field = _mm_max_pd(_mm_sub_pd(SplatPd(2036.0), n), SplatPd(1.0));
+    const __m128d power = _mm_castsi128_pd(_mm_slli_epi64(_mm_castpd_si128(_mm_add_pd(field, magic)), 52));
+    return _mm_mul_pd(_mm_mul_pd(lo, q), power);
+  });
 }
 
 // Double-double arithmetic on two lanes, as in the scalar core.
@@ -137,7 +181,7 @@ inline PairPd FastTwoSumPd(__m128d a, __m128d b) {
   return {s, _mm_sub_pd(b, _mm_sub_pd(s, a))};
 }
 inline __m128d SplitHighPd(__m128d a) {
-  const __m128d t = _mm_mul_pd(_mm_set1_pd(134217729.0), a);
+  const __m128d t = _mm_mul_pd(SplatPd(134217729.0), a);
   return _mm_sub_pd(t, _mm_sub_pd(t, a));
 }
 // a * b exactly, by Dekker's split.
@@ -156,14 +200,14 @@ inline __m128d LogBlockShort(__m128d x) {
   const __m128d n = BiasedExponent(x);
   const __m128d m = BlockMantissa(x);
   const __m128d c = BlockReciprocal(m);
-  const __m128d r = _mm_sub_pd(_mm_mul_pd(m, c), _mm_set1_pd(1.0));
+  const __m128d r = _mm_sub_pd(_mm_mul_pd(m, c), SplatPd(1.0));
   __m128d hi, lo;
   BlockRows<B>(c, &hi, &lo);
   // n log_b(2) + hi is exact, so that it cancels without error near x = 1.
-  const __m128d s = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Hi)), hi);
-  const __m128d low = _mm_add_pd(_mm_mul_pd(n, _mm_set1_pd(B::kLog2Lo)), lo);
+  const __m128d s = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Hi)), hi);
+  const __m128d low = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Lo)), lo);
   const __m128d ln1r = _mm_add_pd(r, LnBlockTailPd(r));
-  return _mm_add_pd(s, _mm_add_pd(low, _mm_mul_pd(ln1r, _mm_set1_pd(B::kScale))));
+  return _mm_add_pd(s, _mm_add_pd(low, _mm_mul_pd(ln1r, SplatPd(B::kScale))));
 }
 
 // sLn's reduction in single precision, for positive normal floats with bits u:

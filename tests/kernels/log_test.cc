@@ -144,6 +144,19 @@ TYPED_TEST(LogFamilyTest, CallbackSeesEachReportedElement) {
     EXPECT_EQ(seen[0], (std::pair<int, double>{1, 0.0}));
     EXPECT_EQ(seen[1], (std::pair<int, double>{3, -1.0}));
   }
+  // dLog1p takes two registers a step: flagged lanes in either register of a step, after a
+  // clean step, and in the register left after the last step.
+  const T b[11] = {2, -1, 3, 0.5, 4, 5, 6, -2, 7, -3, 8};
+  T rb[11];
+  seen.clear();
+  ContigOf<T>(Find("Log1p"))(11, b, rb);
+  const std::vector<std::pair<int, double>> want = {{1, -1.0}, {7, -2.0}, {9, -3.0}};
+  EXPECT_EQ(seen, want);
+  for (int i = 0; i < 11; ++i) {
+    T one;
+    ContigOf<T>(Find("Log1p"))(1, &b[i], &one);
+    EXPECT_TRUE(Same(rb[i], one)) << i;
+  }
   _temClearErrorCallBack();
 }
 
