@@ -49,9 +49,9 @@ struct Pow2o3Fn {
 // and its roundings stay below 2^-70 as well: e is right to about 2^-68, 2^-18 of r's ulp.
 // 1 / (2r) comes from the bits of s (a reciprocal-root guess good to 3.5%), which errs by
 // under 0.06 ulp on a correction of at most 1.5 ulp: the result is within 0.56 ulp.
-[[gnu::always_inline]] inline D HypotBlock(D x, D y) {
+[[gnu::always_inline]] inline void HypotParts(D x, D y, D& root, D& correction) {
   const D s = SumOfSquares(x, y);
-  const D root = {_mm_sqrt_pd(s.raw)};
+  root = D{_mm_sqrt_pd(s.raw)};
   // 0.5 / sqrt(s) to 3.5%: the exponent halved and negated, the mantissa guessed linearly.
   const D half_inverse =
       D::FromImage(_mm_sub_epi64(_mm_set1_epi64x(0x5FD6EB50C7B537A9ll), _mm_srli_epi64(s.Image(), 1)));
@@ -62,7 +62,12 @@ struct Pow2o3Fn {
   const D xx = xh * xh, yy = yh * yh;
   const D high = (HardwareMax(xx, yy) - rh * rh) + HardwareMin(xx, yy);
   const D low = (xl * (x + xh) + yl * (y + yh)) - rl * (root + rh);
-  return root + (high + low) * half_inverse;
+  correction = (high + low) * half_inverse;
+}
+[[gnu::always_inline]] inline D HypotBlock(D x, D y) {
+  D root, correction;
+  HypotParts(x, y, root, correction);
+  return root + correction;
 }
 
 // Lanes that HypotBlock cannot take: s outside [2^-960, 2^1020), an infinity or a NaN. The top
@@ -79,8 +84,10 @@ inline int FlagHypot(D x, D y) {
 
 // hypot of one double lane of any kind: an infinity wins over a NaN. The pair is scaled by
 // 2^(1024 - E), E the larger magnitude's biased exponent, which brings it into [2, 4) and s
-// into HypotBlock's range; 2^(E - 1024) takes the result back, exact unless it is
-// subnormal. Tiny pairs are first scaled by 2^600.
+// into HypotBlock's range; 2^(E - 1024) takes the result back, exact when it is normal.
+// Tiny pairs are first scaled by 2^600; a subnormal result t = root * 2^-600 rounded then
+// takes the rest (root - t * 2^600) + correction, scaled and rounded to t's grid, so that
+// it is rounded once.
 inline double HypotDouble(double x, double y) {
   if (fabs(x) == INFINITY || fabs(y) == INFINITY) return INFINITY;
   if (isnan(x) || isnan(y)) return x + y;
@@ -90,7 +97,13 @@ inline double HypotDouble(double x, double y) {
   const uint64_t field = BitsOf(a) & 0x7FF0000000000000ull;
   const double scale = DoubleOf(0x7FF0000000000000ull - field);
   const double unscale = DoubleOf(field - (1ull << 52));
-  return HypotBlock(D::Set(a * scale), D::Set(b * scale)).Lane0() * unscale * post;
+  D root, correction;
+  HypotParts(D::Set(a * scale), D::Set(b * scale), root, correction);
+  if (post == 1.0) return (root.Lane0() + correction.Lane0()) * unscale;
+  const double r = root.Lane0() * unscale, c = correction.Lane0() * unscale;
+  const double t = r * post;
+  if (t >= 0x1p-1022) return (r + c) * post;
+  return t + ((r - t / post) + c) * post;
 }
 
 // hypot in blocks, also in the loop form: it reports nothing. Float lanes are widened: their
