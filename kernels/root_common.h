@@ -17,18 +17,11 @@ namespace roots {
 using D = Vec<double>;
 using F = Vec<float>;
 
-// Splits a double so that products of the high part with a 13-bit factor are exact.
+// Splits a double into its top 26 bits and the rest: the high part's square and its products
+// with a 13-bit factor are exact.
 inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;
 // Clears the low 11 bits of a float: the seed keeps 13 significant bits.
 inline constexpr uint32_t kSeedMask = 0xFFFFF800u;
-
-// a * a = p + e, a split by kSplitMask into 26 and 27 bits: e is exact but for a last rounding
-// far below p's last bit.
-inline void TwoSquare(D a, D& p, D& e) {
-  const D ah = a & D::FromBits(kSplitMask), al = a - ah;
-  p = a * a;
-  e = ((ah * ah - p) + (ah + ah) * al) + al * al;
-}
 
 // (1 - e)^(-1/2) - 1, fitted, without the constant term.
 template <class V>

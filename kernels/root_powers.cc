@@ -34,61 +34,86 @@ struct Pow2o3Fn {
   }
 };
 
-// hypot of two double lanes whose larger magnitude a has a biased exponent E from 2 to 2046:
-// a and b are scaled by 2^(1024 - E), which brings a into [2, 4), a^2 + b^2 is summed in
-// double-double (b's square may underflow, far below a^2's last bit), and its root corrected
-// once; 2^(E - 1024) takes the result back, normal and exact.
+// x*x + y*y, the block's range test and its root take the same value.
+[[gnu::always_inline]] inline D SumOfSquares(D x, D y) { return x * x + y * y; }
+
+// hypot of two double lanes whose sum of squares s = x*x + y*y lies in [2^-960, 2^1020):
+// r = sqrt(s) rounded is within 1.5 ulp of the root, and one correction r + e / (2r) with
+// e = x^2 + y^2 - r^2 makes it exact but for the last rounding. With the splits v = vh + vl
+// (vh the top 26 bits, so vh^2 is exact), and a, b the larger and smaller magnitudes:
+//   e = (max(xh^2, yh^2) - rh^2 + min(xh^2, yh^2)) + (xl (x + xh) + yl (y + yh) - rl (r + rh)).
+// Scaled so that a lies in [2, 4) (s's range keeps every step normal or far below the last
+// bit): a <= r < 6, ah^2 - rh^2 is a multiple of 2^-48 below 2^5 and so exact; adding bh^2
+// leaves a value below 2^-17 (the second bracket's size, as e is near 2^-48), rounded once to
+// 2^-70. The second bracket's products are below 2^-19, the sums x + xh etc. err by 2^-50,
+// and its roundings stay below 2^-70 as well: e is right to about 2^-68, 2^-18 of r's ulp.
+// 1 / (2r) comes from the bits of s (a reciprocal-root guess good to 3.5%), which errs by
+// under 0.06 ulp on a correction of at most 1.5 ulp: the result is within 0.56 ulp.
+[[gnu::always_inline]] inline void HypotParts(D x, D y, D& root, D& correction) {
+  const D s = SumOfSquares(x, y);
+  root = D{_mm_sqrt_pd(s.raw)};
+  // 0.5 / sqrt(s) to 3.5%: the exponent halved and negated, the mantissa guessed linearly.
+  const D half_inverse =
+      D::FromImage(_mm_sub_epi64(_mm_set1_epi64x(0x5FD6EB50C7B537A9ll), _mm_srli_epi64(s.Image(), 1)));
+  const D split = D::FromBits(kSplitMask);
+  const D xh = x & split, xl = x - xh;
+  const D yh = y & split, yl = y - yh;
+  const D rh = root & split, rl = root - rh;
+  const D xx = xh * xh, yy = yh * yh;
+  const D high = (HardwareMax(xx, yy) - rh * rh) + HardwareMin(xx, yy);
+  const D low = (xl * (x + xh) + yl * (y + yh)) - rl * (root + rh);
+  correction = (high + low) * half_inverse;
+}
 [[gnu::always_inline]] inline D HypotBlock(D x, D y) {
-  const D abs_mask = D::FromBits(0x7FFFFFFFFFFFFFFFull);
-  const D ax = x & abs_mask, ay = y & abs_mask;
-  const D a = HardwareMax(ax, ay), b = HardwareMin(ax, ay);
-  const __m128i field = _mm_and_si128(a.Image(), _mm_set1_epi64x(0x7FF0000000000000ll));
-  const D scale = D::FromImage(_mm_sub_epi64(_mm_set1_epi64x(0x7FF0000000000000ll), field));
-  const D unscale = D::FromImage(_mm_sub_epi64(field, _mm_set1_epi64x(1ll << 52)));
-  const D sa = a * scale, sb = b * scale;
-  D aa, aa_lo, bb, bb_lo;
-  TwoSquare(sa, aa, aa_lo);
-  TwoSquare(sb, bb, bb_lo);
-  const D sum = aa + bb;
-  const D sum_lo = (((aa - sum) + bb) + aa_lo) + bb_lo;
-  const D root = {_mm_sqrt_pd(sum.raw)};
-  D rr, rr_lo;
-  TwoSquare(root, rr, rr_lo);
-  const D corrected = root + (((sum - rr) - rr_lo) + sum_lo) / (root + root);
-  return corrected * unscale;
+  D root, correction;
+  HypotParts(x, y, root, correction);
+  return root + correction;
 }
 
-// Lanes that HypotBlock cannot take: an infinite or NaN input, or a larger magnitude below
-// 2^-1021 (zeros and subnormals too).
+// Lanes that HypotBlock cannot take: s outside [2^-960, 2^1020), an infinity or a NaN. The top
+// 16 bits of s (sign, exponent and four mantissa bits) m are flagged when m + 0x8000 - 0x7FB0
+// wraps below zero (an exponent from 1020 up, or a negative NaN) or stays below that offset
+// plus 0x03F0 (an exponent below -960).
 inline int FlagHypot(D x, D y) {
-  const D abs_mask = D::FromBits(0x7FFFFFFFFFFFFFFFull);
-  const D a = HardwareMax(x & abs_mask, y & abs_mask);
-  const __m128i small = _mm_cmplt_epi32(a.Image(), _mm_set1_epi64x(0x0020000000000000ll));
-  return NonFiniteLanes(x) | NonFiniteLanes(y) | _mm_movemask_pd(_mm_castsi128_pd(small));
+  constexpr short kOffset = 0x8000 - ((1023 + 1020) << 4);
+  const __m128i shifted = _mm_add_epi16(SumOfSquares(x, y).Image(), _mm_set1_epi16(kOffset));
+  const __m128i flagged =
+      _mm_cmpgt_epi16(_mm_set1_epi16(kOffset + ((1023 - 960) << 4)), shifted);
+  return _mm_movemask_pd(_mm_castsi128_pd(flagged));
 }
 
-// hypot of one double lane of any kind: an infinity wins over a NaN; tiny pairs are scaled
-// by 2^600 into the block's range.
+// hypot of one double lane of any kind: an infinity wins over a NaN. The pair is scaled by
+// 2^(1024 - E), E the larger magnitude's biased exponent, which brings it into [2, 4) and s
+// into HypotBlock's range; 2^(E - 1024) takes the result back, exact when it is normal.
+// Tiny pairs are first scaled by 2^600; a subnormal result t = root * 2^-600 rounded then
+// takes the rest (root - t * 2^600) + correction, scaled and rounded to t's grid, so that
+// it is rounded once.
 inline double HypotDouble(double x, double y) {
-  double a = fabs(x), b = fabs(y);
-  if (a == INFINITY || b == INFINITY) return INFINITY;
-  if (isnan(a) || isnan(b)) return x + y;
-  if (a < b) {
-    const double t = a;
-    a = b;
-    b = t;
-  }
+  if (fabs(x) == INFINITY || fabs(y) == INFINITY) return INFINITY;
+  if (isnan(x) || isnan(y)) return x + y;
+  const double post = HardwareMax(fabs(x), fabs(y)) < 0x1p-1021 ? 0x1p-600 : 1.0;
+  const double a = HardwareMax(fabs(x), fabs(y)) / post, b = HardwareMin(fabs(x), fabs(y)) / post;
   if (a == 0.0) return 0.0;
-  if (a < 0x1p-1021) return HypotBlock(D::Set(a * 0x1p600), D::Set(b * 0x1p600)).Lane0() * 0x1p-600;
-  return HypotBlock(D::Set(a), D::Set(b)).Lane0();
+  const uint64_t field = BitsOf(a) & 0x7FF0000000000000ull;
+  const double scale = DoubleOf(0x7FF0000000000000ull - field);
+  const double unscale = DoubleOf(field - (1ull << 52));
+  D root, correction;
+  HypotParts(D::Set(a * scale), D::Set(b * scale), root, correction);
+  if (post == 1.0) return (root.Lane0() + correction.Lane0()) * unscale;
+  const double r = root.Lane0() * unscale, c = correction.Lane0() * unscale;
+  const double t = r * post;
+  if (t >= 0x1p-1022) return (r + c) * post;
+  return t + ((r - t / post) + c) * post;
 }
 
 // hypot in blocks, also in the loop form: it reports nothing. Float lanes are widened: their
 // squares are exact in double, the sum rounds once and the root twice, far below a float ulp.
+// A double block is one register: the pair's formula fills the sixteen registers alone.
 template <class E>
 struct Hypot {
   using T = E;
-  static constexpr int kInputs = 2, kResults = 1, kBlock = 2 * Vec<T>::kLanes;
+  static constexpr int kInputs = 2, kResults = 1;
+  static constexpr int kBlock = (sizeof(T) == 8 ? 1 : 2) * Vec<T>::kLanes;
   static constexpr bool kCanFail = true, kLoopInBlocks = true;
 
   [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[2], Vec<T> (&out)[1]) {

@@ -115,6 +115,14 @@ TEST(Roots, RationalPowersAndHypotSpecialValues) {
       {"d", "Hypot", 3 * 0x1p-1074, 4 * 0x1p-1074, 5 * 0x1p-1074, 0},
       {"d", "Hypot", 3 * 0x1p1021, 4 * 0x1p1021, 5 * 0x1p1021, 0},
       {"d", "Hypot", 0x1.8p1023, 0x1.8p1023, kInf, 0},
+      // Either side of the range that the blocks take without scaling.
+      {"d", "Hypot", 0x1p509, -0x1p509, 0x1.6a09e667f3bcdp509, 0},
+      {"d", "Hypot", 0x1p510, 0x1p510, 0x1.6a09e667f3bcdp510, 0},
+      {"d", "Hypot", -0x1p-480, 0x1p-480, 0x1.6a09e667f3bcdp-480, 0},
+      {"d", "Hypot", 0x1p-481, 0x1p-481, 0x1.6a09e667f3bcdp-481, 0},
+      {"d", "Hypot", 0x1p-481, 0x1p-540, 0x1p-481, 0},
+      // A subnormal result rounded once (twice, it is one ulp too low).
+      {"d", "Hypot", 0x0.046d073ab73aap-1022, 0x0.b4ae035a7ba5dp-1022, 0x0.b4bbe362b51afp-1022, 0},
   });
 }
 
