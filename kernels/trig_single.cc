@@ -93,7 +93,7 @@ template <bool kCos>
 template <Op kOp>
 struct SingleKernel {
   using T = float;
-  static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = 8;
+  static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = 8 / kResults;
   static constexpr bool kCanFail = true;
 
   [[gnu::always_inline]] static void Compute(const F (&in)[1], F (&out)[kResults]) {
