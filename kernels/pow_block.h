@@ -147,25 +147,33 @@ struct LogRow {
   return (hi + (hi * p + lo)).AddToExponent<7>(n);
 }
 
-// x^y for positive normal x and |y log2 x| below 1022 (the result is normal), on kRegs
-// registers at once: each step runs over all registers before the next, so that their
-// dependency chains overlap.
-template <int kRegs>
-[[gnu::always_inline]] inline void PowBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
+// x^y on kRegs registers at once, z = y log2 x given by `z_of(x, y, row, zh, zl)` as a pair:
+// each step runs over all registers before the next, so that their dependency chains overlap.
+template <int kRegs, class ZOf>
+[[gnu::always_inline]] inline void PowSteps(const D (&in)[kRegs][2], D (&out)[kRegs][1], ZOf z_of) {
   LogRow rows[kRegs];
   D g[kRegs];
   __m128i n[kRegs];
-#pragma GCC unroll 4
+#pragma GCC unroll 8
   for (int r = 0; r < kRegs; ++r) rows[r] = ReadLogRow(in[r][0]);
-#pragma GCC unroll 4
+#pragma GCC unroll 8
   for (int r = 0; r < kRegs; ++r) {
-    D hi, lo, zh, zl;
-    Log2(in[r][0], rows[r], hi, lo);
-    Times(in[r][1], hi, lo, zh, zl);
+    D zh, zl;
+    z_of(in[r][0], in[r][1], rows[r], zh, zl);
     g[r] = Exp2Reduce(zh, zl, n[r]);
   }
-#pragma GCC unroll 4
+#pragma GCC unroll 8
   for (int r = 0; r < kRegs; ++r) out[r][0] = Exp2Finish(g[r], n[r]);
+}
+
+// x^y for positive normal x and |y log2 x| below 1022 (the result is normal).
+template <int kRegs>
+[[gnu::always_inline]] inline void PowBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
+  PowSteps(in, out, [](D x, D y, const LogRow& row, D& zh, D& zl) __attribute__((always_inline)) {
+    D hi, lo;
+    Log2(x, row, hi, lo);
+    Times(y, hi, lo, zh, zl);
+  });
 }
 
 // x^y for the float members, in plain double: positive normal x and |y log2 x| below 126.
@@ -175,23 +183,14 @@ template <int kRegs>
 // less than a float ulp.
 template <int kRegs>
 [[gnu::always_inline]] inline void PowSingleBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
-  using namespace lanes;
-  LogRow rows[kRegs];
-  D g[kRegs];
-  __m128i n[kRegs];
-#pragma GCC unroll 8
-  for (int r = 0; r < kRegs; ++r) rows[r] = ReadLogRow(in[r][0]);
-#pragma GCC unroll 8
-  for (int r = 0; r < kRegs; ++r) {
-    const D x = in[r][0];
-    const D u = Mantissa(x) * rows[r].rc - kOne();
+  PowSteps(in, out, [](D x, D y, const LogRow& row, D& zh, D& zl) __attribute__((always_inline)) {
+    using namespace lanes;
+    const D u = Mantissa(x) * row.rc - kOne();
     const D high = (kLog2S[2]() * u + kLog2S[1]()) * u + kLog2S[0]();
     const D series = u * (kInvLn2() + u * (kMinusHalf() + u * high));
-    const D z = in[r][1] * ((Exponent(x) + rows[r].t_hi) + series);
-    g[r] = Exp2Reduce(z, D(0.0), n[r]);
-  }
-#pragma GCC unroll 8
-  for (int r = 0; r < kRegs; ++r) out[r][0] = Exp2Finish(g[r], n[r]);
+    zh = y * ((Exponent(x) + row.t_hi) + series);
+    zl = D(0.0);
+  });
 }
 
 // Lanes that the block formula cannot take: x not positive normal, y zero, subnormal, infinite,
