@@ -141,6 +141,13 @@ struct alignas(16) Splat {
   }
 };
 
+// The 64-bit pattern `bits` in both lanes, loaded whole for the same reason as Splat.
+[[gnu::always_inline]] inline __m128i WholeBits64(uint64_t bits) {
+  __m128i v = _mm_set1_epi64x(static_cast<long long>(bits));
+  __asm__("" : "+x"(v));
+  return v;
+}
+
 // Single lanes widened to two double registers and narrowed back.
 inline Vec<double> WidenLow(Vec<float> v) { return {_mm_cvtps_pd(v.raw)}; }
 inline Vec<double> WidenHigh(Vec<float> v) { return {_mm_cvtps_pd(_mm_movehl_ps(v.raw, v.raw))}; }

@@ -29,9 +29,7 @@ template <class V>
   if constexpr (std::is_same_v<V, double>) {
     return c;
   } else {
-    __m128i bits = _mm_set1_epi64x(static_cast<long long>(BitsOf(c)));
-    __asm__("" : "+x"(bits));
-    return D::FromImage(bits);
+    return D::FromImage(WholeBits64(BitsOf(c)));
   }
 }
 

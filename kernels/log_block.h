@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "frame/vec.h"
 #include "kernels/log_core.h"
 
 namespace tem {
@@ -43,13 +44,9 @@ struct Log10Base {
 inline constexpr double kC5 = 0.2000003665949424, kC4 = -0.2500003054940248,
                         kC3 = 0.33333333333308374, kC2 = -0.49999999999988803;
 
-// A constant in both lanes by one whole 16-byte load: where GCC does not keep a constant in a
-// register it rebuilds a _mm_set1_pd from a scalar load and a shuffle; the empty asm keeps the
-// whole load.
+// A constant in both lanes by one whole 16-byte load.
 [[gnu::always_inline]] inline __m128d BitsPd(uint64_t bits) {
-  __m128i v = _mm_set1_epi64x(static_cast<long long>(bits));
-  __asm__("" : "+x"(v));
-  return _mm_castsi128_pd(v);
+  return _mm_castsi128_pd(WholeBits64(bits));
 }
 [[gnu::always_inline]] inline __m128d SplatPd(double c) { return BitsPd(BitsOf(c)); }
 
