@@ -23,11 +23,14 @@ inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;
 // Clears the low 11 bits of a float: the seed keeps 13 significant bits.
 inline constexpr uint32_t kSeedMask = 0xFFFFF800u;
 
-// (1 - e)^(-1/2) - 1, fitted, without the constant term.
+// (1 - e)^(-1/2) - 1, fitted, without the constant term, as (a0 + a1 e) e + (a2 + a3 e) e^3:
+// two short chains in place of one long one. e is below 2^-12, so the order of the sum does
+// not matter to the result.
 template <class V>
 inline V InvSqrtSeries(V e) {
-  return (((V(0.27343754675366555) * e + V(0.31250016501874495)) * e + V(0.37500000000001366)) * e +
-          V(0.49999999999997785)) * e;
+  const V e3 = e * e * e;
+  return (V(0.49999999999997785) + V(0.37500000000001366) * e) * e +
+         (V(0.31250016501874495) + V(0.27343754675366555) * e) * e3;
 }
 
 // 1/sqrt of four floats, rounded to 13 significant bits.
@@ -36,30 +39,58 @@ inline __m128 SeedInvSqrtFloat(__m128 f) {
   return _mm_and_ps(y, _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(kSeedMask))));
 }
 
-// For x in [2^-1022, 2^1022): u, a power-of-two multiple of a 13-bit single-precision estimate
-// of 1/sqrt(x); x split into xh + xl; and e = 1 - u^2 x, whose products are exact. The estimate
-// reads x's top 23 mantissa bits with the exponent 0 or -1 by the parity of x's exponent, so
-// that it is normal for every x; the power of two carries the even rest.
+// The estimates of kRegs registers of x in [2^-1022, 2^1022), widened; one float root and
+// division serve two registers. The estimate's input is x's top 23 mantissa bits with the
+// exponent 0 or -1 by the parity of x's exponent, so that it is normal for every x: bit 23 of
+// the image shifted by 29 is the exponent's lowest bit, which makes the field 127 for an even
+// unbiased exponent and 126 for an odd one.
+template <int kRegs>
+inline void SeedEstimates(const D (&x)[kRegs][1], D (&y0)[kRegs]) {
+  const auto estimate = [](__m128 shifted) {
+    const __m128i f = _mm_or_si128(_mm_and_si128(_mm_castps_si128(shifted), _mm_set1_epi32(0x00FFFFFF)),
+                                   _mm_set1_epi32(0x3F000000));
+    return SeedInvSqrtFloat(_mm_castsi128_ps(f));
+  };
+  const auto shifted = [&](int r) { return _mm_castsi128_ps(_mm_srli_epi64(x[r][0].Image(), 29)); };
+#pragma GCC unroll 8
+  for (int r = 0; r + 1 < kRegs; r += 2) {
+    const __m128 y = estimate(_mm_shuffle_ps(shifted(r), shifted(r + 1), _MM_SHUFFLE(2, 0, 2, 0)));
+    y0[r] = {_mm_cvtps_pd(y)};
+    y0[r + 1] = {_mm_cvtps_pd(_mm_movehl_ps(y, y))};
+  }
+  if constexpr (kRegs % 2 == 1) {
+    const __m128 last = shifted(kRegs - 1);
+    y0[kRegs - 1] = {_mm_cvtps_pd(estimate(_mm_shuffle_ps(last, last, _MM_SHUFFLE(2, 0, 2, 0))))};
+  }
+}
+
+// For x in [2^-1022, 2^1022) and its widened estimate y0: u = y0 2^-k, a power-of-two multiple
+// of y0 close to 1/sqrt(x); the exact products of u with x's top 26 bits xh and the rest xl;
+// and e = 1 - u^2 x from them, also exact (u has 13 bits).
 struct SqrtSeed {
-  D u, xh, xl, e;
-  explicit SqrtSeed(D x) {
-    const __m128i image = x.Image();
-    // Bit 23 of the shifted image is the exponent's lowest bit: field 127 for an even
-    // unbiased exponent, 126 for an odd one.
-    __m128i f = _mm_or_si128(_mm_and_si128(_mm_srli_epi64(image, 29), _mm_set1_epi64x(0x00FFFFFF)),
-                             _mm_set1_epi64x(0x3F000000));
-    f = _mm_shuffle_epi32(f, _MM_SHUFFLE(3, 3, 2, 0));
-    const D y0 = {_mm_cvtps_pd(SeedInvSqrtFloat(_mm_castsi128_ps(f)))};
-    // x = f * 2^(2k) with k = (E - 1022) >> 1 = ((E + 2) >> 1) - 512; the scale is 2^-k.
-    const __m128i biased = _mm_srli_epi64(image, 52);
-    const __m128i half = _mm_srli_epi64(_mm_add_epi64(biased, _mm_set1_epi64x(2)), 1);
-    const __m128i field = _mm_slli_epi64(_mm_sub_epi64(_mm_set1_epi64x(1535), half), 52);
-    u = y0 * D::FromImage(field);
-    xh = x & D::FromBits(kSplitMask);
-    xl = x - xh;
-    e = (D(1.0) - u * xh * u) - u * xl * u;
+  D u, uxh, uxl, e;
+  SqrtSeed(D x, D y0) {
+    // x = f * 2^(2k) with k = (E - 1022) >> 1 = ((E + 2) >> 1) - 512; u = y0 * 2^-k is made by
+    // adding -k to y0's exponent field: (E + 2) >> 1 in place is a shift and a mask.
+    const __m128i half = _mm_and_si128(_mm_srli_epi64(_mm_add_epi64(x.Image(), _mm_set1_epi64x(2ll << 52)), 1),
+                                       _mm_set1_epi64x(0x7FF0000000000000ll));
+    const __m128i minus_k = _mm_sub_epi64(_mm_set1_epi64x(512ll << 52), half);
+    u = D::FromImage(_mm_add_epi64(y0.Image(), minus_k));
+    const D xh = x & D::FromBits(kSplitMask);
+    uxh = u * xh;
+    uxl = u * (x - xh);
+    e = (D(1.0) - uxh * u) - uxl * u;
   }
 };
+
+// A root block of kRegs registers: Block(x, y0) per register after the shared estimates.
+template <D (*Block)(D, D), int kRegs>
+inline void RootBlock(const D (&x)[kRegs][1], D (&y)[kRegs][1]) {
+  D y0[kRegs];
+  SeedEstimates(x, y0);
+#pragma GCC unroll 8
+  for (int r = 0; r < kRegs; ++r) y[r][0] = Block(x[r][0], y0[r]);
+}
 
 // Lanes whose high word plus 0x7FF00000 exceeds 0xFFBFFFFF as signed: outside
 // [2^-1022, 2^1022), which takes zeros, subnormals, negatives, the top binade, infinities, NaNs.

@@ -11,24 +11,27 @@ namespace roots {
 namespace {
 
 // sqrt x = u x (1 - e)^(-1/2) = u xh + (u xl + u x c).
-inline D SqrtBlock(D x) {
-  const SqrtSeed s(x);
+inline D SqrtBlock(D x, D y0) {
+  const SqrtSeed s(x, y0);
   const D c = InvSqrtSeries(s.e);
-  return s.u * s.xh + (s.u * s.xl + s.u * x * c);
+  return s.uxh + (s.uxl + s.u * x * c);
 }
 
 // 1/sqrt x = u (1 - e)^(-1/2) = u + u c.
-inline D InvSqrtBlock(D x) {
-  const SqrtSeed s(x);
+inline D InvSqrtBlock(D x, D y0) {
+  const SqrtSeed s(x, y0);
   return s.u + s.u * InvSqrtSeries(s.e);
 }
 
-template <D (*Block)(D), int (*Special)(double, double*), int kSign>
+template <D (*Block)(D, D), int (*Special)(double, double*), int kSign>
 struct DoubleRoot {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
-  static constexpr bool kCanFail = true;
-  static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = Block(in[0]); }
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 16;
+  static constexpr bool kCanFail = true, kComputeBlock = true;
+  template <int kRegs>
+  static void ComputeBlock(const D (&in)[kRegs][1], D (&out)[kRegs][1]) {
+    RootBlock<Block>(in, out);
+  }
   static int Flag(const D (&in)[1]) { return FlagOutsideSeedRange(in[0]); }
   // Nothing settles by select: every flagged lane takes its value from the companion.
   static int Settle(const D (&)[1], D (&)[1], int bits) { return bits; }
@@ -37,7 +40,10 @@ struct DoubleRoot {
     const int code = Special(in[0], &out[0]);
     if (code >= 0) return code;
     const EvenScaled scaled(in[0]);
-    out[0] = Block(D::Set(scaled.x)).Lane0() * ldexp(1.0, kSign * scaled.k);
+    const D x[1][1] = {{D::Set(scaled.x)}};
+    D y[1][1];
+    RootBlock<Block>(x, y);
+    out[0] = y[0][0].Lane0() * ldexp(1.0, kSign * scaled.k);
     return TEM_STATUS_OK;
   }
 };
