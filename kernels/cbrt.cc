@@ -82,7 +82,7 @@ inline int CbrtSpecial(T x, T* r) {
 template <bool kReciprocal>
 struct DoubleCbrt {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 16;
   static constexpr bool kCanFail = true;
   static void Compute(const D (&in)[1], D (&out)[1]) { out[0] = CbrtBlock<kReciprocal>(in[0]); }
   static int Flag(const D (&in)[1]) { return FlagNotNormal(in[0]); }
