@@ -94,17 +94,10 @@ struct DoublePow {
   using T = double;
   static constexpr int kInputs = 2, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true, kComputeBlock = true;
-  // Two registers at a time.
+  // All registers of a block step by step: their chains overlap.
   template <int kRegs>
   [[gnu::always_inline]] static void ComputeBlock(const D (&in)[kRegs][2], D (&out)[kRegs][1]) {
-    if constexpr (kRegs % 2 == 0) {
-#pragma GCC unroll 4
-      for (int r = 0; r < kRegs; r += 2) {
-        PowBlock(reinterpret_cast<const D(&)[2][2]>(in[r]), reinterpret_cast<D(&)[2][1]>(out[r]));
-      }
-    } else {
-      PowBlock(in, out);
-    }
+    PowBlock(in, out);
   }
   static int Flag(const D (&in)[2]) { return FlagPow(in[0], in[1], kDoubleLimit); }
   static int Settle(const D (&)[2], D (&)[1], int bits) { return bits; }
