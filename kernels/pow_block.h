@@ -4,6 +4,7 @@
 #ifndef QOR_KERNELS_POW_BLOCK_H_
 #define QOR_KERNELS_POW_BLOCK_H_
 
+#include "kernels/estrin.h"
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -87,11 +88,9 @@ struct LogRow {
   return r;
 }
 
-// c0 + c1 v + c2 v^2 + c3 v^3 + c4 v^4 given v and v^2, in pairs: three short chains in place
-// of one of four steps. The series run on |v| <= 2^-8, so that every term after the first is
-// far below it and the order of the sum does not matter.
-[[gnu::always_inline]] inline D Estrin4(D v, D v2, const S (&c)[5]) {
-  return (c[0]() + c[1]() * v) + ((c[2]() + c[3]() * v) + c[4]() * v2) * v2;
+// A series of five coefficients on |v| <= 2^-8.
+[[gnu::always_inline]] inline D Series5(D v, D v2, const S (&c)[5]) {
+  return Estrin5(v, v2, c[0](), c[1](), c[2](), c[3](), c[4]());
 }
 
 // log2 x = hi + lo for positive normal x, to about 2^-66 relative, from x's row. x = 2^k m,
@@ -115,7 +114,7 @@ struct LogRow {
   const D square_rest = r1l * (r1h + r1) + r2 * (r1 + u);
   const D t2 = D(0.0) - kHalfH() * square;
   const D t2_lo = D(0.0) - (kHalfR() * square + kHalf() * square_rest);
-  const D tail = u2 * u * Estrin4(u, u2, kLog2S);
+  const D tail = u2 * u * Series5(u, u2, kLog2S);
   // k + t_hi is exact: t_hi lies on the grid of 2^-42.
   const D base = Exponent(x) + row.t_hi;
   D s1, e1, s2, e2;
@@ -146,7 +145,7 @@ struct LogRow {
   D::LowWords(n, i0, i1);
   D hi, lo;
   D::GatherPairs(kExp128, i0 & 127, i1 & 127, hi, lo);
-  const D p = Estrin4(g, g * g, kExp2S) * g;
+  const D p = Series5(g, g * g, kExp2S) * g;
   return (hi + (hi * p + lo)).AddToExponent<7>(n);
 }
 
@@ -199,7 +198,7 @@ template <int kRegs>
         const D u = Mantissa(x) * row.rc - kOne();
         const D u2 = u * u;
         const D low = (kInvLn2() + kMinusHalf() * u) * u;
-        const D high = (kLog2S[0]() + kLog2S[1]() * u) + kLog2S[2]() * u2;
+        const D high = Estrin3(u, u2, kLog2S[0](), kLog2S[1](), kLog2S[2]());
         zh = y * ((Exponent(x) + row.t_hi) + (low + high * (u2 * u)));
         zl = D(-0.0);
       },
@@ -208,7 +207,7 @@ template <int kRegs>
         int i0, i1;
         D::LowWords(n, i0, i1);
         const D hi = {_mm_loadh_pd(_mm_load_sd(&kExp128[i0 & 127][0]), &kExp128[i1 & 127][0])};
-        const D p = ((kExp2S[0]() + kExp2S[1]() * g) + kExp2S[2]() * (g * g)) * g;
+        const D p = Estrin3(g, g * g, kExp2S[0](), kExp2S[1](), kExp2S[2]()) * g;
         return (hi + hi * p).AddToExponent<7>(n);
       });
 }
