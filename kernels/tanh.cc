@@ -1,6 +1,7 @@
 // tanh by pieces, with no exponential: |x| picks one of 15 intervals by integer arithmetic on
 // its high word, and a polynomial in the distance to the interval's anchor, read from a table
 // with one row per interval, gives the value; the sign of x goes back on at the end.
+#include "kernels/estrin.h"
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -26,12 +27,15 @@ inline int Interval(uint32_t high) {
 }
 
 // E(u) and O(u) of one lane side by side in one register, from the coefficient pairs
-// (c16, 0), (c14, c15), ..., (c2, c3) of its row at 2 + k: one load and no shuffle a step.
+// (c2, c3), ..., (c14, c15), (c16, 0) of its row at 2 + k: one load and no shuffle a pair, the
+// eight pairs combined by powers of u (Estrin's scheme) in three steps.
 [[gnu::always_inline]] inline D EvenOdd(const double* row, D u) {
-  D p = _mm_load_pd(row + 2 + kTanhDegree);
-#pragma GCC unroll 8
-  for (int k = kTanhDegree - 2; k >= 2; k -= 2) p = p * u + D(_mm_load_pd(row + 2 + k));
-  return p;
+  static_assert(kTanhDegree == 16, "eight coefficient pairs");
+  const auto pair = [row](int k) { return D(_mm_load_pd(row + 2 + k)); };
+  const D u2 = u * u;
+  const D low = Estrin4(u, u2, pair(2), pair(4), pair(6), pair(8));
+  const D high = Estrin4(u, u2, pair(10), pair(12), pair(14), pair(16));
+  return low + high * (u2 * u2);
 }
 
 // c0 + (c1 d + (c0 rest + d^2 (E(d^2) + d O(d^2)))), each lane's E and O evaluated together.
