@@ -1,6 +1,6 @@
 // The arithmetic kernels through their exported stubs, contiguous and strided: Abs bit for bit,
-// the plain operations against the hardware ones, Inv and Div with the singularity status of a
-// zero divisor, LinearFrac.
+// the plain operations against the hardware ones, LinearFrac. Statuses of Inv and Div: special
+// values; blocks, strides and in-place calls: the walk test.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -76,63 +76,6 @@ TEST(AddTest, EveryEntryAndLengthIsTheHardwareSumSilently) {
   EXPECT_EQ(_temGetErrStatus(), 0);
 }
 
-TEST(AddTest, InPlaceAndStridedForms) {
-  std::vector<double> a = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
-  std::vector<double> b = {10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110};
-  _temdAdd(11, a.data(), b.data(), a.data());
-  for (int i = 0; i < 11; ++i) EXPECT_EQ(a[i], 11.0 * (i + 1));
-  // Stride 0 broadcasts one input; negative strides walk backwards.
-  const double scalar = 0.5;
-  std::vector<double> r(12, 0), rev(5);
-  _temdAddI(4, &scalar, 0, b.data(), 3, r.data(), 3);
-  _temdAddI(5, b.data() + 4, -1, b.data(), 1, rev.data(), 1);
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(r[3 * i], 0.5 + b[3 * i]);
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(rev[i], b[4 - i] + b[i]);
-}
-
-// Inv and Div store the hardware quotient, then report a divisor of +-0 with status 2 whatever
-// the dividend; nothing else is reported.
-template <class T>
-void CheckQuotients(void (*inv)(int, const T*, T*),
-                    void (*inv_strided)(int, const T*, int, T*, int),
-                    void (*div)(int, const T*, const T*, T*),
-                    void (*div_strided)(int, const T*, int, const T*, int, T*, int)) {
-  const T inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
-  const struct {
-    T a, b;
-    bool singular;
-  } cases[] = {{1, -0.0, true}, {0, 0, true},       {nan, 0, true},    {-3, 0, true},
-               {1, 4, false},   {1, inf, false},    {inf, inf, false}, {7, 1e-30f, false},
-               {2, nan, false}};
-  for (const auto& c : cases) {
-    const int status = c.singular ? TEM_STATUS_SING : 0;
-    T r = 0, rs[3] = {0, 0, 0};
-    _temClearErrStatus();
-    inv(1, &c.b, &r);
-    EXPECT_EQ(_temGetErrStatus(), status) << "Inv " << c.b;
-    EXPECT_TRUE(r == T(1) / c.b || std::isnan(r)) << c.b;
-    _temClearErrStatus();
-    inv_strided(1, &c.b, 1, rs, 2);
-    EXPECT_EQ(_temGetErrStatus(), status) << "InvI " << c.b;
-    _temClearErrStatus();
-    div(1, &c.a, &c.b, &r);
-    EXPECT_EQ(_temGetErrStatus(), status) << c.a << "/" << c.b;
-    EXPECT_TRUE(r == c.a / c.b || (std::isnan(r) && std::isnan(c.a / c.b))) << c.a << "/" << c.b;
-  }
-  // One zero divisor among many in a strided run.
-  std::vector<T> a(11, 3), b(11, 2), r(22, 9);
-  b[6] = 0;
-  _temClearErrStatus();
-  div_strided(11, a.data(), 1, b.data(), 1, r.data(), 2);
-  EXPECT_EQ(_temGetErrStatus(), TEM_STATUS_SING);
-  for (int i = 0; i < 11; ++i) EXPECT_EQ(r[2 * i], i == 6 ? inf : T(1.5)) << i;
-}
-
-TEST(QuotientTest, ZeroDivisorsAreSingularities) {
-  CheckQuotients<float>(_temsInv, _temsInvI, _temsDiv, _temsDivI);
-  CheckQuotients<double>(_temdInv, _temdInvI, _temdDiv, _temdDivI);
-}
-
 // The plain operations against the same expression in C++, over lengths that cover blocks
 // and tails, contiguous and strided.
 template <class T>
@@ -173,12 +116,18 @@ TEST(PlainTest, OperationsEqualTheHardwareOnes) {
       {"sAdd", _temsAdd, _temsAddI, [](float a, float b) { return a + b; }},
       {"sSub", _temsSub, _temsSubI, [](float a, float b) { return a - b; }},
       {"sMul", _temsMul, _temsMulI, [](float a, float b) { return a * b; }},
+      {"sDiv", _temsDiv, _temsDivI, [](float a, float b) { return a / b; }},
+      {"sInv", Unary<float, _temsInv>, UnaryStrided<float, _temsInvI>,
+       [](float a, float) { return 1 / a; }},
       {"sSqr", Unary<float, _temsSqr>, UnaryStrided<float, _temsSqrI>,
        [](float a, float) { return a * a; }},
   });
   CheckPlain<double>({
       {"dSub", _temdSub, _temdSubI, [](double a, double b) { return a - b; }},
       {"dMul", _temdMul, _temdMulI, [](double a, double b) { return a * b; }},
+      {"dDiv", _temdDiv, _temdDivI, [](double a, double b) { return a / b; }},
+      {"dInv", Unary<double, _temdInv>, UnaryStrided<double, _temdInvI>,
+       [](double a, double) { return 1 / a; }},
       {"dSqr", Unary<double, _temdSqr>, UnaryStrided<double, _temdSqrI>,
        [](double a, double) { return a * a; }},
       {"dAbs", Unary<double, _temdAbs>, UnaryStrided<double, _temdAbsI>,

@@ -79,6 +79,7 @@ inline const std::map<std::string, std::vector<Element>>& Entries() {
       QOR_UNARY(Sin, 0.5),     QOR_UNARY(Cos, 0.5),     QOR_UNARY(Tan, 0.5),
       QOR_UNARY(ErfInv, 0.25), QOR_BINARY(Hypot),       QOR_BINARY(Pow),
       QOR_BINARY(Powr),        QOR_BINARY(Fmod),        QOR_BINARY(Remainder),
+      QOR_UNARY(Inv, 1.5),     QOR_BINARY(Div),
       QOR_ENTRIES("Powx", Powx, 1.5, (n, x, y[At(n)], r), (n, x, 2, y[3 * At(n)], r, 4)),
       QOR_ENTRIES("SinCos_sin", SinCos, 0.5, (n, x, r, r2), (n, x, 2, r, 4, r2, 1)),
       QOR_ENTRIES("SinCos_cos", SinCos, 0.5, (n, x, r2, r), (n, x, 2, r2, 1, r, 4)),

@@ -230,5 +230,16 @@ TEST(SpecialValues, FmodAndRemainder) {
   });
 }
 
-}  // namespace
+// Inv and Div store the hardware quotient and report a divisor of +-0, whatever the dividend.
+TEST(SpecialValues, QuotientsReportZeroDivisors) {
+  RunCases({
+      {"sd", "Inv", -0.0, 0, -kInf, kSing}, {"sd", "Inv", 0.0, 0, kInf, kSing},
+      {"sd", "Inv", kInf, 0, 0.0, 0}, {"sd", "Inv", kNaN, 0, kNaN, 0}, {"sd", "Inv", 4, 0, 0.25, 0},
+      {"sd", "Div", 1, -0.0, -kInf, kSing}, {"sd", "Div", 0, 0, kNaN, kSing},
+      {"sd", "Div", kNaN, 0, kNaN, kSing}, {"sd", "Div", -3, 0, -kInf, kSing},
+      {"sd", "Div", 1, 4, 0.25, 0}, {"sd", "Div", 1, kInf, 0.0, 0}, {"sd", "Div", kInf, kInf, kNaN, 0},
+      {"sd", "Div", 2, kNaN, kNaN, 0}, {"sd", "Div", -6, 0x1p-100, -0x1.8p102, 0},
+  });
+}
 
+}  // namespace

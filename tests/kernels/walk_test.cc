@@ -1,5 +1,6 @@
-// Blocks, tails, in-place and strided calls of every elementary function give the results of
-// one-element calls bit for bit, flagged lanes among ordinary ones, and write nothing else.
+// Blocks, tails, in-place and strided calls (strides 0 and negative too) of every elementary
+// and arithmetic function give the results of one-element calls bit for bit, flagged lanes
+// among ordinary ones, and write nothing else.
 #include <cstdlib>
 #include <vector>
 
@@ -42,7 +43,9 @@ struct Function {
       QOR_UNARY(t, T, Cbrt), QOR_UNARY(t, T, InvCbrt), QOR_UNARY(t, T, Pow2o3),                  \
       QOR_UNARY(t, T, Pow3o2), QOR_UNARY(t, T, Sin), QOR_UNARY(t, T, Cos), QOR_UNARY(t, T, Tan), \
       QOR_UNARY(t, T, ErfInv), QOR_BINARY(t, T, Hypot), QOR_BINARY(t, T, Pow),                   \
-      QOR_BINARY(t, T, Powr), QOR_BINARY(t, T, Fmod), QOR_BINARY(t, T, Remainder)
+      QOR_BINARY(t, T, Powr), QOR_BINARY(t, T, Fmod), QOR_BINARY(t, T, Remainder),            \
+      QOR_UNARY(t, T, Inv), QOR_UNARY(t, T, Sqr), QOR_UNARY(t, T, Abs), QOR_BINARY(t, T, Div),   \
+      QOR_BINARY(t, T, Add), QOR_BINARY(t, T, Sub), QOR_BINARY(t, T, Mul)
 const Function<float> kSingle[] = {QOR_FUNCTIONS(s, float)};
 const Function<double> kDouble[] = {QOR_FUNCTIONS(d, double)};
 #undef QOR_UNARY
