@@ -7,12 +7,12 @@
 //
 // REGEX must match a whole function name: --filter=sExp, --filter='d.*', --filter='.(Ln|Exp)'.
 // --float-step=K sweeps every K-th float bit pattern only, for a quicker look.
+#include <algorithm>
 #include <bit>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <mutex>
 #include <regex>
 #include <string>
@@ -36,24 +36,15 @@ struct Options {
 
 constexpr uint64_t kChunk = 1 << 16;  // inputs per unit of work
 
-// The entries of a row, grouped by the kernel each reaches: one evaluation serves a group.
-struct KernelGroup {
-  Entry entry;  // the first entry that reaches the kernel
-  std::vector<std::string> symbols;
-};
-
-std::vector<KernelGroup> GroupByKernel(const std::vector<Entry>& entries) {
-  std::vector<KernelGroup> groups;
+// The entries of a row grouped by the kernel each reaches, one evaluation serving a group:
+// the first entry of each group, and the group of every entry.
+std::vector<Entry> GroupByKernel(const std::vector<Entry>& entries, std::vector<size_t>* group_of) {
+  std::vector<Entry> groups;
   for (const Entry& e : entries) {
-    auto same = [&](const KernelGroup& g) {
-      return g.entry.kernel == e.kernel && g.entry.strided == e.strided;
-    };
-    auto it = std::find_if(groups.begin(), groups.end(), same);
-    if (it == groups.end()) {
-      groups.push_back({e, {e.symbol}});
-    } else {
-      it->symbols.push_back(e.symbol);
-    }
+    size_t g = 0;
+    while (g < groups.size() && !(groups[g].kernel == e.kernel && groups[g].strided == e.strided)) ++g;
+    if (g == groups.size()) groups.push_back(e);
+    group_of->push_back(g);
   }
   return groups;
 }
@@ -76,12 +67,10 @@ Inputs<T> ChunkInputs(const FunctionRow& row, bool all_floats, uint64_t chunk, u
   return RandomInputs<T>(row, draws[chunk % 3], kChunk, 0x5EED0000u + chunk);
 }
 
-// The expectations of an all-floats chunk, given every kernel's results. The double libm
-// function is accurate to a few double ulps, 2^-27 float ulps and less, so it stands for the
-// exact value. Where that value lies so close to a float or to a midpoint between floats that
-// rounding or exactness depends on the last bits (about one input in 2^19, but every input
-// whose result rounds to 1 or to itself), MPFR decides; it is asked only when some kernel's
-// result differs from the double's rounding, since a result equal to it passes either way.
+// The expectations of an all-floats chunk from the double libm function, within 2^-27 float
+// ulps of the exact value. Where that lies so close to a float or a midpoint that rounding or
+// exactness depends on the last bits, MPFR decides, but only when some kernel's result differs
+// from the double's rounding (a result equal to it passes either way).
 std::vector<Expected<float>> ExpectationsFromLibm(const FunctionRow& row,
                                                   const Inputs<float>& inputs,
                                                   const std::vector<std::vector<float>>& results,
@@ -103,7 +92,7 @@ std::vector<Expected<float>> ExpectationsFromLibm(const FunctionRow& row,
 }
 
 template <class T>
-std::vector<ErrorStats<T>> Sweep(const FunctionRow& row, const std::vector<KernelGroup>& groups,
+std::vector<ErrorStats<T>> Sweep(const FunctionRow& row, const std::vector<Entry>& groups,
                                  const Options& options, uint64_t* inputs_per_kernel) {
   const bool all_floats = sizeof(T) == 4 && row.arity() == 1 && row.libm != nullptr;
   const uint64_t chunks = all_floats ? (uint64_t(1) << 32) / kChunk / options.float_step
@@ -119,7 +108,7 @@ std::vector<ErrorStats<T>> Sweep(const FunctionRow& row, const std::vector<Kerne
     std::vector<std::vector<T>> results(groups.size());
     for (uint64_t chunk = thread; chunk < chunks; chunk += options.threads) {
       const Inputs<T> inputs = ChunkInputs<T>(row, all_floats, chunk, options.float_step);
-      for (size_t g = 0; g < groups.size(); ++g) Evaluate(groups[g].entry, inputs, &results[g]);
+      for (size_t g = 0; g < groups.size(); ++g) Evaluate(groups[g], inputs, &results[g]);
       std::vector<Expected<T>> expected;
       if constexpr (sizeof(T) == 4) {
         if (all_floats) expected = ExpectationsFromLibm(row, inputs, results, x, y);
@@ -143,24 +132,22 @@ std::vector<ErrorStats<T>> Sweep(const FunctionRow& row, const std::vector<Kerne
 template <class T>
 bool SweepRow(const FunctionRow& row, const std::vector<Entry>& entries, const Options& options) {
   const auto start = std::chrono::steady_clock::now();
-  const std::vector<KernelGroup> groups = GroupByKernel(entries);
+  std::vector<size_t> group_of;
+  const std::vector<Entry> groups = GroupByKernel(entries, &group_of);
   uint64_t inputs = 0;
   const std::vector<ErrorStats<T>> stats = Sweep<T>(row, groups, options, &inputs);
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   bool passed = true;
-  for (const Entry& e : entries) {
-    size_t g = 0;
-    while (std::find(groups[g].symbols.begin(), groups[g].symbols.end(), e.symbol) ==
-           groups[g].symbols.end()) {
-      ++g;
-    }
-    const bool first = groups[g].symbols.front() == e.symbol;
+  for (size_t i = 0; i < entries.size(); ++i) {
+    const Entry& e = entries[i];
+    const ErrorStats<T>& s = stats[group_of[i]];
+    const std::string& first = groups[group_of[i]].symbol;
     std::printf("%-8s %-16s %4d %12llu  %s  %s\n", row.name.c_str(), e.symbol.c_str(), e.slot,
-                static_cast<unsigned long long>(inputs), stats[g].Passed() ? "ok  " : "FAIL",
-                first ? stats[g].Describe(row.arity() == 2).c_str()
-                      : ("same kernel as " + groups[g].symbols.front()).c_str());
-    passed = passed && stats[g].Passed();
+                static_cast<unsigned long long>(inputs), s.Passed() ? "ok  " : "FAIL",
+                first == e.symbol ? s.Describe(row.arity() == 2).c_str()
+                                  : ("same kernel as " + first).c_str());
+    passed = passed && s.Passed();
   }
   std::printf("%-8s %.1f s\n", row.name.c_str(), seconds);
   std::fflush(stdout);

@@ -25,6 +25,9 @@ uint64_t SeedOf(const std::string& name) {
   return hash;
 }
 
+const char* const kDrawNames[] = {"bit patterns", "uniform in the typical range",
+                                  "bit patterns in the typical range"};
+
 class AccuracyTest : public testing::TestWithParam<FunctionRow> {
  protected:
   void SetUp() override {
@@ -34,7 +37,7 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
 
   // Every entry of the chosen layout below 1 ulp on `inputs`.
   template <class T>
-  void ExpectBelowOneUlp(const Inputs<T>& inputs, bool strided, const char* what) {
+  void ExpectBelowOneUlp(const Inputs<T>& inputs, bool strided, const std::string& what) {
     const FunctionRow& row = GetParam();
     const std::vector<Expected<T>> expected = ExactExpectations(row, inputs);
     std::vector<T> results;
@@ -48,18 +51,17 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
     }
   }
 
+  // Without error handling flagged lanes may be settled apart: the results must not change.
   template <class T>
   void Special() {
     const Inputs<T> inputs = SpecialInputs<T>(GetParam());
-    {
-      ScopedMode mode(DefaultMode());
-      ExpectBelowOneUlp(inputs, false, "special values");
-      ExpectBelowOneUlp(inputs, true, "special values");
+    for (bool no_error : {false, true}) {
+      ScopedMode mode(no_error ? NoErrorMode() : DefaultMode());
+      for (bool strided : {false, true}) {
+        ExpectBelowOneUlp(inputs, strided, no_error ? "special values, no-error mode"
+                                                    : "special values");
+      }
     }
-    // Without error handling flagged lanes may be settled apart: the results must not change.
-    ScopedMode mode(NoErrorMode());
-    ExpectBelowOneUlp(inputs, false, "special values, no-error mode");
-    ExpectBelowOneUlp(inputs, true, "special values, no-error mode");
   }
 
   template <class T>
@@ -68,10 +70,17 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
     const FunctionRow& row = GetParam();
     for (Draw draw : draws) {
       const Inputs<T> inputs = RandomInputs<T>(row, draw, count, SeedOf(row.name) + int(draw));
-      ExpectBelowOneUlp(inputs, strided, draw == Draw::kBitPatterns ? "bit patterns"
-                                         : draw == Draw::kTypicalRange
-                                             ? "uniform in the typical range"
-                                             : "bit patterns in the typical range");
+      ExpectBelowOneUlp(inputs, strided, kDrawNames[int(draw)]);
+    }
+  }
+
+  // Runs `body` with float or double as the row's type asks.
+  template <class Body>
+  void ForRowType(Body body) {
+    if (GetParam().type() == 's') {
+      body(float());
+    } else {
+      body(double());
     }
   }
 
@@ -79,37 +88,24 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
 };
 
 TEST_P(AccuracyTest, SpecialAndBoundaryValues) {
-  if (GetParam().type() == 's') {
-    Special<float>();
-  } else {
-    Special<double>();
-  }
+  ForRowType([&](auto t) { Special<decltype(t)>(); });
 }
 
 TEST_P(AccuracyTest, WholeFormatByBitPattern) {
-  if (GetParam().type() == 's') {
-    Draws<float>({Draw::kBitPatterns}, kSampleSize, false);
-  } else {
-    Draws<double>({Draw::kBitPatterns}, kSampleSize, false);
-  }
+  ForRowType([&](auto t) { Draws<decltype(t)>({Draw::kBitPatterns}, kSampleSize, false); });
 }
 
 TEST_P(AccuracyTest, TypicalRange) {
-  const auto draws = {Draw::kTypicalRange, Draw::kBitPatternsInRange};
-  if (GetParam().type() == 's') {
-    Draws<float>(draws, kSampleSize, false);
-  } else {
-    Draws<double>(draws, kSampleSize, false);
-  }
+  ForRowType([&](auto t) {
+    Draws<decltype(t)>({Draw::kTypicalRange, Draw::kBitPatternsInRange}, kSampleSize, false);
+  });
 }
 
 TEST_P(AccuracyTest, StridedMembers) {
-  const auto draws = {Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange};
-  if (GetParam().type() == 's') {
-    Draws<float>(draws, kStridedSampleSize, true);
-  } else {
-    Draws<double>(draws, kStridedSampleSize, true);
-  }
+  ForRowType([&](auto t) {
+    Draws<decltype(t)>({Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange},
+                       kStridedSampleSize, true);
+  });
 }
 
 INSTANTIATE_TEST_SUITE_P(Functions, AccuracyTest, testing::ValuesIn(Functions()),

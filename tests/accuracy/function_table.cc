@@ -197,11 +197,4 @@ const std::vector<FunctionRow>& Functions() {
   return rows;
 }
 
-const FunctionRow* FindFunction(const std::string& name) {
-  for (const FunctionRow& row : Functions()) {
-    if (row.name == name) return &row;
-  }
-  return nullptr;
-}
-
 }  // namespace accuracy

@@ -53,9 +53,6 @@ struct FunctionRow {
 // Every row, present kernel or not.
 const std::vector<FunctionRow>& Functions();
 
-// The row called `name`, or nullptr.
-const FunctionRow* FindFunction(const std::string& name);
-
 }  // namespace accuracy
 
 #endif  // QOR_TESTS_ACCURACY_FUNCTION_TABLE_H_

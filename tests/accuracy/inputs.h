@@ -4,8 +4,12 @@
 #ifndef QOR_TESTS_ACCURACY_INPUTS_H_
 #define QOR_TESTS_ACCURACY_INPUTS_H_
 
+#include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <random>
+#include <type_traits>
 #include <vector>
 
 #include "tests/accuracy/function_table.h"
@@ -19,26 +23,85 @@ struct Inputs {
   size_t size() const { return a.size(); }
 };
 
+template <class T>
+using Bits = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
+
+// A signed integer that orders finite values as the reals do (-0 and +0 both 0), and back.
+template <class T>
+int64_t Ordinal(T x) {
+  Bits<T> bits;
+  std::memcpy(&bits, &x, sizeof x);
+  const int64_t magnitude = static_cast<int64_t>(bits & ~(Bits<T>(1) << (8 * sizeof(T) - 1)));
+  return std::signbit(x) ? -magnitude : magnitude;
+}
+template <class T>
+T FromOrdinal(int64_t ordinal) {
+  const Bits<T> bits = static_cast<Bits<T>>(ordinal < 0 ? -ordinal : ordinal);
+  T x;
+  std::memcpy(&x, &bits, sizeof x);
+  return ordinal < 0 ? -x : x;
+}
+
 // +-0, the extremes of the subnormals and normals, +-1, +-inf, quiet and signalling NaNs of
 // both signs, the row's boundaries; every finite non-zero value also with both neighbours.
 template <class T>
-std::vector<T> SpecialValues(const FunctionRow& row);
+std::vector<T> SpecialValues(const FunctionRow& row) {
+  using L = std::numeric_limits<T>;
+  std::vector<T> centres = {L::denorm_min(), L::min() - L::denorm_min(), L::min(), T(0.5),
+                            T(1), T(2), L::max()};
+  for (double b : row.boundaries) centres.push_back(std::fabs(static_cast<T>(b)));
+  std::vector<T> values = {T(0), T(-0.0), L::infinity(), -L::infinity(), L::quiet_NaN(),
+                           -L::quiet_NaN(), L::signaling_NaN(), -L::signaling_NaN()};
+  for (T c : centres) {
+    for (T x : {c, -c}) {
+      values.push_back(x);
+      if (x != 0 && std::isfinite(x)) {
+        values.push_back(std::nextafter(x, -L::infinity()));
+        values.push_back(std::nextafter(x, L::infinity()));
+      }
+    }
+  }
+  return values;
+}
 
-// `count` values of the given kind, from `seed`.
+// Functions of one input take the special values as they are; functions of two every pair.
 template <class T>
-std::vector<T> RandomBitPatterns(size_t count, uint64_t seed);
-template <class T>
-std::vector<T> UniformInRange(Range range, size_t count, uint64_t seed);
-template <class T>
-std::vector<T> BitPatternsInRange(Range range, size_t count, uint64_t seed);
+Inputs<T> SpecialInputs(const FunctionRow& row) {
+  const std::vector<T> values = SpecialValues<T>(row);
+  if (row.arity() == 1) return {values, {}};
+  Inputs<T> pairs;
+  for (T x : values) {
+    for (T y : values) pairs.a.push_back(x), pairs.b.push_back(y);
+  }
+  return pairs;
+}
 
-// Functions of one input take `values` as they are. Functions of two take every pair of the
-// special values, and other sets paired with a second set drawn from `seed` alike.
-template <class T>
-Inputs<T> SpecialInputs(const FunctionRow& row);
 enum class Draw { kBitPatterns, kTypicalRange, kBitPatternsInRange };
+
+// `count` values of the given kind from `seed`; functions of two take a second set drawn alike.
 template <class T>
-Inputs<T> RandomInputs(const FunctionRow& row, Draw draw, size_t count, uint64_t seed);
+Inputs<T> RandomInputs(const FunctionRow& row, Draw draw, size_t count, uint64_t seed) {
+  auto values = [&](uint64_t s) {
+    std::mt19937_64 engine(s);
+    std::uniform_real_distribution<double> uniform(row.typical.lo, row.typical.hi);
+    std::uniform_int_distribution<int64_t> ordinal(Ordinal(static_cast<T>(row.typical.lo)),
+                                                   Ordinal(static_cast<T>(row.typical.hi)));
+    std::vector<T> v(count);
+    for (T& x : v) {
+      if (draw == Draw::kBitPatterns) {
+        const Bits<T> bits = static_cast<Bits<T>>(engine());
+        std::memcpy(&x, &bits, sizeof x);
+      } else {
+        x = draw == Draw::kTypicalRange ? static_cast<T>(uniform(engine))
+                                        : FromOrdinal<T>(ordinal(engine));
+      }
+    }
+    return v;
+  };
+  Inputs<T> inputs{values(seed), {}};
+  if (row.arity() == 2) inputs.b = values(seed ^ 0x9E3779B97F4A7C15u);
+  return inputs;
+}
 
 }  // namespace accuracy
 

@@ -32,19 +32,6 @@ std::vector<Entry> ExportedEntries(const FunctionRow& row) {
 
 namespace {
 
-template <class T>
-using Unary = void (*)(int, const T*, T*);
-template <class T>
-using Binary = void (*)(int, const T*, const T*, T*);
-template <class T>
-using UnaryStrided = void (*)(int, const T*, int, T*, int);
-template <class T>
-using BinaryStrided = void (*)(int, const T*, int, const T*, int, T*, int);
-template <class T>
-using TwoResults = void (*)(int, const T*, T*, T*);
-template <class T>
-using TwoResultsStrided = void (*)(int, const T*, int, T*, int, T*, int);
-
 // Spreads `n` values `stride` apart, NaN in between.
 template <class T>
 std::vector<T> Scatter(const T* values, int n, int stride) {
@@ -53,26 +40,39 @@ std::vector<T> Scatter(const T* values, int n, int stride) {
   return spread;
 }
 
+// r = f(a) or f(a, b), or the chosen result of two (the other goes to its own array, with the
+// input's stride when strided).
 template <class T>
-void CallStrided(const Entry& entry, int n, const T* a, const T* b, T* r) {
+void Call(const Entry& entry, int n, const T* a, const T* b, T* r) {
+  const size_t count = static_cast<size_t>(n);
+  void* f = entry.address;
+  if (!entry.strided) {
+    std::vector<T> other(count);
+    if (entry.result != 0) {
+      reinterpret_cast<void (*)(int, const T*, T*, T*)>(f)(
+          n, a, entry.result == 1 ? r : other.data(), entry.result == 1 ? other.data() : r);
+    } else if (b != nullptr) {
+      reinterpret_cast<void (*)(int, const T*, const T*, T*)>(f)(n, a, b, r);
+    } else {
+      reinterpret_cast<void (*)(int, const T*, T*)>(f)(n, a, r);
+    }
+    return;
+  }
   const std::vector<T> spread_a = Scatter(a, n, kStrideA);
-  std::vector<T> spread_r(static_cast<size_t>(n) * kStrideR);
+  std::vector<T> spread_r(count * kStrideR), other(count * kStrideA);
   if (entry.result != 0) {
-    // The other result goes to its own array with the input's stride.
-    std::vector<T> other(static_cast<size_t>(n) * kStrideA);
-    T* r1 = entry.result == 1 ? spread_r.data() : other.data();
-    T* r2 = entry.result == 1 ? other.data() : spread_r.data();
-    reinterpret_cast<TwoResultsStrided<T>>(entry.address)(
-        n, spread_a.data(), kStrideA, r1, entry.result == 1 ? kStrideR : kStrideA, r2,
-        entry.result == 1 ? kStrideA : kStrideR);
+    const bool first = entry.result == 1;
+    reinterpret_cast<void (*)(int, const T*, int, T*, int, T*, int)>(f)(
+        n, spread_a.data(), kStrideA, first ? spread_r.data() : other.data(),
+        first ? kStrideR : kStrideA, first ? other.data() : spread_r.data(),
+        first ? kStrideA : kStrideR);
   } else if (b == nullptr) {
-    reinterpret_cast<UnaryStrided<T>>(entry.address)(n, spread_a.data(), kStrideA,
-                                                     spread_r.data(), kStrideR);
+    reinterpret_cast<void (*)(int, const T*, int, T*, int)>(f)(n, spread_a.data(), kStrideA,
+                                                               spread_r.data(), kStrideR);
   } else {
     const std::vector<T> spread_b = Scatter(b, n, kStrideB);
-    reinterpret_cast<BinaryStrided<T>>(entry.address)(n, spread_a.data(), kStrideA,
-                                                      spread_b.data(), kStrideB,
-                                                      spread_r.data(), kStrideR);
+    reinterpret_cast<void (*)(int, const T*, int, const T*, int, T*, int)>(f)(
+        n, spread_a.data(), kStrideA, spread_b.data(), kStrideB, spread_r.data(), kStrideR);
   }
   for (int i = 0; i < n; ++i) r[i] = spread_r[static_cast<size_t>(i) * kStrideR];
 }
@@ -82,23 +82,10 @@ void CallStrided(const Entry& entry, int n, const T* a, const T* b, T* r) {
 template <class T>
 void Evaluate(const Entry& entry, const Inputs<T>& inputs, std::vector<T>* results) {
   results->resize(inputs.size());
-  const bool binary = !inputs.b.empty();
   for (size_t begin = 0; begin < inputs.size(); begin += kCallLength) {
     const int n = static_cast<int>(std::min<size_t>(kCallLength, inputs.size() - begin));
-    const T* a = inputs.a.data() + begin;
-    const T* b = binary ? inputs.b.data() + begin : nullptr;
-    T* r = results->data() + begin;
-    if (entry.strided) {
-      CallStrided(entry, n, a, b, r);
-    } else if (entry.result != 0) {
-      std::vector<T> other(n);
-      reinterpret_cast<TwoResults<T>>(entry.address)(n, a, entry.result == 1 ? r : other.data(),
-                                                     entry.result == 1 ? other.data() : r);
-    } else if (binary) {
-      reinterpret_cast<Binary<T>>(entry.address)(n, a, b, r);
-    } else {
-      reinterpret_cast<Unary<T>>(entry.address)(n, a, r);
-    }
+    Call(entry, n, inputs.a.data() + begin, inputs.b.empty() ? nullptr : inputs.b.data() + begin,
+         results->data() + begin);
   }
 }
 

@@ -97,7 +97,7 @@ template <class T, class Ix>
 void CheckMasked(int width) {
   using E = Entries<T>;
   const std::vector<T> a = Numbered<T>(12, 6);
-  std::vector<Ix> mask = {1, 0, 0, -1, 5, 0, 0, 0, 1, 0, 1, 0};
+  std::vector<Ix> mask = {1, 0, 0, -1, 5, 0, 0, 0, 1, 0, 0, 1};  // the last one set
   if constexpr (sizeof(Ix) == 8) mask[5] = Ix{1} << 32;  // set only in the high bits
   const int64_t n = static_cast<int64_t>(mask.size());
   std::vector<T> y = Numbered<T>(n, 7), want = y;

@@ -1,5 +1,5 @@
-// Pow, Powr and Powx through their exported entries: the special-value matrices with their
-// statuses, the exponents that Powx routes elsewhere, and Powx against Pow.
+// The tables of Pow (sampled rows by their rule), the companion against the exact power, and
+// Powx against Pow.
 #include <mpfr.h>
 
 #include <cmath>
@@ -14,38 +14,7 @@ namespace generated {
 
 namespace {
 
-using namespace special_cases;  // NOLINT
-
-template <class T>
-Element Powx(void (*f)(int, const T*, T, T*)) {
-  return [f](double a, double b) {
-    std::vector<T> x(kCount, T(1.5)), r(kCount);
-    x[kAt] = static_cast<T>(a);
-    f(kCount, x.data(), static_cast<T>(b), r.data());
-    return static_cast<double>(r[kAt]);
-  };
-}
-template <class T>
-Element PowxStrided(void (*f)(int, const T*, int, T, T*, int)) {
-  return [f](double a, double b) {
-    std::vector<T> x(2 * kCount, T(1.5)), r(2 * kCount);
-    x[2 * kAt] = static_cast<T>(a);
-    f(kCount, x.data(), 2, static_cast<T>(b), r.data(), 2);
-    return static_cast<double>(r[2 * kAt]);
-  };
-}
-
-const std::map<std::string, std::vector<Element>>& Entries() {
-  static const std::map<std::string, std::vector<Element>> entries = {
-      {"sPow", {Binary(_temsPow), BinaryStrided(_temsPowI)}},
-      {"dPow", {Binary(_temdPow), BinaryStrided(_temdPowI)}},
-      {"sPowr", {Binary(_temsPowr), BinaryStrided(_temsPowrI)}},
-      {"dPowr", {Binary(_temdPowr), BinaryStrided(_temdPowrI)}},
-      {"sPowx", {Powx(_temsPowx), PowxStrided(_temsPowxI)}},
-      {"dPowx", {Powx(_temdPowx), PowxStrided(_temdPowxI)}},
-  };
-  return entries;
-}
+using special_cases::SameValue;
 
 // Every ninth row of the logarithm table, recomputed: rc = floor(2^16 / m) / 2^16 for
 // m = 1 + i/256, and hi + lo = -log2(rc) to 2^-94 with hi on the grid of 2^-42.
@@ -109,97 +78,6 @@ TEST(PowTables, ReductionStagesFollowTheirRules) {
     }
   }
   mpfr_clears(exact, sum, static_cast<mpfr_ptr>(nullptr));
-}
-
-// The same matrix holds for Pow and for Powx on its general path.
-TEST(Pow, SpecialValues) {
-  for (const char* stem : {"Pow", "Powx"}) {
-    RunCases(Entries(), {
-        {"sd", stem, 0.0, -3.0, kInf, TEM_STATUS_ERRDOM},
-        {"sd", stem, -0.0, -3.0, -kInf, TEM_STATUS_ERRDOM},
-        {"sd", stem, -0.0, -4.0, kInf, TEM_STATUS_ERRDOM},
-        {"sd", stem, -0.0, 3.0, -0.0, 0},
-        {"sd", stem, -0.0, 0.25, 0.0, 0},
-        {"sd", stem, -8.0, 1.0 / 3, kNaN, TEM_STATUS_ERRDOM},
-        {"sd", stem, -8.0, 3.0, -512.0, 0},
-        {"sd", stem, -2.0, -8.0, 0x1p-8, 0},
-        {"sd", stem, 1.0, kNaN, 1.0, 0},
-        {"sd", stem, kNaN, 0.0, 1.0, 0},
-        {"sd", stem, kNaN, -0.0, 1.0, 0},
-        {"sd", stem, kNaN, 1.0, kNaN, 0},
-        {"sd", stem, 0.0, 0.0, 1.0, 0},
-        {"sd", stem, -1.0, kInf, 1.0, 0},
-        {"sd", stem, -1.0, -kInf, 1.0, 0},
-        {"sd", stem, 0.5, kInf, 0.0, 0},
-        {"sd", stem, -0.5, -kInf, kInf, 0},
-        {"sd", stem, 2.0, kInf, kInf, 0},
-        {"sd", stem, -2.0, -kInf, 0.0, 0},
-        {"sd", stem, -kInf, 3.0, -kInf, 0},
-        {"sd", stem, -kInf, -3.0, -0.0, 0},
-        {"sd", stem, -kInf, 4.0, kInf, 0},
-        {"sd", stem, kInf, -0.25, 0.0, 0},
-        {"sd", stem, 4.0, 0.5, 2.0, 0},
-        {"s", stem, 2.0, 128.0, kInf, TEM_STATUS_OVERFLOW},
-        {"s", stem, -2.0, 129.0, -kInf, TEM_STATUS_OVERFLOW},
-        {"s", stem, 2.0, -149.0, 0x1p-149, 0},
-        {"s", stem, 2.0, -200.0, 0.0, 0},
-        {"d", stem, 2.0, 1024.0, kInf, TEM_STATUS_OVERFLOW},
-        {"d", stem, -2.0, 1025.0, -kInf, TEM_STATUS_OVERFLOW},
-        {"d", stem, 2.0, -1074.0, 0x1p-1074, 0},
-        {"d", stem, 2.0, -2000.0, 0.0, 0},
-        {"d", stem, 0x1p-1074, 0.5, 0x1p-537, 0},
-        {"d", stem, 1.5, 0x1p-1074, 1.0, 0},
-    });
-  }
-}
-
-TEST(Pow, PowrSpecialValues) {
-  RunCases(Entries(), {
-      {"sd", "Powr", -8.0, 3.0, kNaN, TEM_STATUS_ERRDOM},
-      {"sd", "Powr", -kInf, 2.0, kNaN, TEM_STATUS_ERRDOM},
-      {"sd", "Powr", 1.0, kNaN, kNaN, 0},
-      {"sd", "Powr", kNaN, 0.0, kNaN, 0},
-      {"sd", "Powr", 0.0, 0.0, kNaN, 0},
-      {"sd", "Powr", -0.0, -0.0, kNaN, 0},
-      {"sd", "Powr", 0.0, kInf, 0.0, 0},
-      {"sd", "Powr", 0.0, -kInf, kInf, 0},
-      {"sd", "Powr", -0.0, -3.0, kInf, TEM_STATUS_ERRDOM},
-      {"sd", "Powr", -0.0, 3.0, 0.0, 0},
-      {"sd", "Powr", 1.0, kInf, kNaN, 0},
-      {"sd", "Powr", 1.0, -5.0, 1.0, 0},
-      {"sd", "Powr", kInf, 0.0, kNaN, 0},
-      {"sd", "Powr", kInf, -2.0, 0.0, 0},
-      {"sd", "Powr", 0.5, -kInf, kInf, 0},
-      {"sd", "Powr", 3.0, 0.0, 1.0, 0},
-      {"sd", "Powr", 4.0, 0.5, 2.0, 0},
-      {"s", "Powr", 2.0, 128.0, kInf, TEM_STATUS_OVERFLOW},
-      {"s", "Powr", 2.0, -140.0, 0x1p-140, TEM_STATUS_UNDERFLOW},
-      {"s", "Powr", 2.0, -160.0, 0.0, TEM_STATUS_UNDERFLOW},
-      {"d", "Powr", 2.0, 1024.0, kInf, TEM_STATUS_OVERFLOW},
-      {"d", "Powr", 2.0, -1074.0, 0x1p-1074, TEM_STATUS_UNDERFLOW},
-      {"d", "Powr", 2.0, -1080.0, 0.0, TEM_STATUS_UNDERFLOW},
-  });
-}
-
-// Exponents that Powx sends to another table or its own loops; the results are those of that
-// function, such as Inv(-0) and InvSqrt(0) with status 2 and Sqrt(-0) = -0.
-TEST(Pow, PowxShortcuts) {
-  RunCases(Entries(), {
-      {"sd", "Powx", -4.0, -1.0, -0.25, 0},
-      {"sd", "Powx", -0.0, -1.0, -kInf, TEM_STATUS_SING},
-      {"sd", "Powx", -0.0, 0.5, -0.0, 0},
-      {"sd", "Powx", -1.0, 0.5, kNaN, TEM_STATUS_ERRDOM},
-      {"sd", "Powx", 16.0, -0.5, 0.25, 0},
-      {"sd", "Powx", 0.0, -0.5, kInf, TEM_STATUS_SING},
-      {"sd", "Powx", kNaN, 0.0, 1.0, 0},
-      {"sd", "Powx", -0.0, 1.0, -0.0, 0},
-      {"sd", "Powx", -3.0, 2.0, 9.0, 0},
-      {"s", "Powx", 0x1p64, 2.0, kInf, TEM_STATUS_OVERFLOW},
-      {"d", "Powx", 1e200, 2.0, kInf, TEM_STATUS_OVERFLOW},
-      {"sd", "Powx", 4.0, 1.5, 8.0, 0},
-      {"sd", "Powx", -4.0, 1.5, kNaN, TEM_STATUS_ERRDOM},
-      {"sd", "Powx", -kInf, 1.5, kInf, 0},
-  });
 }
 
 // Inputs that reach the companion's reduction: x near 1 with a large y, subnormal x, and

@@ -71,24 +71,10 @@ ROWS_OF(d, double)
 template <class T>
 void CheckPairs() {
   using L = std::numeric_limits<T>;
-  const T specials[] = {T(0),
-                        -T(0),
-                        T(1),
-                        T(-1),
-                        T(2),
-                        T(-3.5),
-                        L::infinity(),
-                        -L::infinity(),
-                        L::quiet_NaN(),
-                        -L::quiet_NaN(),
-                        L::denorm_min(),
-                        -L::denorm_min(),
-                        L::min(),
-                        -L::min(),
-                        L::max(),
-                        -L::max(),
-                        T(1.5),
-                        T(-1.5)};
+  const T specials[] = {T(0),          -T(0),           T(1),          T(-1),      T(2),
+                        T(-3.5),       L::infinity(),   -L::infinity(), L::quiet_NaN(),
+                        -L::quiet_NaN(), L::denorm_min(), -L::denorm_min(), L::min(),
+                        -L::min(),     L::max(),        -L::max(),      T(1.5),     T(-1.5)};
   std::vector<T> a, b;
   for (T x : specials) {
     for (T y : specials) a.push_back(x), b.push_back(y);
