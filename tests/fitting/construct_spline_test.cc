@@ -10,20 +10,6 @@
 namespace fit_test {
 namespace {
 
-template <class T> struct Api;
-template <> struct Api<double> {
-  static constexpr auto linear = qor_df_kernel_dDFLinearSpline1D;
-  static constexpr auto quadratic = qor_df_kernel_dDFQuadraticSpline1D;
-  static constexpr auto default_cubic = qor_df_kernel_dDFDefaultCubicSpline1D;
-  static constexpr auto natural = qor_df_kernel_dDFNaturalCubicSpline1D;
-};
-template <> struct Api<float> {
-  static constexpr auto linear = qor_df_kernel_sDFLinearSpline1D;
-  static constexpr auto quadratic = qor_df_kernel_sDFQuadraticSpline1D;
-  static constexpr auto default_cubic = qor_df_kernel_sDFDefaultCubicSpline1D;
-  static constexpr auto natural = qor_df_kernel_sDFNaturalCubicSpline1D;
-};
-
 template <class T>
 class ConstructTest : public ::testing::Test {};
 using RealTypes = ::testing::Types<double, float>;
