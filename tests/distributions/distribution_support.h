@@ -1,11 +1,13 @@
 // Shared by the distribution tests: seeded streams, a scripted generator whose uniforms the
-// test chooses, and the goodness-of-fit checks (Kolmogorov-Smirnov, moments).
+// test chooses, the float/double dispatch, and the goodness-of-fit checks.
 #ifndef QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 #define QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 
 #include <stdint.h>
 
 #include <functional>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -13,6 +15,15 @@
 #include "qor/tem.h"
 
 namespace dist_test {
+
+using RealTypes = ::testing::Types<float, double>;
+
+// Calls the float or the double entry of a generator, as T says.
+template <class T, class S, class D, class... A>
+auto Call(S float_entry, D double_entry, A&&... args) {
+  if constexpr (std::is_same_v<T, double>) return double_entry(std::forward<A>(args)...);
+  else return float_entry(std::forward<A>(args)...);
+}
 
 // A stream of `brng` seeded with one word, deleted at the end of the scope.
 class TestStream {
@@ -28,9 +39,17 @@ class TestStream {
   void* stream_ = nullptr;
 };
 
+// n uniforms on [a, b) straight from an MT19937 stream.
+template <class T>
+std::vector<T> Uniforms(void* stream, int n, T a, T b) {
+  std::vector<T> u(n);
+  Call<T>(__rofsBRngMT19937, __rofdBRngMT19937, stream, n, u.data(), a, b);
+  return u;
+}
+
 // A generator whose number functions return a + (b - a) * u for the next values u of the
-// script (cycling), or `status` without writing when it is negative. The integer function
-// writes the script's values cut to 32 bits.
+// script (cycling), or `status` without writing when it is negative; the integer function
+// writes the values cut to 32 bits.
 struct Script {
   std::vector<double> uniforms;
   int status = ROF_STATUS_OK;
@@ -39,27 +58,23 @@ struct Script {
   long long calls = 0;  // number function calls, empty and failing ones included
 };
 Script& CurrentScript();
-// The family id of the scripted generator (registered on first use).
 int ScriptedBrng();
-// A stream of the scripted generator with the script set to `uniforms`.
 class ScriptedStream : public TestStream {
  public:
   explicit ScriptedStream(std::vector<double> uniforms, int status = ROF_STATUS_OK);
 };
 
-// The thread's mode and callback before a call, to compare with after it.
+// The thread's mode and callback, to compare before and after a call.
 struct ThreadFrame {
   unsigned int mode = qor_tem_kernel_GetMode();
   temErrorCallBack callback = qor_tem_kernel_GetErrorCallBack();
   bool operator==(const ThreadFrame& o) const { return mode == o.mode && callback == o.callback; }
 };
 
-// p-value of the one-sample Kolmogorov-Smirnov test of `sample` against `cdf` (Stephens'
-// small-sample correction of the asymptotic distribution).
+// p-value of the one-sample Kolmogorov-Smirnov test (Stephens' small-sample correction).
 double KolmogorovSmirnovPValue(std::vector<double> sample, const std::function<double(double)>& cdf);
 
-// Expects the sample mean and variance within `z` standard errors of the exact ones; the
-// variance's standard error needs the excess kurtosis.
+// Sample mean and variance within `z` standard errors of the exact ones.
 struct Moments {
   double mean;
   double variance;
@@ -67,13 +82,21 @@ struct Moments {
 };
 void ExpectMoments(const std::vector<double>& sample, const Moments& exact, double z = 5);
 
-// The deterministic threshold of every goodness-of-fit test.
 inline constexpr double kMinPValue = 1e-4;
 inline constexpr int kDraws = 1000000;
 
 template <class T>
 std::vector<double> Widened(const std::vector<T>& values) {
   return std::vector<double>(values.begin(), values.end());
+}
+
+// Expects a KS fit of `sample` to `cdf` and, when given, its moments.
+template <class T>
+void ExpectFit(const std::vector<T>& sample, const std::function<double(double)>& cdf,
+               const Moments* moments) {
+  const std::vector<double> x = Widened(sample);
+  EXPECT_GT(KolmogorovSmirnovPValue(x, cdf), kMinPValue);
+  if (moments != nullptr) ExpectMoments(x, *moments);
 }
 
 }  // namespace dist_test

@@ -1,5 +1,5 @@
-// Gamma generators: the fit to the gamma distribution in every regime, the exact exponential
-// regime, and the candidate that Marsaglia-Tsang carries in the stream between calls.
+// Gamma generators: the fit in every regime, the exact exponential regime, and the candidate
+// that Marsaglia-Tsang carries in the stream between calls.
 #include <gsl/gsl_cdf.h>
 #include <math.h>
 
@@ -12,20 +12,11 @@
 
 namespace {
 
-using dist_test::ScriptedStream;
-using dist_test::TestStream;
+using namespace dist_test;
 
-int Draw(int method, void* stream, int n, double* r, double alpha, double a, double beta) {
-  return _rofdRngGamma(method, stream, n, r, alpha, a, beta);
-}
-int Draw(int method, void* stream, int n, float* r, float alpha, float a, float beta) {
-  return _rofsRngGamma(method, stream, n, r, alpha, a, beta);
-}
-int Exponential(void* stream, int n, double* r) {
-  return _rofdRngExponential(0, stream, n, r, 0, 1);
-}
-int Exponential(void* stream, int n, float* r) {
-  return _rofsRngExponential(0, stream, n, r, 0, 1);
+template <class T>
+int Draw(int method, void* stream, int n, T* r, T alpha, T a, T beta) {
+  return Call<T>(_rofsRngGamma, _rofdRngGamma, method, stream, n, r, alpha, a, beta);
 }
 // The carried candidate (u, z) of a stream, or null.
 template <class T>
@@ -35,32 +26,27 @@ const T* Candidate(void* stream) {
 
 template <class T>
 class GammaTest : public ::testing::Test {};
-using Types = ::testing::Types<float, double>;
-TYPED_TEST_SUITE(GammaTest, Types);
-
-struct FitCase {
-  double alpha, a, beta;
-  bool heavy;  // the representative case, drawn kDraws times in the default run too
-};
+TYPED_TEST_SUITE(GammaTest, RealTypes);
 
 // Every regime and both sides of each boundary: two-branch (1e-3, 0.3), Weibull (0.6, 0.9),
 // exponential (1), Marsaglia-Tsang (2.5, 30, 1e3).
 TYPED_TEST(GammaTest, FitsTheGammaDistribution) {
   using T = TypeParam;
-  const FitCase cases[] = {{1e-3, 0, 1, false}, {0.3, -1, 2, false},  {0.6, 0, 1, false},
-                           {0.9, 2, 0.5, false}, {1, 1, 3, false},   {2.5, 0.5, 2, true},
-                           {30, -5, 0.25, false}, {1e3, 0, 1, false}};
-  for (const FitCase& c : cases) {
+  const struct {
+    double alpha, a, beta;
+    bool heavy;  // drawn kDraws times in the default run too
+  } cases[] = {{1e-3, 0, 1, false},   {0.3, -1, 2, false}, {0.6, 0, 1, false},
+               {0.9, 2, 0.5, false},  {1, 1, 3, false},    {2.5, 0.5, 2, true},
+               {30, -5, 0.25, false}, {1e3, 0, 1, false}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "alpha " << c.alpha);
-    const int n = dist_test::DrawsFor<T>(c.heavy);
+    const int n = DrawsFor<T>(c.heavy);
     TestStream s(ROF_BRNG_MT19937, 2024);
     std::vector<T> r(n);
     ASSERT_EQ(Draw(0, s, n, r.data(), T(c.alpha), T(c.a), T(c.beta)), ROF_STATUS_OK);
-    EXPECT_GT(dist_test::FitPValue(r, [&](double x) {
-                return gsl_cdf_gamma_P((x - c.a) / c.beta, c.alpha, 1);
-              }), dist_test::kMinPValue);
-    dist_test::ExpectMoments(dist_test::Widened(r),
-                             {c.a + c.alpha * c.beta, c.alpha * c.beta * c.beta, 6 / c.alpha});
+    EXPECT_GT(FitPValue(r, [&](double x) { return gsl_cdf_gamma_P((x - c.a) / c.beta, c.alpha, 1); }),
+              kMinPValue);
+    ExpectMoments(Widened(r), {c.a + c.alpha * c.beta, c.alpha * c.beta * c.beta, 6 / c.alpha});
   }
 }
 
@@ -71,27 +57,29 @@ TYPED_TEST(GammaTest, ShapeOneIsTheExponential) {
   TestStream s1, s2;
   std::vector<T> got(n), e(n);
   ASSERT_EQ(Draw(0, s1, n, got.data(), T(1), T(0.5), T(3)), ROF_STATUS_OK);
-  ASSERT_EQ(Exponential(s2, n, e.data()), ROF_STATUS_OK);
+  ASSERT_EQ(Call<T>(_rofsRngExponential, _rofdRngExponential, 0, s2, n, e.data(), T(0), T(1)), 0);
   for (int i = 0; i < n; ++i) ASSERT_EQ(got[i], e[i] * T(3) + T(0.5)) << i;
 }
 
 // Marsaglia-Tsang candidates come from groups of four uniforms: radius, acceptance, angle,
-// acceptance. A call for one value judges the sine candidate and carries the cosine one.
+// acceptance. A call for one value judges the sine candidate and carries the cosine one; a
+// failing call in between loses no candidate.
 TYPED_TEST(GammaTest, CandidatesAreBoxMullerPairsAndTheSecondIsCarried) {
   using T = TypeParam;
   const double w[4] = {0.3, 0.01, 0.2, 0.02};  // small acceptance uniforms pass the squeeze
   ScriptedStream s({w[0], w[1], w[2], w[3]});
   const T alpha = T(2.5);
-  T r[2];
+  T r[4];
   ASSERT_EQ(Draw(0, s, 1, r, alpha, T(0), T(1)), ROF_STATUS_OK);
-  EXPECT_EQ(dist_test::CurrentScript().drawn, 4);
+  EXPECT_EQ(CurrentScript().drawn, 4);
+  CurrentScript().status = ROF_STATUS_BAD_ARGS;
+  EXPECT_EQ(Draw(0, s, 3, r + 1, alpha, T(0), T(1)), ROF_STATUS_BAD_ARGS);
+  CurrentScript().status = ROF_STATUS_OK;
   ASSERT_EQ(Draw(0, s, 1, r + 1, alpha, T(0), T(1)), ROF_STATUS_OK);
-  EXPECT_EQ(dist_test::CurrentScript().drawn, 4) << "the second call uses the carried candidate";
-
-  const T radius = dist_test::Sqrt(std::vector<T>{T(-2) * dist_test::Ln(std::vector<T>{T(w[0])})[0]})[0];
+  EXPECT_EQ(CurrentScript().drawn, 4) << "the second call uses the carried candidate";
+  const T radius = Of(Sqrt<T>, T(-2) * Of(Ln<T>, T(w[0])));
   const T angle = T(w[2]) * (std::is_same_v<T, double> ? T(6.283185307179586) : T(6.2831855f));
-  const T z[2] = {radius * dist_test::Sin(std::vector<T>{angle})[0],
-                  radius * dist_test::Cos(std::vector<T>{angle})[0]};
+  const T z[2] = {radius * Of(Sin<T>, angle), radius * Of(Cos<T>, angle)};
   const T d = alpha - (std::is_same_v<T, double> ? T(0.3333333333333333) : T(0.33333334f));
   const T c = T(1 / sqrt(9.0 * alpha - 3));
   for (int i = 0; i < 2; ++i) {
@@ -100,14 +88,14 @@ TYPED_TEST(GammaTest, CandidatesAreBoxMullerPairsAndTheSecondIsCarried) {
   }
 }
 
-// However a run is cut into calls, it yields one sequence; a copied stream carries the
-// candidate along.
-TYPED_TEST(GammaTest, MarsagliaTsangSequenceDoesNotDependOnTheCuts) {
+// However a run is cut into calls it yields one sequence; a copied stream carries the candidate
+// along; other regimes leave the candidate alone and make no chunk.
+TYPED_TEST(GammaTest, CarriedCandidateKeepsOneSequence) {
   using T = TypeParam;
   const std::vector<std::vector<int>> cuts = {{1, 1, 1, 1, 1, 1, 1}, {3, 4, 5, 2, 1},
                                               {1023, 1, 1024, 1025}, {511, 512, 513, 2},
                                               {0, 2047, 1}};
-  for (const T alpha : {T(2.5), T(30)}) {
+  for (const T alpha : {T(2.5), T(30)})
     for (const std::vector<int>& cut : cuts) {
       int total = 0;
       for (int c : cut) total += c;
@@ -121,11 +109,18 @@ TYPED_TEST(GammaTest, MarsagliaTsangSequenceDoesNotDependOnTheCuts) {
       }
       EXPECT_EQ(got, expect) << "alpha " << alpha << ", " << cut.size() << " calls";
     }
-  }
   TestStream original;
-  T first;
-  ASSERT_EQ(Draw(0, original, 1, &first, T(2.5), T(0), T(1)), ROF_STATUS_OK);
-  ASSERT_GE(Candidate<T>(original)[0], T(0));
+  T r[64];
+  ASSERT_EQ(Draw(0, original, 1, r, T(2.5), T(0), T(1)), ROF_STATUS_OK);
+  const T* pair = Candidate<T>(original);
+  ASSERT_NE(pair, nullptr);
+  ASSERT_GE(pair[0], T(0));
+  const T kept[2] = {pair[0], pair[1]};
+  for (const T alpha : {T(0.3), T(0.7), T(1)}) {
+    ASSERT_EQ(Draw(0, original, 64, r, alpha, T(0), T(1)), ROF_STATUS_OK);
+    EXPECT_EQ(pair[0], kept[0]);
+    EXPECT_EQ(pair[1], kept[1]);
+  }
   void* copy = nullptr;
   ASSERT_EQ(__rofCopyStream(&copy, original), ROF_STATUS_OK);
   std::vector<T> a(7), b(7);
@@ -133,22 +128,6 @@ TYPED_TEST(GammaTest, MarsagliaTsangSequenceDoesNotDependOnTheCuts) {
   ASSERT_EQ(Draw(0, copy, 7, b.data(), T(2.5), T(0), T(1)), ROF_STATUS_OK);
   EXPECT_EQ(a, b);
   __rofDeleteStream(&copy);
-}
-
-TYPED_TEST(GammaTest, OtherRegimesLeaveTheCarriedCandidateAlone) {
-  using T = TypeParam;
-  TestStream s;
-  T r[64];
-  ASSERT_EQ(Draw(0, s, 1, r, T(2.5), T(0), T(1)), ROF_STATUS_OK);
-  const T* pair = Candidate<T>(s);
-  ASSERT_NE(pair, nullptr);
-  const T kept[2] = {pair[0], pair[1]};
-  ASSERT_GE(kept[0], T(0));
-  for (const T alpha : {T(0.3), T(0.7), T(1)}) {
-    ASSERT_EQ(Draw(0, s, 64, r, alpha, T(0), T(1)), ROF_STATUS_OK);
-    EXPECT_EQ(pair[0], kept[0]);
-    EXPECT_EQ(pair[1], kept[1]);
-  }
   TestStream fresh;
   ASSERT_EQ(Draw(0, fresh, 64, r, T(0.3), T(0), T(1)), ROF_STATUS_OK);
   EXPECT_EQ(Candidate<T>(fresh), nullptr) << "no chunk outside Marsaglia-Tsang";
@@ -164,31 +143,22 @@ TYPED_TEST(GammaTest, ChunkAllocationFailureGeneratesNothing) {
     EXPECT_EQ(Draw(0, s, 4, r, T(2.5), T(0), T(1)), ROF_STATUS_NO_MEMORY);
   }
   for (T x : r) EXPECT_EQ(x, T(-7));
-  T u[2], v[2];
-  if constexpr (std::is_same_v<T, double>) {
-    _rofdRngUniform(0, s, 2, u, 0, 1);
-    _rofdRngUniform(0, twin, 2, v, 0, 1);
-  } else {
-    _rofsRngUniform(0, s, 2, u, 0, 1);
-    _rofsRngUniform(0, twin, 2, v, 0, 1);
-  }
-  EXPECT_EQ(u[0], v[0]);
-  EXPECT_EQ(u[1], v[1]);
+  EXPECT_EQ(Uniforms<T>(s, 2, 0, 1), Uniforms<T>(twin, 2, 0, 1));
 }
 
 // Mode and callback come back on success and failure in every regime; a failing stream's
 // status is returned; the accurate bit clamps at a.
 TYPED_TEST(GammaTest, FrameStatusesAndTheAccurateClamp) {
   using T = TypeParam;
-  const dist_test::ThreadFrame before;
+  const ThreadFrame before;
   T r[16];
   for (const T alpha : {T(0.3), T(0.7), T(1), T(2.5)}) {
     ScriptedStream failing({0.5}, ROF_STATUS_BAD_ARGS);
     EXPECT_EQ(Draw(0, failing, 16, r, alpha, T(0), T(1)), ROF_STATUS_BAD_ARGS) << alpha;
-    EXPECT_TRUE(dist_test::ThreadFrame() == before) << alpha;
+    EXPECT_TRUE(ThreadFrame() == before) << alpha;
     TestStream s;
     ASSERT_EQ(Draw(ROF_ACCURATE_BIT, s, 16, r, alpha, T(2), T(-1)), ROF_STATUS_OK);
-    EXPECT_TRUE(dist_test::ThreadFrame() == before) << alpha;
+    EXPECT_TRUE(ThreadFrame() == before) << alpha;
     for (T x : r) EXPECT_EQ(x, T(2)) << alpha;
   }
 }

@@ -1,5 +1,5 @@
-// The transforms of the generators recomputed in a test through the exported kernels, in the
-// slot the generators use for bulk work: EP for double, LA for float.
+// The transforms of the generators recomputed through the exported kernels, in the slot the
+// generators use for bulk work: EP for double, LA for float.
 #ifndef QOR_TESTS_DISTRIBUTIONS_REFERENCE_KERNELS_H_
 #define QOR_TESTS_DISTRIBUTIONS_REFERENCE_KERNELS_H_
 
@@ -7,32 +7,23 @@
 #include <vector>
 
 #include "qor/tem.h"
+#include "tests/distributions/distribution_support.h"
 
 namespace dist_test {
 
-// Sets the thread's accuracy to the generators' bulk slot for the length of a scope.
-template <class T>
-class BulkAccuracy {
- public:
-  BulkAccuracy()
-      : mode_(qor_tem_kernel_SetMode((std::is_same_v<T, double> ? TEM_EP : TEM_LA) |
-                                     TEM_FTZDAZ_OFF | TEM_ERRMODE_IGNORE)) {}
-  ~BulkAccuracy() { qor_tem_kernel_SetMode(mode_); }
+template <class T, class S, class D, class... B>
+std::vector<T> InBulkSlot(S float_kernel, D double_kernel, std::vector<T> x, B... b) {
+  const unsigned int mode = qor_tem_kernel_SetMode(
+      (std::is_same_v<T, double> ? TEM_EP : TEM_LA) | TEM_FTZDAZ_OFF | TEM_ERRMODE_IGNORE);
+  Call<T>(float_kernel, double_kernel, static_cast<int>(x.size()), x.data(), b..., x.data());
+  qor_tem_kernel_SetMode(mode);
+  return x;
+}
 
- private:
-  unsigned int mode_;
-};
-
-#define DIST_TEST_UNARY(stem)                                                          \
-  inline std::vector<double> stem(std::vector<double> x) {                             \
-    BulkAccuracy<double> slot;                                                         \
-    _temd##stem(static_cast<int>(x.size()), x.data(), x.data());                       \
-    return x;                                                                          \
-  }                                                                                    \
-  inline std::vector<float> stem(std::vector<float> x) {                               \
-    BulkAccuracy<float> slot;                                                          \
-    _tems##stem(static_cast<int>(x.size()), x.data(), x.data());                       \
-    return x;                                                                          \
+#define DIST_TEST_UNARY(stem)                              \
+  template <class T>                                       \
+  std::vector<T> stem(std::vector<T> x) {                  \
+    return InBulkSlot(_tems##stem, _temd##stem, std::move(x)); \
   }
 DIST_TEST_UNARY(Ln)
 DIST_TEST_UNARY(Sqrt)
@@ -43,15 +34,15 @@ DIST_TEST_UNARY(Tan)
 DIST_TEST_UNARY(ErfInv)
 #undef DIST_TEST_UNARY
 
-inline std::vector<double> Powx(std::vector<double> x, double b) {
-  BulkAccuracy<double> slot;
-  _temdPowx(static_cast<int>(x.size()), x.data(), b, x.data());
-  return x;
+template <class T>
+std::vector<T> Powx(std::vector<T> x, T b) {
+  return InBulkSlot(_temsPowx, _temdPowx, std::move(x), b);
 }
-inline std::vector<float> Powx(std::vector<float> x, float b) {
-  BulkAccuracy<float> slot;
-  _temsPowx(static_cast<int>(x.size()), x.data(), b, x.data());
-  return x;
+
+// One value through a kernel: Of(Ln<T>, u).
+template <class T>
+T Of(std::vector<T> (*kernel)(std::vector<T>), T x) {
+  return kernel({x})[0];
 }
 
 }  // namespace dist_test

@@ -7,69 +7,52 @@
 
 namespace {
 
-using dist_test::ScriptedStream;
-using dist_test::TestStream;
+using namespace dist_test;
 
-TEST(UniformTest, RealUniformsAreTheGeneratorsOutput) {
+// Real uniforms are the generator's output; with scripted outputs below a, above b, at the ends
+// and NaN, only the accurate form clamps into [a, b].
+TEST(UniformTest, RealUniformsAreTheGeneratorsOutputClampedWhenAccurate) {
   TestStream s1, s2;
-  std::vector<double> d(1000), expect_d(1000);
+  std::vector<double> d(1000);
+  std::vector<float> f(1000);
   ASSERT_EQ(_rofdRngUniform(0, s1, 1000, d.data(), -2, 5), ROF_STATUS_OK);
-  ASSERT_EQ(__rofdBRngMT19937(s2, 1000, expect_d.data(), -2, 5), ROF_STATUS_OK);
-  EXPECT_EQ(d, expect_d);
-  std::vector<float> f(1000), expect_f(1000);
+  EXPECT_EQ(d, Uniforms<double>(s2, 1000, -2, 5));
   ASSERT_EQ(_rofsRngUniform(ROF_ACCURATE_BIT, s1, 1000, f.data(), 1, 3), ROF_STATUS_OK);
-  ASSERT_EQ(__rofsBRngMT19937(s2, 1000, expect_f.data(), 1, 3), ROF_STATUS_OK);
-  EXPECT_EQ(f, expect_f);
-}
+  EXPECT_EQ(f, Uniforms<float>(s2, 1000, 1, 3));
 
-// Generator outputs below a, above b, at the ends and NaN; only the accurate form clamps.
-TEST(UniformTest, AccurateBitClampsIntoTheClosedInterval) {
   const std::vector<double> u = {-0.5, 0.0, 0.25, 1.0, 1.5, NAN};
-  const double a = 2, b = 6;
   const std::vector<double> plain = {0, 2, 3, 6, 8, NAN}, clamped = {2, 2, 3, 6, 6, NAN};
   for (int method : {0, ROF_ACCURATE_BIT}) {
     const std::vector<double>& expect = method ? clamped : plain;
     ScriptedStream ds(u);
-    std::vector<double> d(u.size());
-    ASSERT_EQ(_rofdRngUniform(method, ds, 6, d.data(), a, b), ROF_STATUS_OK);
+    ASSERT_EQ(_rofdRngUniform(method, ds, 6, d.data(), 2, 6), ROF_STATUS_OK);
     ScriptedStream ss(u);
-    std::vector<float> f(u.size());
-    ASSERT_EQ(_rofsRngUniform(method, ss, 6, f.data(), a, b), ROF_STATUS_OK);
+    ASSERT_EQ(_rofsRngUniform(method, ss, 6, f.data(), 2, 6), ROF_STATUS_OK);
     for (size_t i = 0; i < u.size(); ++i) {
-      SCOPED_TRACE(i);
-      EXPECT_TRUE(d[i] == expect[i] || (isnan(d[i]) && isnan(expect[i]))) << d[i];
-      EXPECT_TRUE(f[i] == expect[i] || (isnan(f[i]) && isnan(expect[i]))) << f[i];
+      EXPECT_TRUE(d[i] == expect[i] || (isnan(d[i]) && isnan(expect[i]))) << i << " " << d[i];
+      EXPECT_TRUE(f[i] == expect[i] || (isnan(f[i]) && isnan(expect[i]))) << i << " " << f[i];
     }
   }
 }
 
+// Integers are the floors of the double uniforms, in blocks of 1024, nothing past n, and the
+// stream left where the double uniforms leave it.
 TEST(UniformTest, IntegersAreFlooredInBlocksOf1024) {
   for (int n : {1, 1023, 1024, 1025, 3000}) {
     SCOPED_TRACE(n);
     TestStream s1, s2;
     std::vector<int> r(n + 1, 12345);
     ASSERT_EQ(_rofiRngUniform(ROF_ACCURATE_BIT, s1, n, r.data(), -3, 3), ROF_STATUS_OK);
-    std::vector<double> u(n + 1);
-    ASSERT_EQ(__rofdBRngMT19937(s2, n, u.data(), -3, 3), ROF_STATUS_OK);
+    const std::vector<double> u = Uniforms<double>(s2, n, -3, 3);
     for (int i = 0; i < n; ++i) ASSERT_EQ(r[i], static_cast<int>(floor(u[i]))) << i;
     EXPECT_EQ(r[n], 12345) << "nothing past n";
-    // Both streams stand at the same place: the next values agree.
-    double next1, next2;
-    __rofdBRngMT19937(s1, 1, &next1, 0, 1);
-    __rofdBRngMT19937(s2, 1, &next2, 0, 1);
-    EXPECT_EQ(next1, next2);
+    EXPECT_EQ(Uniforms<double>(s1, 1, 0, 1), Uniforms<double>(s2, 1, 0, 1));
   }
-}
-
-TEST(UniformTest, IntegerFloorOfNegativeValuesAndOfWholeOnes) {
   ScriptedStream s({0.5 - 0.5 / 6, 2.0 / 6, 0.999999, 0.0, 1e9});
   int r[5];
   ASSERT_EQ(_rofiRngUniform(0, s, 5, r, -3, 3), ROF_STATUS_OK);
-  EXPECT_EQ(r[0], -1);  // -0.5
-  EXPECT_EQ(r[1], -1);  // -1.0 exactly
-  EXPECT_EQ(r[2], 2);
-  EXPECT_EQ(r[3], -3);
-  EXPECT_EQ(r[4], INT32_MIN) << "outside 32 bits: the integer-indefinite value";
+  // -0.5, -1.0 exactly, 2.99.., -3, and outside 32 bits the integer-indefinite value.
+  EXPECT_EQ(std::vector<int>(r, r + 5), (std::vector<int>{-1, -1, 2, -3, INT32_MIN}));
 }
 
 TEST(UniformTest, FailuresPassThroughAndZeroCountsDrawNothing) {
@@ -82,16 +65,16 @@ TEST(UniformTest, FailuresPassThroughAndZeroCountsDrawNothing) {
   EXPECT_EQ(_rofiRngUniform(0, s, 0, i.data(), 0, 1), ROF_STATUS_OK) << "no generator call";
 }
 
+// A 64-bit word is two 32-bit ones, the low half first.
 TEST(UniformBitsTest, DirectFamiliesGiveTheGeneratorsWords) {
   for (int brng : {int{ROF_BRNG_MT19937}, ROF_BRNG_MT2203 + 3}) {
     TestStream s1(brng), s2(brng);
     std::vector<uint32_t> words(2001), expect(2001);
     ASSERT_EQ(_rofiRngUniformBits32(0, s1, 1001, words.data()), ROF_STATUS_OK);
-    ASSERT_EQ(_rofiRngUniformBits64(0, s1, 500, reinterpret_cast<unsigned long long*>(
-                                                    words.data() + 1001)),
-              ROF_STATUS_OK);
+    ASSERT_EQ(_rofiRngUniformBits64(
+                  0, s1, 500, reinterpret_cast<unsigned long long*>(words.data() + 1001)), 0);
     ASSERT_EQ(_rofiRngUniformBits(0, s2, 2001, expect.data()), ROF_STATUS_OK);
-    EXPECT_EQ(words, expect) << "a 64-bit word is two 32-bit ones, the low half first";
+    EXPECT_EQ(words, expect);
   }
 }
 
@@ -114,7 +97,7 @@ TEST(UniformBitsTest, Mcg59WordsAreReducedToTheirTop32Bits) {
 }
 
 TEST(UniformBitsTest, UnsuitableFamiliesAreRefusedWithoutDrawing) {
-  TestStream mcg(ROF_BRNG_MCG31M1);
+  TestStream mcg(ROF_BRNG_MCG31M1), fresh(ROF_BRNG_MCG31M1);
   ScriptedStream user({1, 2, 3});
   for (void* stream : {mcg.get(), user.get()}) {
     uint32_t r32[4] = {};
@@ -122,9 +105,8 @@ TEST(UniformBitsTest, UnsuitableFamiliesAreRefusedWithoutDrawing) {
     EXPECT_EQ(_rofiRngUniformBits32(0, stream, 4, r32), ROF_STATUS_BRNG_UNSUITABLE);
     EXPECT_EQ(_rofiRngUniformBits64(0, stream, 4, r64), ROF_STATUS_BRNG_UNSUITABLE);
   }
-  EXPECT_EQ(dist_test::CurrentScript().drawn, 0);
+  EXPECT_EQ(CurrentScript().drawn, 0);
   uint32_t first, expect;
-  TestStream fresh(ROF_BRNG_MCG31M1);
   __rofiBRngMCG31M1(mcg, 1, &first);
   __rofiBRngMCG31M1(fresh, 1, &expect);
   EXPECT_EQ(first, expect) << "the refused stream did not move";

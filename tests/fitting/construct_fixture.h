@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fitting/task.h"
+#include "qor/df_spline.h"
 
 namespace fit_test {
 
@@ -89,6 +90,23 @@ long double Poly(const T* c, int order, long double t, int derivative = 0) {
   }
   return r;
 }
+
+// The double and float entries of construction and interpolation.
+template <class T> struct Api;
+template <> struct Api<double> {
+  static constexpr auto linear = qor_df_kernel_dDFLinearSpline1D;
+  static constexpr auto quadratic = qor_df_kernel_dDFQuadraticSpline1D;
+  static constexpr auto default_cubic = qor_df_kernel_dDFDefaultCubicSpline1D;
+  static constexpr auto natural = qor_df_kernel_dDFNaturalCubicSpline1D;
+  static constexpr auto interpolate = qor_df_kernel_dDFInterpolate1D;
+};
+template <> struct Api<float> {
+  static constexpr auto linear = qor_df_kernel_sDFLinearSpline1D;
+  static constexpr auto quadratic = qor_df_kernel_sDFQuadraticSpline1D;
+  static constexpr auto default_cubic = qor_df_kernel_sDFDefaultCubicSpline1D;
+  static constexpr auto natural = qor_df_kernel_sDFNaturalCubicSpline1D;
+  static constexpr auto interpolate = qor_df_kernel_sDFInterpolate1D;
+};
 
 template <class T> constexpr double kRelTol = sizeof(T) == 8 ? 1e-11 : 2e-3;
 

@@ -11,16 +11,6 @@
 namespace fit_test {
 namespace {
 
-template <class T> struct Api;
-template <> struct Api<double> {
-  static constexpr auto construct = qor_df_kernel_dDFQuadraticSpline1D;
-  static constexpr auto interpolate = qor_df_kernel_dDFInterpolate1D;
-};
-template <> struct Api<float> {
-  static constexpr auto construct = qor_df_kernel_sDFQuadraticSpline1D;
-  static constexpr auto interpolate = qor_df_kernel_sDFInterpolate1D;
-};
-
 // Where the knots come from: the middles of the cells (no ic), the caller's array, or the
 // worker's own layout, which ignores the array given with it.
 enum Layout { kMiddles, kGiven, kOwn };
@@ -70,7 +60,7 @@ void CheckDefiningProperties() {
         if (shape.nx == 2 && code == dfBcNotAKnot) continue;
         Knotted<T> p(shape, uint32_t(shape.nx + code), code, bc, layout);
         SCOPED_TRACE(::testing::Message() << "nx " << shape.nx << " bc " << code << " knots " << layout);
-        ASSERT_EQ(Api<T>::construct(&p.task, 0, 0, nullptr), 0);
+        ASSERT_EQ(Api<T>::quadratic(&p.task, 0, 0, nullptr), 0);
         const int64_t nx = shape.nx, end = nx - 1;
         for (int64_t k = 0; k < shape.ny; ++k) {
           for (int64_t j = 0; j < nx; ++j) EXPECT_EQ(p.C(k, j, 3)[0], p.Y(k, j)) << "piece " << j;
@@ -108,7 +98,7 @@ template <class T>
 void CheckInterpolation(Shape shape, Layout layout) {
   const T bc[2] = {T(0.5), T(2)};
   Knotted<T> p(shape, 7, dfBc1st2nd, bc, layout);
-  ASSERT_EQ(Api<T>::construct(&p.task, 0, 0, nullptr), 0);
+  ASSERT_EQ(Api<T>::quadratic(&p.task, 0, 0, nullptr), 0);
   const int64_t nx = shape.nx;
   std::vector<T> site = {T(p.at[0] - 0.5L), T(p.at[nx - 1] + 0.5L)};
   for (int64_t i = 0; i < nx; ++i) site.push_back(T(p.at[i]));

@@ -39,16 +39,6 @@ size_t Index(int64_t rhint, int64_t k, int64_t s, int64_t m, int64_t ny, int64_t
   }
 }
 
-template <class T> struct Api;
-template <> struct Api<double> {
-  static constexpr auto interpolate = qor_df_kernel_dDFInterpolate1D;
-  static constexpr auto natural = qor_df_kernel_dDFNaturalCubicSpline1D;
-};
-template <> struct Api<float> {
-  static constexpr auto interpolate = qor_df_kernel_sDFInterpolate1D;
-  static constexpr auto natural = qor_df_kernel_sDFNaturalCubicSpline1D;
-};
-
 template <class T>
 int Run(Problem<T>& p, int type, const std::vector<T>& s, const std::vector<int32_t>& dorder,
         std::vector<T>* r, int64_t rhint, void* cell = nullptr,

@@ -60,12 +60,11 @@ std::vector<int64_t> ReadCells(CellForm form, const std::vector<int64_t>& raw) {
 
 template <class T>
 std::vector<int64_t> Search(const df::SearchPlan<T>& plan, CellForm form,
-                            const std::vector<T>& sites, int* status = nullptr) {
+                            const std::vector<T>& sites) {
   std::vector<int64_t> raw(sites.size(), -7);
   int64_t cursor = 0;
-  const int result = df::SearchStretch(plan, form, static_cast<int64_t>(sites.size()),
-                                       sites.data(), &cursor, raw.data(), nullptr);
-  if (status != nullptr) *status = result;
+  EXPECT_EQ(df::SearchStretch(plan, form, static_cast<int64_t>(sites.size()), sites.data(),
+                              &cursor, raw.data(), nullptr), 0);
   return ReadCells(form, raw);
 }
 
@@ -76,69 +75,64 @@ int PoorEstimates(int64_t* n, const T*, int64_t* estimate, uint32_t*, void*, int
   return 0;
 }
 
+// A plan of `method` over nx breakpoints `x` (the two ends for the uniform methods).
+template <class T>
+df::SearchPlan<T> Plan(int method, int64_t nx, const T* x, T first, T last, bool ascending) {
+  df::SearchPlan<T> plan;
+  plan.method = method;
+  plan.nx = nx;
+  plan.x = x;
+  plan.step = (last - first) / static_cast<T>(nx - 1);
+  plan.callback = PoorEstimates<T>;
+  plan.ascending = ascending;
+  return plan;
+}
+
+// Every cell form gives the brute-force cells of the partition `x`.
+template <class T>
+void ExpectBruteForce(const df::SearchPlan<T>& plan, const std::vector<T>& x,
+                      const std::vector<T>& sites) {
+  for (CellForm form : {CellForm::k32, CellForm::k64, CellForm::k64Pack}) {
+    const std::vector<int64_t> cells = Search(plan, form, sites);
+    for (size_t i = 0; i < sites.size(); ++i)
+      ASSERT_EQ(cells[i], ReferenceCell(x, sites[i])) << "nx " << x.size() << " method "
+          << plan.method << " form " << int(form) << " site " << sites[i];
+  }
+}
+
 template <class T>
 class SearchTest : public ::testing::Test {};
 using RealTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(SearchTest, RealTypes);
 
+// The sorted and hybrid methods also run with the shortcuts of an ascending partition;
+// repeated breakpoints keep the partition ascending.
 TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
   using T = TypeParam;
   std::mt19937_64 rng(11);
-  // The sorted and hybrid methods also run with the shortcuts of an ascending partition.
   const std::pair<int, bool> methods[] = {
       {df::kQuasiUniformSearch, false}, {df::kSortedSearch, false}, {df::kSortedSearch, true},
       {df::kPeakSearch, false}, {df::kHybridSearch, false}, {df::kHybridSearch, true},
       {df::kUserDefSearch, false}};
   for (int64_t nx : {2, 3, 41, 42, 100, 101, 257, 5000}) {
     std::vector<T> x = RandomPartition<T>(nx, rng);
-    // Repeated breakpoints keep the partition ascending.
     if (nx > 100) std::copy(x.begin() + 50, x.begin() + 60, x.begin() + 60);
     std::sort(x.begin(), x.end());
-    std::vector<T> sites = AdversarialSites(x, rng);
+    const std::vector<T> sites = AdversarialSites(x, rng);
     for (auto [method, ascending] : methods) {
-      df::SearchPlan<T> plan;
-      plan.method = method;
-      plan.nx = nx;
-      plan.x = x.data();
-      plan.step = (x[nx - 1] - x[0]) / static_cast<T>(nx - 1);
-      plan.callback = PoorEstimates<T>;
-      plan.ascending = ascending;
       std::vector<T> s = sites;
       if (method == df::kSortedSearch) std::sort(s.begin(), s.end());
-      for (CellForm form : {CellForm::k32, CellForm::k64, CellForm::k64Pack}) {
-        const std::vector<int64_t> cells = Search(plan, form, s);
-        for (size_t i = 0; i < s.size(); ++i)
-          ASSERT_EQ(cells[i], ReferenceCell(x, s[i]))
-              << "nx " << nx << " method " << method << " form " << int(form) << " site "
-              << s[i];
-      }
+      ExpectBruteForce(Plan(method, nx, x.data(), x[0], x[nx - 1], ascending), x, s);
     }
   }
-}
-
-TYPED_TEST(SearchTest, UniformMethodsMatchTheBruteForceSearch) {
-  using T = TypeParam;
-  // Step 1/4 and sites on a 2^-6 grid: every subtraction and product is exact.
+  // Uniform methods, step 1/4 and sites on a 2^-6 grid: every subtraction and product is exact.
   for (int64_t nx : {2, 5, 333}) {
     const T ends[2] = {-3, static_cast<T>(-3 + 0.25 * (nx - 1))};
-    std::vector<T> x(nx);
+    std::vector<T> x(nx), sites = {static_cast<T>(1e30)};
     for (int64_t i = 0; i < nx; ++i) x[i] = static_cast<T>(-3 + 0.25 * i);
-    std::vector<T> sites;
-    for (int k = -200; k < 64 * 0.25 * nx + 200; k += 3) sites.push_back(static_cast<T>(-3 + k / 64.0));
-    sites.push_back(static_cast<T>(1e30));
-    for (int method : {df::kUniformSearch, df::kUniUserDefSearch}) {
-      df::SearchPlan<T> plan;
-      plan.method = method;
-      plan.nx = nx;
-      plan.x = ends;
-      plan.step = (ends[1] - ends[0]) / static_cast<T>(nx - 1);
-      plan.callback = PoorEstimates<T>;
-      for (CellForm form : {CellForm::k32, CellForm::k64, CellForm::k64Pack}) {
-        const std::vector<int64_t> cells = Search(plan, form, sites);
-        for (size_t i = 0; i < sites.size(); ++i)
-          ASSERT_EQ(cells[i], ReferenceCell(x, sites[i])) << nx << " " << sites[i];
-      }
-    }
+    for (int k = -200; k < 16 * nx + 200; k += 3) sites.push_back(static_cast<T>(-3 + k / 64.0));
+    for (int method : {df::kUniformSearch, df::kUniUserDefSearch})
+      ExpectBruteForce(Plan(method, nx, ends, ends[0], ends[1], false), x, sites);
   }
 }
 
@@ -148,11 +142,7 @@ TYPED_TEST(SearchTest, NaNSites) {
   using T = TypeParam;
   const T nan = std::numeric_limits<T>::quiet_NaN();
   const T ends[2] = {0, 10};
-  df::SearchPlan<T> uniform;
-  uniform.method = df::kUniformSearch;
-  uniform.nx = 11;
-  uniform.x = ends;
-  uniform.step = 1;
+  const df::SearchPlan<T> uniform = Plan(df::kUniformSearch, 11, ends, ends[0], ends[1], false);
   const std::vector<T> one_nan(5, nan);
   EXPECT_EQ(Search(uniform, CellForm::k64, one_nan)[0], std::numeric_limits<int64_t>::min() + 1);
   EXPECT_EQ(Search(uniform, CellForm::k64Pack, one_nan)[4], -2147483647);
@@ -160,10 +150,7 @@ TYPED_TEST(SearchTest, NaNSites) {
 
   std::vector<T> x(300);
   for (int i = 0; i < 300; ++i) x[i] = static_cast<T>(i);
-  df::SearchPlan<T> hybrid;
-  hybrid.method = df::kHybridSearch;
-  hybrid.x = x.data();
-  hybrid.nx = 50;
+  df::SearchPlan<T> hybrid = Plan(df::kHybridSearch, 50, x.data(), x[0], x[49], false);
   EXPECT_EQ(Search(hybrid, CellForm::k64, one_nan)[0], 0);
   hybrid.nx = 300;
   // NaN takes every lower half: lo 0, 150, 225, where hi - lo <= 100.
@@ -178,26 +165,21 @@ TYPED_TEST(SearchTest, NaNSites) {
 TYPED_TEST(SearchTest, CheckAscendingNeedsAnAscendingPartitionAndEnoughSites) {
   using T = TypeParam;
   const T nan = std::numeric_limits<T>::quiet_NaN();
-  struct Case {
+  const struct Case {
     std::vector<T> x;
     int method;
     int64_t nsite;
     bool ascending;
-  };
-  const std::vector<T> up(64, T(1));
-  const std::vector<Case> cases = {
-      {up, df::kHybridSearch, 2, true},
-      {up, df::kSortedSearch, 2, true},
-      {up, df::kHybridSearch, 1, false},
-      {up, df::kPeakSearch, 1000, false},
+  } cases[] = {
+      {std::vector<T>(64, T(1)), df::kHybridSearch, 2, true},
+      {std::vector<T>(64, T(1)), df::kSortedSearch, 2, true},
+      {std::vector<T>(64, T(1)), df::kHybridSearch, 1, false},
+      {std::vector<T>(64, T(1)), df::kPeakSearch, 1000, false},
       {{0, 2, 1, 3}, df::kHybridSearch, 1000, false},
       {{0, nan, 2, 3}, df::kSortedSearch, 1000, false},
   };
   for (const Case& c : cases) {
-    df::SearchPlan<T> plan;
-    plan.method = c.method;
-    plan.nx = static_cast<int64_t>(c.x.size());
-    plan.x = c.x.data();
+    df::SearchPlan<T> plan = Plan(c.method, int64_t(c.x.size()), c.x.data(), c.x[0], c.x[0], false);
     df::CheckAscending(&plan, c.nsite);
     EXPECT_EQ(plan.ascending, c.ascending) << c.method << " " << c.nsite << " " << c.x[1];
   }

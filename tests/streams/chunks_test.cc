@@ -89,28 +89,26 @@ TEST(ChunksTest, SharedKeyIsCountedAndFreedWithTheLastStream) {
   EXPECT_EQ(rof::SharedEntryCount(), 0);
 }
 
-TEST(ChunksTest, CopyChunksFailureClearsTheDestination) {
+// Allocations of a copy: the record, then per private chunk its data and its node, a node for
+// the shared one. Each failure leaves no chunk on the copy and the shared count as it was.
+TEST(ChunksTest, CopyWithoutMemoryLeavesNoChunks) {
   NoLeakScope scope;
-  void* source = NewMcgStream(1);
-  void* destination = NewMcgStream(2);
-  __rofAddChunk(source, 1, kKeyB, ChunkData(8, 1), 8);  // shared: a node only
-  for (uint32_t id : {2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(8, 0), 8);
-  const auto add_old_chunk = [&] { __rofAddChunk(destination, 7, nullptr, ChunkData(8, 7), 8); };
-  add_old_chunk();
+  void* source = NewMcgStream(5);
+  __rofAddChunk(source, 1, kKeyB, ChunkData(8, 1), 8);
+  for (uint32_t id : {2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(16, 0), 16);
+  void* copy = &copy;
   const int runs = alloc_control::ForEachFailure(
-      [&] { return __rofCopyChunks(destination, source); },
+      [&] { return __rofCopyStream(&copy, source); },
       [&](int status) {
         EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
-        EXPECT_EQ(__rofGetNumChunks(destination), 0) << "old chunks go too";
+        if (copy != nullptr) EXPECT_EQ(__rofGetNumChunks(copy), 0);
+        EXPECT_EQ(References(kKeyB), 1u);
       },
       [&] {
-        __rofDeleteChunks(destination);
-        add_old_chunk();
+        if (copy != nullptr) __rofDeleteStream(&copy);
       });
-  EXPECT_EQ(runs, 5);  // data and node of each private chunk, a node for the shared one
-  EXPECT_EQ(References(kKeyB), 1u);
+  EXPECT_EQ(runs, 6);
   __rofDeleteStream(&source);
-  __rofDeleteStream(&destination);
   EXPECT_EQ(References(kKeyB), 0u);
 }
 
@@ -118,9 +116,10 @@ TEST(ChunksTest, AddChunkWithoutMemoryKeepsTheList) {
   NoLeakScope scope;
   void* stream = NewMcgStream(1);
   void* data = ChunkData(4, 0);
-  alloc_control::FailAllocation(0);
-  EXPECT_EQ(__rofAddChunk(stream, 1, kKeyC, data, 4), ROF_STATUS_NO_MEMORY);
-  alloc_control::FailAllocation(-1);
+  {
+    alloc_control::ScopedFailure fail(0);
+    EXPECT_EQ(__rofAddChunk(stream, 1, kKeyC, data, 4), ROF_STATUS_NO_MEMORY);
+  }
   EXPECT_EQ(__rofGetNumChunks(stream), 0);
   EXPECT_EQ(References(kKeyC), 0u);
   qor_serv_deallocate(data);

@@ -90,25 +90,6 @@ TEST(LifecycleTest, CopyIsIndependentWithChunksReversed) {
   __rofDeleteStream(&copy);
 }
 
-// Allocations of a copy: the record, then per chunk its data and its node.
-TEST(LifecycleTest, CopyWithoutMemory) {
-  NoLeakScope scope;
-  void* source = NewMcgStream(5);
-  for (uint32_t id : {1u, 2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(16, 0), 16);
-  void* copy = &copy;
-  const int runs = alloc_control::ForEachFailure(
-      [&] { return __rofCopyStream(&copy, source); },
-      [&](int status) {
-        EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
-        if (copy != nullptr) EXPECT_EQ(__rofGetNumChunks(copy), 0);
-      },
-      [&] {
-        if (copy != nullptr) __rofDeleteStream(&copy);
-      });
-  EXPECT_EQ(runs, 7);
-  __rofDeleteStream(&source);
-}
-
 TEST(LifecycleTest, CopyStateTakesStateAndChunks) {
   NoLeakScope scope;
   void* source = NewMcgStream(11);

@@ -63,52 +63,42 @@ TEST(RegistryTest, LegacyRowsMirrorTheCurrentOnes) {
   }
 }
 
-TEST(RegistryTest, IdentifierDecoding) {
-  struct Case {
+// Identifiers decode into a table, row and sub-identifier; validity and properties follow.
+TEST(RegistryTest, IdentifierDecodingAndValidity) {
+  const struct {
     int id;
     const rofBrngProperties* table;
-    int row, sub_id;
+    int row, sub_id, status;
+  } cases[] = {
+      {0x100000, __RegBrngsNew, 0, 0, ROF_STATUS_OK},
+      {0x500007, __RegBrngsNew, 4, 7, ROF_STATUS_OK},
+      {0x500000 + 272, __RegBrngsNew, 4, 272, ROF_STATUS_OK},
+      {0x9FFFFF, __RegBrngsNew, 8, 0xFFFFF, ROF_STATUS_BAD_BRNG},
+      {0x1000000, __RegBrngsNew, 15, 0, ROF_STATUS_OK},
+      {0x1000000 + (0x100 << 20), __RegBrngsNew, 271, 0, ROF_STATUS_BAD_BRNG},
+      {0, __RegBrngs, 0, 0, ROF_STATUS_OK},
+      {3, __RegBrngs, 3, 0, ROF_STATUS_OK},
+      {4, __RegBrngs, 4, 0, ROF_STATUS_OK},
+      {276, __RegBrngs, 4, 272, ROF_STATUS_OK},
+      {277, __RegBrngs, 277, 0, ROF_STATUS_OK},
+      {280, __RegBrngs, 280, 0, ROF_STATUS_OK},
+      {281, __RegBrngs, 281, 0, ROF_STATUS_BAD_BRNG},
   };
-  const Case cases[] = {
-      {0x100000, __RegBrngsNew, 0, 0}, {0x500007, __RegBrngsNew, 4, 7},
-      {0x9FFFFF, __RegBrngsNew, 8, 0xFFFFF}, {0x1000000, __RegBrngsNew, 15, 0},
-      {0, __RegBrngs, 0, 0},           {3, __RegBrngs, 3, 0},
-      {4, __RegBrngs, 4, 0},           {276, __RegBrngs, 4, 272},
-      {277, __RegBrngs, 277, 0},       {280, __RegBrngs, 280, 0},
-      {-1, __RegBrngs, -1, 0},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     int row = -99, sub_id = -99;
     EXPECT_EQ(__rofGetBrngBaseOffset(c.id, &row, &sub_id), c.table) << c.id;
     EXPECT_EQ(row, c.row) << c.id;
     EXPECT_EQ(sub_id, c.sub_id) << c.id;
-  }
-}
-
-// The edges of each built-in family's sub-identifiers are in BuiltInRowsAndSubIdentifierCounts.
-TEST(RegistryTest, Validity) {
-  struct Case {
-    int id;
-    int status;
-  };
-  const Case cases[] = {
-      {0x500000 + 272, ROF_STATUS_OK}, {0x1000000 + (0x100 << 20), ROF_STATUS_BAD_BRNG},
-      {279, ROF_STATUS_OK},            {280, ROF_STATUS_OK},
-      {281, ROF_STATUS_BAD_BRNG},      {0xFFFFF, ROF_STATUS_BAD_BRNG},
-  };
-  for (const Case& c : cases) {
-    int row, sub_id;
-    const rofBrngProperties* table = __rofGetBrngBaseOffset(c.id, &row, &sub_id);
-    EXPECT_EQ(__rofIsBrngValid(table, row, sub_id), c.status) << c.id;
+    EXPECT_EQ(__rofIsBrngValid(c.table, row, sub_id), c.status) << c.id;
     rofBrngProperties out;
     memset(&out, 0x5A, sizeof out);
     const rofBrngProperties untouched = out;
     EXPECT_EQ(__rofGetBrngProperties(c.id, &out), c.status) << c.id;
-    if (c.status == ROF_STATUS_OK)
-      EXPECT_TRUE(SameRow(out, table[row])) << c.id;
-    else
-      EXPECT_TRUE(SameRow(out, untouched)) << c.id;
+    EXPECT_TRUE(SameRow(out, c.status == ROF_STATUS_OK ? c.table[row] : untouched)) << c.id;
   }
+  int row, sub_id;  // a negative identifier takes the legacy path, unchecked
+  EXPECT_EQ(__rofGetBrngBaseOffset(-1, &row, &sub_id), __RegBrngs);
+  EXPECT_EQ(row, -1);
 }
 
 // That they make no streams is in LifecycleTest.NewStreamRefusalsLeaveTheHandle.
