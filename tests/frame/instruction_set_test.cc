@@ -123,7 +123,9 @@ bool MnemonicAllowed(const std::string& mnemonic) {
 std::string Violation(std::string text) {
   static const std::regex rex(R"(^rex(\.[WRXB]+)?$)"), forbidden(
       R"(%ymm|%zmm|%k[0-7]\b|%tmm|%bnd|%xmm(1[6-9]|2[0-9]|3[01])\b|%mm[0-7]\b|\{)");
-  text = std::regex_replace(text.substr(0, text.find('#')), std::regex("<[^>]*>"), "");
+  text.erase(std::min(text.find('#'), text.size()));  // objdump's comment
+  for (size_t open; (open = text.find('<')) != std::string::npos;)  // symbolic targets
+    text.erase(open, text.find('>', open) - open + 1);
   const std::vector<std::string> words = qor_abi::SplitWords(text);
   size_t i = 0;
   while (i < words.size() && (kPrefixes.count(words[i]) || std::regex_match(words[i], rex))) ++i;
