@@ -137,7 +137,7 @@ TEST(PrintTest, MessagesTheirArgumentsAndCounts) {
     const int count = args == kNone ? 0 : args == kName ? 1 : 2;
     const auto [result, line] = print(number, count, args);
     EXPECT_EQ(result, int(line.size())) << number;
-    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << number << line;
+    ASSERT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << number << line;
     EXPECT_EQ(line.back(), '\n') << number;
     EXPECT_EQ(line.find('%'), std::string::npos) << line;
     if (args == kName || args == kNameIndex)
