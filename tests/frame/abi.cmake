@@ -9,8 +9,7 @@ add_executable(abi_tests
   function_list_test.cc
   exports_test.cc
   stubs_test.cc
-  instruction_set_test.cc
-  imports_test.cc)
+  instruction_set_test.cc)
 target_include_directories(abi_tests PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(abi_tests PRIVATE qor GTest::gtest_main ${CMAKE_DL_LIBS})
 target_compile_definitions(abi_tests PRIVATE

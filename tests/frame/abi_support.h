@@ -9,8 +9,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/wait.h>
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <sstream>
@@ -128,40 +128,24 @@ inline const std::vector<std::string>& NonVectorDataExports() {
   return names;
 }
 
-// ------------------------------------------------------------------------------------------
-// The function list.
-// ------------------------------------------------------------------------------------------
-
 #define QOR_ABI_STR(x) QOR_ABI_STR_(x)
 #define QOR_ABI_STR_(x) #x
 
-// One TEM_FN row, its fields as written in functions.def.
+// One TEM_FN row of functions.def, its fields as written there.
 struct Row {
-  std::string type;     // s, d, c, z
-  std::string stem;     // Abs, PackI, ...
-  std::string variant;  // C, I
-  std::string args;     // A_R, ...
-  std::string form;     // VEC, LOOP, NONE
-  std::string ctab;     // CT_ONE, CT_SCALED, CT_EXACT, CT_THREE
-  std::string slots;    // SAME, THREE, SHARED02
-  std::string error_name;
+  std::string type, stem, variant, args, form, ctab, slots, error_name;
   int have;
   std::string macro_name;  // TEM_FULL_NAME(type, stem, variant), as the library expands it
 
-  // The function name, built here without the library's macros: type + stem, plus "I" for
-  // the strided variant.
+  // type + stem, plus "I" for the strided variant, built without the library's macros.
   std::string Name() const { return type + stem + (variant == "I" ? "I" : ""); }
-  bool Present() const { return have == 1; }
 };
 
-// All rows in table order.
 inline const std::vector<Row>& Rows() {
   static const std::vector<Row> rows = {
-// clang-format off
-#define TEM_FN(t, stem, var, args, form, ctab, slots, name, have)                  \
-  Row{#t, #stem, #var, #args, #form, #ctab, #slots, name, have,                    \
+#define TEM_FN(t, stem, var, args, form, ctab, slots, name, have) \
+  Row{#t, #stem, #var, #args, #form, #ctab, #slots, name, have,    \
       QOR_ABI_STR(TEM_FULL_NAME(t, stem, var))},
-// clang-format on
 #include "frame/functions.def"
 #undef TEM_FN
   };
@@ -171,43 +155,26 @@ inline const std::vector<Row>& Rows() {
 inline std::vector<Row> PresentRows() {
   std::vector<Row> present;
   for (const Row& row : Rows())
-    if (row.Present()) present.push_back(row);
+    if (row.have == 1) present.push_back(row);
   return present;
 }
 
-// Stub suffixes of slot 0 and slot 2: _21 and _11 for s and c, _50 and _26 for d and z.
-inline std::string SlotZeroSuffix(const std::string& type) {
-  return (type == "s" || type == "c") ? "_21" : "_50";
-}
-inline std::string SlotTwoSuffix(const std::string& type) {
-  return (type == "s" || type == "c") ? "_11" : "_26";
-}
-
-// The names a present function owes the user.
+// The names a present function owes the user: stubs through slot 0 (_21 for s and c, _50 for
+// d and z), slot 1 (_tem<f> and its alias _HA) and slot 2 (_11 or _26), and its two tables.
 struct FunctionNames {
-  std::string stub0;     // _tem<f>_21 or _tem<f>_50, through slot 0
-  std::string stub1;     // _tem<f>, through slot 1
-  std::string stub1_ha;  // _tem<f>_HA, the same stub as _tem<f>
-  std::string stub2;     // _tem<f>_11 or _tem<f>_26, through slot 2
-  std::string ttab;      // qor_tem_kernel_<f>_ttab
-  std::string ctab;      // qor_tem_kernel_<f>_ctab
-
+  std::string stub0, stub1, stub1_ha, stub2, ttab, ctab;
   std::vector<std::string> Stubs() const { return {stub0, stub1, stub1_ha, stub2}; }
   std::vector<std::string> All() const { return {stub0, stub1, stub1_ha, stub2, ttab, ctab}; }
-  // The stub that jumps through the given slot.
   const std::string& StubOfSlot(int slot) const {
     return slot == 0 ? stub0 : slot == 1 ? stub1 : stub2;
   }
 };
 
 inline FunctionNames NamesOf(const Row& row) {
-  const std::string f = row.Name();
-  return FunctionNames{"_tem" + f + SlotZeroSuffix(row.type),
-                       "_tem" + f,
-                       "_tem" + f + "_HA",
-                       "_tem" + f + SlotTwoSuffix(row.type),
-                       "qor_tem_kernel_" + f + "_ttab",
-                       "qor_tem_kernel_" + f + "_ctab"};
+  const std::string f = "_tem" + row.Name(), table = "qor_tem_kernel_" + row.Name();
+  const bool single = row.type == "s" || row.type == "c";
+  return {f + (single ? "_21" : "_50"), f, f + "_HA", f + (single ? "_11" : "_26"),
+          table + "_ttab", table + "_ctab"};
 }
 
 // The three _ctab floats of a ctab group, as decimal values.
@@ -225,58 +192,26 @@ inline uint32_t FloatBits(float value) {
   return bits;
 }
 
-// ------------------------------------------------------------------------------------------
-// Running tools.
-// ------------------------------------------------------------------------------------------
-
-struct ToolResult {
-  int status = -1;     // exit status, -1 when the command could not run or was killed
-  std::string output;  // standard output only
-};
-
-inline std::string ShellQuote(const std::string& text) {
-  std::string quoted = "'";
-  for (char c : text) {
-    if (c == '\'')
-      quoted += "'\\''";
-    else
-      quoted += c;
-  }
-  return quoted + "'";
-}
-
-// Runs a shell command and captures its standard output.
-inline ToolResult RunCommand(const std::string& command) {
-  ToolResult result;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return result;
+// Runs `tool options 'file'` and returns its standard output split into lines; *ok is false
+// when it does not exit with 0.
+inline std::vector<std::string> ToolLines(const std::string& tool, const std::string& options,
+                                          const std::string& file, bool* ok) {
+  FILE* pipe = popen((tool + " " + options + " '" + file + "'").c_str(), "r");
+  std::string output;
   char buffer[65536];
-  size_t count;
-  while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) result.output.append(buffer, count);
-  int status = pclose(pipe);
-  result.status = (status != -1 && WIFEXITED(status)) ? WEXITSTATUS(status) : -1;
-  return result;
-}
-
-// Runs a tool on one file: RunTool(QOR_ABI_READELF, "--dyn-syms -W", path).
-inline ToolResult RunTool(const std::string& tool, const std::string& options,
-                          const std::string& file) {
-  return RunCommand(ShellQuote(tool) + " " + options + " " + ShellQuote(file));
-}
-
-inline std::vector<std::string> SplitLines(const std::string& text) {
+  for (size_t count; pipe && (count = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+    output.append(buffer, count);
+  *ok = pipe != nullptr && pclose(pipe) == 0;
   std::vector<std::string> lines;
-  std::istringstream stream(text);
-  std::string line;
-  while (std::getline(stream, line)) lines.push_back(line);
+  std::istringstream stream(output);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
 }
 
 inline std::vector<std::string> SplitWords(const std::string& text) {
   std::vector<std::string> words;
   std::istringstream stream(text);
-  std::string word;
-  while (stream >> word) words.push_back(word);
+  for (std::string word; stream >> word;) words.push_back(word);
   return words;
 }
 
@@ -289,17 +224,10 @@ inline bool EndsWith(const std::string& text, const std::string& suffix) {
          text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-// ------------------------------------------------------------------------------------------
-// ELF listings (readelf).
-// ------------------------------------------------------------------------------------------
-
 // One .dynsym entry as readelf --dyn-syms -W prints it.
 struct DynamicSymbol {
-  uint64_t value = 0;
-  uint64_t size = 0;
-  std::string type;     // FUNC, OBJECT, NOTYPE, ...
-  std::string binding;  // GLOBAL, WEAK, LOCAL, UNIQUE
-  std::string visibility;
+  uint64_t value = 0, size = 0;
+  std::string type, binding, visibility;
   std::string section;  // UND, ABS or a section index
   std::string name;     // without version
   std::string version;  // after @ or @@, empty when unversioned
@@ -312,66 +240,37 @@ struct DynamicSymbol {
   }
 };
 
-// Parses readelf --dyn-syms -W output; *ok is false when the listing does not parse.
-inline std::vector<DynamicSymbol> ParseDynamicSymbols(const std::string& listing, bool* ok) {
+// The dynamic symbols of a file; an empty list when readelf fails or prints none.
+inline std::vector<DynamicSymbol> DynamicSymbols(const std::string& path) {
+  bool ok;
   std::vector<DynamicSymbol> symbols;
-  *ok = false;
-  bool header_seen = false;
-  for (const std::string& line : SplitLines(listing)) {
-    if (line.find("Symbol table '.dynsym'") != std::string::npos) header_seen = true;
+  for (const std::string& line : ToolLines(QOR_ABI_READELF, "--dyn-syms -W", path, &ok)) {
     std::vector<std::string> words = SplitWords(line);
-    if (words.size() < 7 || words[0].empty() || words[0].back() != ':') continue;
-    if (words[0] == "Num:") continue;
+    if (words.size() < 7 || words[0].back() != ':' || words[0] == "Num:") continue;
     DynamicSymbol symbol;
-    char* end = nullptr;
-    symbol.value = strtoull(words[1].c_str(), &end, 16);
-    if (*end != '\0') return symbols;
-    symbol.size = strtoull(words[2].c_str(), &end, 0);  // decimal, or 0x... when large
-    if (*end != '\0') return symbols;
+    symbol.value = strtoull(words[1].c_str(), nullptr, 16);
+    symbol.size = strtoull(words[2].c_str(), nullptr, 0);  // decimal, or 0x... when large
     symbol.type = words[3];
     symbol.binding = words[4];
     symbol.visibility = words[5];
-    // Non-visibility st_other bits are printed in brackets after the visibility.
-    size_t next = 6;
-    while (next < words.size() && words[next].front() == '[') {
-      while (next < words.size() && words[next].back() != ']') ++next;
-      ++next;
-    }
-    if (next >= words.size()) return symbols;
+    size_t next = 6;  // st_other bits beyond the visibility are printed in brackets
+    while (next < words.size() && words[next].front() == '[')
+      while (next < words.size() && words[next++].back() != ']') {
+      }
+    if (next >= words.size()) return {};
     symbol.section = words[next++];
     if (next < words.size()) {
-      std::string full = words[next];
-      size_t at = full.find('@');
+      const std::string& full = words[next];
+      const size_t at = full.find('@');
       symbol.name = full.substr(0, at);
-      if (at != std::string::npos) {
-        size_t start = at + 1;
-        if (start < full.size() && full[start] == '@') ++start;
-        symbol.version = full.substr(start);
-      }
+      if (at != std::string::npos)
+        symbol.version = full.substr(std::min(full.find_first_not_of('@', at), full.size()));
     }
     symbols.push_back(symbol);
   }
-  *ok = header_seen;
-  return symbols;
+  return ok ? symbols : std::vector<DynamicSymbol>{};
 }
 
-// The dynamic symbols of a file, or an empty list with *error set.
-inline std::vector<DynamicSymbol> DynamicSymbols(const std::string& path, std::string* error) {
-  ToolResult result = RunTool(QOR_ABI_READELF, "--dyn-syms -W", path);
-  if (result.status != 0) {
-    *error = "readelf --dyn-syms failed on " + path;
-    return {};
-  }
-  bool ok = false;
-  std::vector<DynamicSymbol> symbols = ParseDynamicSymbols(result.output, &ok);
-  if (!ok || symbols.empty()) {
-    *error = "cannot parse the readelf --dyn-syms listing of " + path;
-    return {};
-  }
-  return symbols;
-}
-
-// Names of the exported (defined, visible) dynamic symbols of a file.
 inline std::set<std::string> ExportedNames(const std::vector<DynamicSymbol>& symbols) {
   std::set<std::string> names;
   for (const DynamicSymbol& symbol : symbols)
@@ -380,70 +279,20 @@ inline std::set<std::string> ExportedNames(const std::vector<DynamicSymbol>& sym
 }
 
 // Entries of the dynamic section with the given tag (NEEDED, SONAME, ...): the text in [ ].
-inline std::vector<std::string> DynamicEntries(const std::string& path, const std::string& tag,
-                                               std::string* error) {
-  ToolResult result = RunTool(QOR_ABI_READELF, "-d -W", path);
-  if (result.status != 0) {
-    *error = "readelf -d failed on " + path;
-    return {};
-  }
+inline std::vector<std::string> DynamicEntries(const std::string& path, const std::string& tag) {
+  bool ok;
   std::vector<std::string> entries;
-  for (const std::string& line : SplitLines(result.output)) {
-    if (line.find("(" + tag + ")") == std::string::npos) continue;
-    size_t open = line.find('[');
-    size_t close = line.rfind(']');
-    if (open != std::string::npos && close != std::string::npos && close > open)
+  for (const std::string& line : ToolLines(QOR_ABI_READELF, "-d -W", path, &ok)) {
+    const size_t open = line.find('['), close = line.rfind(']');
+    if (line.find("(" + tag + ")") != std::string::npos && open < close)
       entries.push_back(line.substr(open + 1, close - open - 1));
   }
   return entries;
 }
 
-// A section of the file, from readelf -S -W.
-struct Section {
-  std::string name;
-  uint64_t address = 0;
-  uint64_t size = 0;
-  std::string flags;
-};
-
-inline std::vector<Section> Sections(const std::string& path, std::string* error) {
-  ToolResult result = RunTool(QOR_ABI_READELF, "-S -W", path);
-  if (result.status != 0) {
-    *error = "readelf -S failed on " + path;
-    return {};
-  }
-  std::vector<Section> sections;
-  for (const std::string& line : SplitLines(result.output)) {
-    size_t open = line.find('[');
-    size_t close = line.find(']');
-    if (open == std::string::npos || close == std::string::npos || close < open) continue;
-    if (line.find("Nr]") != std::string::npos) continue;
-    // Name Type Address Off Size ES [Flg] Lk Inf Al; the flags column may be empty.
-    std::vector<std::string> words = SplitWords(line.substr(close + 1));
-    if (words.size() < 9) continue;
-    Section section;
-    section.name = words[0];
-    section.address = strtoull(words[2].c_str(), nullptr, 16);
-    section.size = strtoull(words[4].c_str(), nullptr, 16);
-    section.flags = words.size() >= 10 ? words[6] : "";
-    sections.push_back(section);
-  }
-  if (sections.empty()) *error = "cannot parse the readelf -S listing of " + path;
-  return sections;
-}
-
-// ------------------------------------------------------------------------------------------
-// The library as loaded.
-// ------------------------------------------------------------------------------------------
-
-// libqor.so opened by the path of the built file (the same object the test links to).
-inline void* LibqorHandle() {
-  static void* handle = dlopen(QOR_ABI_LIBQOR, RTLD_NOW | RTLD_LOCAL);
-  return handle;
-}
-
+// An exported name of libqor.so as loaded, opened by the path of the built file.
 inline const unsigned char* LibqorAddress(const std::string& name) {
-  void* handle = LibqorHandle();
+  static void* handle = dlopen(QOR_ABI_LIBQOR, RTLD_NOW | RTLD_LOCAL);
   return handle == nullptr ? nullptr
                            : static_cast<const unsigned char*>(dlsym(handle, name.c_str()));
 }

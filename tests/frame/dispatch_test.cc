@@ -2,6 +2,7 @@
 // name cut, strided reads, write-back and the trap path.
 #include <errno.h>
 #include <signal.h>
+#include <sys/wait.h>
 
 #include <cmath>
 #include <string>
@@ -14,13 +15,12 @@
 
 namespace {
 
-// What the callback saw, and what it does.
+// What the callback saw, and what it does: returns `result`, replaces Res1 and Res2 when given.
 struct CallbackScript {
   int calls = 0;
   temErrorContext seen{};
   int result = 0;
-  double new_res1 = NAN;
-  double new_res2 = NAN;
+  double new_res1 = NAN, new_res2 = NAN;
 };
 thread_local CallbackScript* g_script = nullptr;
 
@@ -32,8 +32,8 @@ int ScriptedCallback(temErrorContext* context) {
   return g_script->result;
 }
 
-// Runs `body` on a fresh thread with `mode` set and the scripted callback installed; the mode
-// is set after the callback, so that its error field is exactly the one asked for.
+// Runs `body` on a fresh thread with the scripted callback installed, then `mode` set, so that
+// the error field is exactly the one asked for.
 template <class F>
 void WithMode(uint32_t mode, CallbackScript& script, F body) {
   OnFreshThread([&] {
@@ -44,101 +44,83 @@ void WithMode(uint32_t mode, CallbackScript& script, F body) {
   });
 }
 
-uint16_t X87Status() {
-  uint16_t status;
-  __asm__ volatile("fnstsw %0" : "=m"(status));
-  return status;
-}
-
 TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
-  constexpr int kUntouched = 12345;
   const struct {
     uint32_t mode;
     bool status_set, callback_runs;
     int err;
   } cases[] = {
-      {0x2002, false, false, kUntouched},  // no error handling: nothing is touched
-      {0x0102, true, false, kUntouched},   // ignore: status only
-      {0x1102, true, true, kUntouched},    // ignore with callback is not the ignore field
-      {0x1002, true, true, kUntouched},    // callback only: no default reactions
-      {0x2202, true, false, ERANGE},       // 0x2200 is not the no-error field: status and errno
+      {0x2002, false, false, 12345},  // no error handling: nothing is touched
+      {0x0102, true, false, 12345},   // ignore: status only
+      {0x1102, true, true, 12345},    // ignore with callback is not the ignore field
+      {0x1002, true, true, 12345},    // callback only: no default reactions
+      {0x2202, true, false, ERANGE},  // 0x2200 is not the no-error field: status and errno
       {0x0202, true, false, ERANGE},
   };
   for (const auto& c : cases) {
     CallbackScript script;
-    int status = -100, err = 0;
+    int status = -100, err = 0, calls = 0;
     double a[1] = {2}, r[1] = {5};
     WithMode(c.mode, script, [&] {
       _temSetErrStatus(-100);
-      errno = kUntouched;
+      errno = 12345;
       tem::temErrorD(TEM_STATUS_OVERFLOW, 0, a, a, r, r, "vdExp");
       status = _temGetErrStatus();
       err = errno;
+      calls = script.calls;
+      // The status holds the last code, not an accumulation.
+      if (c.status_set) {
+        tem::temErrorD(TEM_STATUS_OK, 0, a, a, r, r, "vdExp");
+        EXPECT_EQ(_temGetErrStatus(), TEM_STATUS_OK);
+      }
     });
     EXPECT_EQ(status, c.status_set ? TEM_STATUS_OVERFLOW : -100) << std::hex << c.mode;
-    EXPECT_EQ(script.calls, c.callback_runs ? 1 : 0) << std::hex << c.mode;
+    EXPECT_EQ(calls, c.callback_runs ? 1 : 0) << std::hex << c.mode;
     EXPECT_EQ(err, c.err) << std::hex << c.mode;
   }
 }
 
-TEST(DispatchTest, StatusHoldsTheLastCodeNotAnAccumulation) {
-  CallbackScript script;
-  WithMode(0x0102, script, [] {
-    double a = 1, r = 1;
-    tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, "vdExp");
-    tem::temErrorD(TEM_STATUS_ERRDOM, 0, &a, &a, &r, &r, "vdExp");
-    EXPECT_EQ(_temGetErrStatus(), TEM_STATUS_ERRDOM);
-    tem::temErrorD(TEM_STATUS_OK, 0, &a, &a, &r, &r, "vdExp");
-    EXPECT_EQ(_temGetErrStatus(), TEM_STATUS_OK);
-  });
-}
-
-TEST(DispatchTest, CallbackSeesTheElementAndOneResultKeepsRes1) {
+// The callback sees the element; with one result Res2 is written first and Res1 over it, with
+// two each goes to its array.
+TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   CallbackScript script;
   script.new_res1 = 7;
   script.new_res2 = 9;
-  const float a[4] = {1.5f, 2.5f, 3.5f, 4.5f};
-  const float b[4] = {-1, -2, -3, -4};
+  const float a[4] = {1.5f, 2.5f, 3.5f, 4.5f}, b[4] = {-1, -2, -3, -4};
   float r[4] = {10, 20, 30, 40};
   WithMode(0x1002, script, [&] { tem::temErrorS(TEM_STATUS_ERRDOM, 2, a, b, r, r, "vsPow"); });
-  EXPECT_EQ(script.seen.Code, TEM_STATUS_ERRDOM);
-  EXPECT_EQ(script.seen.Index, 2);
-  EXPECT_EQ(script.seen.Arg1, 3.5);
-  EXPECT_EQ(script.seen.Arg2, -3);
-  EXPECT_EQ(script.seen.Res1, 30);
-  EXPECT_EQ(script.seen.Res2, 30);
-  EXPECT_STREQ(script.seen.FuncName, "vsPow");
-  EXPECT_EQ(script.seen.FuncNameLen, 5);
-  // Res2 is written first, then Res1 over it.
+  const temErrorContext& seen = script.seen;
+  EXPECT_EQ(seen.Code, TEM_STATUS_ERRDOM);
+  EXPECT_EQ(seen.Index, 2);
+  EXPECT_EQ(seen.Arg1, 3.5);
+  EXPECT_EQ(seen.Arg2, -3);
+  EXPECT_EQ(seen.Res1, 30);
+  EXPECT_EQ(seen.Res2, 30);
+  EXPECT_STREQ(seen.FuncName, "vsPow");
+  EXPECT_EQ(seen.FuncNameLen, 5);
   EXPECT_EQ(r[2], 7);
-}
-
-TEST(DispatchTest, TwoResultsAreWrittenToTheirArrays) {
-  CallbackScript script;
-  script.new_res1 = 7;
-  script.new_res2 = 9;
-  double a[2] = {1, 2}, r1[2] = {0, 0}, r2[2] = {0, 0};
-  WithMode(0x1002, script, [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 1, a, a, r1, r2, "vdSinCos"); });
+  double x[2] = {1, 2}, r1[2] = {0, 0}, r2[2] = {0, 0};
+  WithMode(0x1002, script,
+           [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 1, x, x, r1, r2, "vdSinCos"); });
   EXPECT_EQ(r1[1], 7);
   EXPECT_EQ(r2[1], 9);
 }
 
 TEST(DispatchTest, NameIsCutTo47Characters) {
-  const std::string sixty(60, 'x'), forty_seven(47, 'y');
-  const struct {
-    const char* name;
-    int length;
-  } cases[] = {{sixty.c_str(), 47}, {"vdExp", 5}, {"", 0}, {forty_seven.c_str(), 47}};
+  const std::string sixty(60, 'x'), forty_seven(47, 'y'), forty_eight(48, 'z');
+  const struct { const char* name; int length; } cases[] = {
+      {sixty.c_str(), 47}, {forty_eight.c_str(), 47}, {forty_seven.c_str(), 47}, {"", 0}};
   for (const auto& c : cases) {
     CallbackScript script;
     double a = 1, r = 1;
-    WithMode(0x1002, script, [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, c.name); });
+    WithMode(0x1002, script,
+             [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, c.name); });
     EXPECT_EQ(script.seen.FuncNameLen, c.length);
     EXPECT_EQ(std::string(script.seen.FuncName), std::string(c.name).substr(0, c.length));
   }
 }
 
-// The context an error at element 5 of a chunk starting at element 100 of `whole` produces.
+// The context of an error at element 5 of a chunk starting at element 100 of `whole`.
 template <class E, class Entry>
 temErrorContext ChunkErrorContext(E value_at_105, Entry entry) {
   CallbackScript script;
@@ -153,52 +135,49 @@ temErrorContext ChunkErrorContext(E value_at_105, Entry entry) {
   return script.seen;
 }
 
-TEST(DispatchTest, BasePointerTurnsTheIndexGlobalForEachElementSize) {
+// The base pointer turns the index global for each element size; the value is the chunk's own.
+TEST(DispatchTest, BasePointerTurnsTheIndexGlobal) {
   const temErrorContext d = ChunkErrorContext(3.25, tem::temErrorD);
-  EXPECT_EQ(d.Index, 105);
-  EXPECT_EQ(d.Arg1, 3.25) << "the value comes from the chunk's own index";
   const temErrorContext z = ChunkErrorContext(TemComplex16{1.5, -2.5}, tem::temErrorZ);
+  const temErrorContext s = ChunkErrorContext(0.5f, tem::temErrorS);
+  EXPECT_EQ(d.Index, 105);
   EXPECT_EQ(z.Index, 105);
+  EXPECT_EQ(s.Index, 105);
+  EXPECT_EQ(d.Arg1, 3.25);
   EXPECT_EQ(z.Arg1, 1.5);
   EXPECT_EQ(z.Arg1Im, -2.5);
-  const temErrorContext s = ChunkErrorContext(0.5f, tem::temErrorS);
-  EXPECT_EQ(s.Index, 105);
   EXPECT_EQ(s.Arg1, 0.5);
 }
 
-TEST(DispatchTest, StridedEntriesMultiplyTheElementNumberByEachStride) {
+TEST(DispatchTest, StridedAndComplexElements) {
   CallbackScript script;
   script.new_res1 = -1;
   double a[16], b[16], r[16] = {};
   for (int i = 0; i < 16; ++i) a[i] = i, b[i] = 100 + i;
-  WithMode(0x1002, script, [&] {
-    tem::temErrorDI(TEM_STATUS_SING, 4, a, 3, b, 2, r, 2, r, 2, "vdDiv");
-  });
+  WithMode(0x1002, script,
+           [&] { tem::temErrorDI(TEM_STATUS_SING, 4, a, 3, b, 2, r, 2, r, 2, "vdDiv"); });
   EXPECT_EQ(script.seen.Index, 4);
   EXPECT_EQ(script.seen.Arg1, 12);
   EXPECT_EQ(script.seen.Arg2, 108);
   EXPECT_EQ(r[8], -1);
   EXPECT_EQ(std::count(r, r + 16, 0.0), 15);
-}
-
-TEST(DispatchTest, ComplexElementsCarryBothParts) {
-  CallbackScript script;
   script.new_res1 = 8;
-  TemComplex8 a[2] = {{1, 2}, {3, 4}}, r[2] = {{5, 6}, {7, -8}};
-  WithMode(0x1002, script, [&] { tem::temErrorCI(TEM_STATUS_ERRDOM, 1, a, 1, a, 1, r, 1, r, 1, "vcLn"); });
+  TemComplex8 c[2] = {{1, 2}, {3, 4}}, cr[2] = {{5, 6}, {7, -8}};
+  WithMode(0x1002, script,
+           [&] { tem::temErrorCI(TEM_STATUS_ERRDOM, 1, c, 1, c, 1, cr, 1, cr, 1, "vcLn"); });
   EXPECT_EQ(script.seen.Arg1, 3);
   EXPECT_EQ(script.seen.Arg1Im, 4);
   EXPECT_EQ(script.seen.Res1, 7);
   EXPECT_EQ(script.seen.Res1Im, -8);
-  EXPECT_EQ(r[1].re, 8);
-  EXPECT_EQ(r[1].im, -8);
+  EXPECT_EQ(cr[1].re, 8);
+  EXPECT_EQ(cr[1].im, -8);
 }
 
+// Size and memory codes read and write no values: the null arrays would crash.
 TEST(DispatchTest, SizeAndMemoryCodesReadAndWriteNoValues) {
   for (int code : {TEM_STATUS_BADSIZE, TEM_STATUS_BADMEM}) {
     CallbackScript script;
     script.new_res1 = 1;
-    // Null arrays: a read or write-back would crash.
     WithMode(0x1002, script, [&] {
       tem::temErrorD(code, 3, nullptr, nullptr, nullptr, nullptr, "vdExp");
       EXPECT_EQ(_temGetErrStatus(), code);
@@ -209,9 +188,8 @@ TEST(DispatchTest, SizeAndMemoryCodesReadAndWriteNoValues) {
 }
 
 TEST(DispatchTest, ErrnoFollowsTheCode) {
-  const struct {
-    int code, err;
-  } cases[] = {{-2, 13}, {-1, 22}, {0, 0}, {1, 33}, {2, 34}, {3, 34}, {4, 34}, {5, 14}, {-9, 14}};
+  const struct { int code, err; } cases[] = {{-2, 13}, {-1, 22}, {0, 0}, {1, 33}, {2, 34},
+                                             {3, 34},  {4, 34},  {5, 14}, {-9, 14}};
   for (const auto& c : cases) {
     CallbackScript script;
     int err = -1;
@@ -225,78 +203,57 @@ TEST(DispatchTest, ErrnoFollowsTheCode) {
   }
 }
 
+// What the stderr mode prints for an error at element 2 of a chunk at element 30.
 std::string PrintedBy(int code, double a1, double a2, double r1, double r2) {
   CallbackScript script;
-  double a[2] = {a1, 0}, b[2] = {a2, 0}, x[2] = {r1, 0}, y[2] = {r2, 0};
+  std::vector<double> a(40), b(40), x(40), y(40);
+  a[32] = a1, b[32] = a2, x[32] = r1, y[32] = r2;
   std::string printed;
   WithMode(TEM_ERRMODE_STDERR, script, [&] {
+    _temSetInterfInputVectorPointer(a.data());
     testing::internal::CaptureStderr();
-    tem::temErrorD(code, 0, a, b, x, y, "vdTest");
+    tem::temErrorD(code, 2, a.data() + 30, b.data() + 30, x.data() + 30, y.data() + 30, "vdTest");
     printed = testing::internal::GetCapturedStderr();
   });
   return printed;
 }
 
-int CountLines(const std::string& s) { return static_cast<int>(std::count(s.begin(), s.end(), '\n')); }
+int Lines(const std::string& s) { return static_cast<int>(std::count(s.begin(), s.end(), '\n')); }
 
+// A name line, then value lines by shape (Arg2 and Res2 of exactly 0.0 count as absent),
+// with the global index.
 TEST(DispatchTest, PrintsNameLineAndValueLinesByShape) {
-  // One argument, one result.
-  std::string one = PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, INFINITY, INFINITY);
+  const std::string one = PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, INFINITY, INFINITY);
   EXPECT_NE(one.find("vdTest: overflow"), std::string::npos) << one;
-  EXPECT_NE(one.find("a[0] = 710"), std::string::npos) << one;
-  EXPECT_NE(one.find("r[0] = inf"), std::string::npos) << one;
-  EXPECT_EQ(CountLines(one), 3);
-  // Res2 of exactly 0.0 and Arg2 of 0.0 print as single.
-  EXPECT_EQ(PrintedBy(TEM_STATUS_OVERFLOW, 710, 0.0, 5, 0.0), PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, 5, 5));
-  // One argument, two results.
-  std::string two_results = PrintedBy(TEM_STATUS_ERRDOM, 1, 1, 2, 3);
-  EXPECT_NE(two_results.find("r1[0] = 2"), std::string::npos) << two_results;
-  EXPECT_NE(two_results.find("r2[0] = 3"), std::string::npos) << two_results;
-  EXPECT_EQ(CountLines(two_results), 4);
-  // Two arguments, one result.
-  std::string two_args = PrintedBy(TEM_STATUS_SING, 1, 0.5, 2, 2);
-  EXPECT_NE(two_args.find("b[0] = 0.5"), std::string::npos) << two_args;
-  EXPECT_EQ(CountLines(two_args), 4);
-  // Two and two.
-  EXPECT_EQ(CountLines(PrintedBy(TEM_STATUS_UNDERFLOW, 1, 0.5, 2, 3)), 5);
-  // Unknown code: the name line of its own, then values.
-  std::string unknown = PrintedBy(77, 1, 1, 2, 2);
-  EXPECT_NE(unknown.find("unknown"), std::string::npos) << unknown;
+  EXPECT_NE(one.find("a[32] = 710"), std::string::npos) << one;
+  EXPECT_NE(one.find("r[32] = inf"), std::string::npos) << one;
+  EXPECT_EQ(Lines(one), 3);
+  EXPECT_EQ(PrintedBy(TEM_STATUS_OVERFLOW, 710, 0.0, 5, 0.0),
+            PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, 5, 5));
+  const std::string two_results = PrintedBy(TEM_STATUS_ERRDOM, 1, 1, 2, 3);
+  EXPECT_NE(two_results.find("r1[32] = 2"), std::string::npos) << two_results;
+  EXPECT_NE(two_results.find("r2[32] = 3"), std::string::npos) << two_results;
+  EXPECT_EQ(Lines(two_results), 4);
+  const std::string two_args = PrintedBy(TEM_STATUS_SING, 1, 0.5, 2, 2);
+  EXPECT_NE(two_args.find("b[32] = 0.5"), std::string::npos) << two_args;
+  EXPECT_EQ(Lines(two_args), 4);
+  EXPECT_EQ(Lines(PrintedBy(TEM_STATUS_UNDERFLOW, 1, 0.5, 2, 3)), 5);
+  EXPECT_NE(PrintedBy(77, 1, 1, 2, 2).find("unknown"), std::string::npos);
   // Code 0 prints nothing; size and memory codes print their name line only.
   EXPECT_EQ(PrintedBy(TEM_STATUS_OK, 1, 1, 1, 1), "");
-  EXPECT_EQ(CountLines(PrintedBy(TEM_STATUS_BADMEM, 1, 1, 1, 1)), 1);
-  std::string size = PrintedBy(TEM_STATUS_BADSIZE, 1, 1, 1, 1);
-  EXPECT_EQ(CountLines(size), 1);
-  EXPECT_NE(size.find("element 0"), std::string::npos) << size;
-}
-
-TEST(DispatchTest, ValueLinesPrintTheGlobalIndex) {
-  CallbackScript script;
-  std::vector<double> whole(64, 1.0);
-  std::string printed;
-  WithMode(TEM_ERRMODE_STDERR, script, [&] {
-    _temSetInterfInputVectorPointer(whole.data());
-    testing::internal::CaptureStderr();
-    tem::temErrorD(TEM_STATUS_OVERFLOW, 2, whole.data() + 30, whole.data() + 30, whole.data() + 30,
-                   whole.data() + 30, "vdExp");
-    printed = testing::internal::GetCapturedStderr();
-  });
-  EXPECT_NE(printed.find("a[32]"), std::string::npos) << printed;
+  EXPECT_EQ(Lines(PrintedBy(TEM_STATUS_BADMEM, 1, 1, 1, 1)), 1);
+  const std::string size = PrintedBy(TEM_STATUS_BADSIZE, 1, 1, 1, 1);
+  EXPECT_EQ(Lines(size), 1);
+  EXPECT_NE(size.find("element 32"), std::string::npos) << size;
 }
 
 // Without a trap bit, or with one but no exception mode, the x87 flag of the code is left
 // raised and nothing fires.
 TEST(DispatchTest, UntrappedExceptionLeavesOnlyTheX87Flag) {
-  const struct {
-    uint32_t mode;
-    int code;
-    uint16_t flag;
-  } cases[] = {{TEM_ERRMODE_EXCEPT, 1, 0x1},
-               {TEM_ERRMODE_EXCEPT, 2, 0x4},
-               {TEM_ERRMODE_EXCEPT, 3, 0x8},
-               {TEM_ERRMODE_EXCEPT, 4, 0x10},
-               {TEM_ERRMODE_EXCEPT, 7, 0x0},
-               {TEM_ERRMODE_ERRNO | TEM_TRAP_OVERFLOW, 3, 0x0}};
+  const struct { uint32_t mode; int code; uint16_t flag; } cases[] = {
+      {TEM_ERRMODE_EXCEPT, 1, 0x1},  {TEM_ERRMODE_EXCEPT, 2, 0x4}, {TEM_ERRMODE_EXCEPT, 3, 0x8},
+      {TEM_ERRMODE_EXCEPT, 4, 0x10}, {TEM_ERRMODE_EXCEPT, 7, 0x0},
+      {TEM_ERRMODE_ERRNO | TEM_TRAP_OVERFLOW, 3, 0x0}};
   for (const auto& c : cases) {
     CallbackScript script;
     uint16_t status = 0xFFFF;
@@ -304,19 +261,22 @@ TEST(DispatchTest, UntrappedExceptionLeavesOnlyTheX87Flag) {
     WithMode(c.mode, script, [&] {
       __asm__ volatile("fnclex");
       tem::temErrorD(c.code, 0, &a, &a, &r, &r, "vdExp");
-      status = X87Status();
+      __asm__ volatile("fnstsw %0" : "=m"(status));
     });
     EXPECT_EQ(status & 0x3F, c.flag) << std::hex << c.mode << " code " << c.code;
   }
 }
 
+// A trap bit with the exception mode raises SIGFPE for its own code only.
 TEST(DispatchDeathTest, TrapBitWithExceptionModeRaisesSigfpe) {
-  const struct {
-    uint32_t trap;
-    int code;
-  } cases[] = {{TEM_TRAP_INVALID, 1}, {TEM_TRAP_DIVBYZERO, 2}, {TEM_TRAP_OVERFLOW, 3},
-               {TEM_TRAP_UNDERFLOW, 4}};
+  const struct { uint32_t trap; int code; bool fires; } cases[] = {
+      {TEM_TRAP_INVALID, 1, true},   {TEM_TRAP_DIVBYZERO, 2, true}, {TEM_TRAP_OVERFLOW, 3, true},
+      {TEM_TRAP_UNDERFLOW, 4, true}, {TEM_TRAP_INVALID, 3, false}};
   for (const auto& c : cases) {
+    auto outcome = [&](int status) {
+      return c.fires ? WIFSIGNALED(status) && WTERMSIG(status) == SIGFPE
+                     : WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    };
     EXPECT_EXIT(
         {
           _temSetMode(TEM_ERRMODE_EXCEPT | c.trap);
@@ -324,20 +284,9 @@ TEST(DispatchDeathTest, TrapBitWithExceptionModeRaisesSigfpe) {
           tem::temErrorD(c.code, 0, &v, &v, &v, &v, "vdExp");
           exit(0);
         },
-        testing::KilledBySignal(SIGFPE), "")
+        outcome, "")
         << "code " << c.code;
   }
-}
-
-TEST(DispatchDeathTest, TrapOfAnotherKindDoesNotFire) {
-  EXPECT_EXIT(
-      {
-        _temSetMode(TEM_ERRMODE_EXCEPT | TEM_TRAP_INVALID);
-        double v = 1;
-        tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &v, &v, &v, &v, "vdExp");
-        exit(0);
-      },
-      testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// The dynamic export set of libqor.so is exactly what the function list's present rows and
-// the non-vector names (qor_abi::NonVectorExports) require: absent rows, kernels, hidden
-// tables and C++ symbols fall out as unexpected names.
+// The dynamic symbols of libqor.so. Exports: exactly the names the function list's present
+// rows owe plus qor_abi::NonVectorExports, each of its kind. Imports: libqor_core.so, glibc
+// (GLIBC_* versions) and the toolchain's weak hooks only; never the C++ runtime or libgcc_s.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -14,70 +14,19 @@ namespace {
 
 using qor_abi::DynamicSymbol;
 
-class Exports : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    symbols_ = new std::vector<DynamicSymbol>(qor_abi::DynamicSymbols(QOR_ABI_LIBQOR, &error_));
-  }
-  static void TearDownTestSuite() {
-    delete symbols_;
-    symbols_ = nullptr;
-  }
-  void SetUp() override { ASSERT_TRUE(error_.empty()) << error_; }
-
-  static std::set<std::string> Exported() { return qor_abi::ExportedNames(*symbols_); }
-  static const DynamicSymbol* Find(const std::string& name) {
-    for (const DynamicSymbol& symbol : *symbols_)
-      if (symbol.Exported() && symbol.name == name) return &symbol;
-    return nullptr;
-  }
-
-  static std::vector<DynamicSymbol>* symbols_;
-  static std::string error_;
-};
-
-std::vector<DynamicSymbol>* Exports::symbols_ = nullptr;
-std::string Exports::error_;
-
-std::set<std::string> ExpectedExports() {
-  std::set<std::string> expected(qor_abi::NonVectorExports().begin(),
-                                 qor_abi::NonVectorExports().end());
-  expected.insert(qor_abi::NonVectorDataExports().begin(), qor_abi::NonVectorDataExports().end());
-  for (const qor_abi::Row& row : qor_abi::PresentRows())
-    for (const std::string& name : qor_abi::NamesOf(row).All()) expected.insert(name);
-  return expected;
+const std::vector<DynamicSymbol>& Symbols() {
+  static const std::vector<DynamicSymbol> symbols = qor_abi::DynamicSymbols(QOR_ABI_LIBQOR);
+  return symbols;
 }
 
-std::string Join(const std::set<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += "  " + name + "\n";
-  return text;
-}
-
-TEST_F(Exports, ExactlyThePresentRowsAndTheNonVectorNames) {
-  const std::set<std::string> expected = ExpectedExports();
-  const std::set<std::string> exported = Exported();
-  std::set<std::string> missing, unexpected;
-  for (const std::string& name : expected)
-    if (!exported.count(name)) missing.insert(name);
-  for (const std::string& name : exported)
-    if (!expected.count(name)) unexpected.insert(name);
-  EXPECT_TRUE(missing.empty()) << "expected but not exported:\n" << Join(missing);
-  EXPECT_TRUE(unexpected.empty())
-      << "exported but neither owed by a present row of frame/functions.def nor listed in "
-         "qor_abi::NonVectorExports():\n"
-      << Join(unexpected);
-}
-
-// What each exported name must be: functions of the list's stubs at most one 16-byte cell
-// long, its tables 24-byte objects, the services functions, the registries objects; all
-// global and unversioned with default visibility.
+// What each owed name must be: a function (stubs at most one 16-byte cell long) or an object
+// (the function tables exactly 24 bytes); 0: any size.
 struct Kind {
   std::string type;
-  uint64_t size;  // of an object exactly, of a function at most; 0: any
+  uint64_t size;
 };
 
-std::map<std::string, Kind> ExpectedKinds() {
+std::map<std::string, Kind> ExpectedExports() {
   std::map<std::string, Kind> kinds;
   for (const std::string& name : qor_abi::NonVectorExports()) kinds[name] = {"FUNC", 0};
   for (const std::string& name : qor_abi::NonVectorDataExports()) kinds[name] = {"OBJECT", 0};
@@ -89,22 +38,67 @@ std::map<std::string, Kind> ExpectedKinds() {
   return kinds;
 }
 
-TEST_F(Exports, SymbolKinds) {
-  for (const auto& [name, kind] : ExpectedKinds()) {
-    const DynamicSymbol* symbol = Find(name);
-    ASSERT_NE(symbol, nullptr) << name;
-    EXPECT_EQ(symbol->type, kind.type) << name;
-    EXPECT_EQ(symbol->binding, "GLOBAL") << name;
-    EXPECT_EQ(symbol->visibility, "DEFAULT") << name;
-    EXPECT_TRUE(symbol->version.empty()) << name << "@" << symbol->version;
-    if (kind.size == 0) continue;
-    if (kind.type == "OBJECT") {
-      EXPECT_EQ(symbol->size, kind.size) << name;
-    } else {
-      EXPECT_GT(symbol->size, 0u) << name;
-      EXPECT_LE(symbol->size, kind.size) << name;
+TEST(Exports, ExactlyTheOwedNamesEachOfItsKind) {
+  ASSERT_FALSE(Symbols().empty()) << "cannot read the dynamic symbols of " << QOR_ABI_LIBQOR;
+  const std::map<std::string, Kind> expected = ExpectedExports();
+  std::string missing, unexpected;
+  for (const DynamicSymbol& symbol : Symbols()) {
+    if (!symbol.Exported()) continue;
+    const auto kind = expected.find(symbol.name);
+    if (kind == expected.end()) {
+      unexpected += "  " + symbol.name + "\n";
+      continue;
+    }
+    SCOPED_TRACE(symbol.name);
+    EXPECT_EQ(symbol.type, kind->second.type);
+    EXPECT_EQ(symbol.binding, "GLOBAL");
+    EXPECT_EQ(symbol.visibility, "DEFAULT");
+    EXPECT_EQ(symbol.version, "");
+    if (kind->second.size != 0 && symbol.type == "OBJECT")
+      EXPECT_EQ(symbol.size, kind->second.size);
+    if (kind->second.size != 0 && symbol.type == "FUNC") {
+      EXPECT_GT(symbol.size, 0u);
+      EXPECT_LE(symbol.size, kind->second.size);
     }
   }
+  const std::set<std::string> exported = qor_abi::ExportedNames(Symbols());
+  for (const auto& [name, kind] : expected)
+    if (!exported.count(name)) missing += "  " + name + "\n";
+  EXPECT_EQ(missing, "") << "expected but not exported";
+  EXPECT_EQ(unexpected, "")
+      << "exported but neither owed by a present row nor in qor_abi::NonVectorExports()";
+}
+
+TEST(Imports, NeededLibrariesAndUndefinedSymbolsAreAllowed) {
+  const std::set<std::string> allowed_needed = {"libqor_core.so.0", "libc.so.6", "libm.so.6",
+                                                "libpthread.so.0", "ld-linux-x86-64.so.2"};
+  const std::vector<std::string> needed = qor_abi::DynamicEntries(QOR_ABI_LIBQOR, "NEEDED");
+  ASSERT_FALSE(needed.empty()) << "no DT_NEEDED entries read";
+  for (const std::string& library : needed) EXPECT_TRUE(allowed_needed.count(library)) << library;
+  // The core library named there is the one built with it.
+  EXPECT_EQ(qor_abi::DynamicEntries(QOR_ABI_LIBQOR_CORE, "SONAME"),
+            std::vector<std::string>{"libqor_core.so.0"});
+
+  const std::set<std::string> core =
+      qor_abi::ExportedNames(qor_abi::DynamicSymbols(QOR_ABI_LIBQOR_CORE));
+  ASSERT_FALSE(core.empty());
+  const std::set<std::string> toolchain_weak = {"_ITM_deregisterTMCloneTable",
+                                                "_ITM_registerTMCloneTable", "__gmon_start__"};
+  int imports = 0;
+  for (const DynamicSymbol& symbol : Symbols()) {
+    if (symbol.Defined() || symbol.name.empty()) continue;
+    ++imports;
+    const std::string shown = symbol.name + "@" + symbol.version;
+    if (!symbol.version.empty()) {
+      EXPECT_TRUE(qor_abi::StartsWith(symbol.version, "GLIBC_")) << shown;
+      EXPECT_NE(symbol.version, "GLIBC_PRIVATE") << shown;
+    } else if (toolchain_weak.count(symbol.name)) {
+      EXPECT_EQ(symbol.binding, "WEAK") << shown;
+    } else {
+      EXPECT_TRUE(core.count(symbol.name)) << shown << " is not exported by libqor_core.so";
+    }
+  }
+  EXPECT_GT(imports, 0) << "no undefined symbols read";
 }
 
 }  // namespace

@@ -58,64 +58,36 @@ TEST(FpEnvTest, VectorFormRunsToNearestAndLoopFormUnderTheCallersRounding) {
   EXPECT_EQ(after_vector.mxcsr, kRoundUp | 0x20);
 }
 
-TEST(FpEnvTest, DenormalFieldChoosesTheVectorTarget) {
-  const struct {
-    uint32_t mode_field;
-    uint32_t inside;
-  } cases[] = {{0x280000, 0x9FC0}, {0x140000, 0x1F80}, {0x0, 0x1F80}, {0x80000, 0x1F80}};
+// The denormal field chooses the vector form's target; the loop form leaves flushing as the
+// caller has it; trap bits of the mode never unmask the kernel. The caller gets its word back.
+TEST(FpEnvTest, DenormalFieldAndTrapBits) {
+  const struct { uint32_t mode; bool loop; uint32_t caller, inside; } cases[] = {
+      {0x280000, false, 0x1F80 | kFtz, 0x9FC0}, {0x140000, false, 0x1F80 | kFtz, 0x1F80},
+      {0x2, false, 0x1F80 | kFtz, 0x1F80},      {0x80000, false, 0x1F80 | kFtz, 0x1F80},
+      {TEM_FTZDAZ_ON, true, 0x1F80 | kDaz, 0x1F80 | kDaz},
+      {TEM_ERRMODE_EXCEPT | 0xF000000, false, 0x0, 0x1F80}};
   for (const auto& c : cases) {
     uint32_t inside = 0;
     Registers after{};
     OnFreshThread([&] {
-      _temSetMode(c.mode_field == 0 ? 0x2 : c.mode_field);
+      _temSetMode(c.mode);
       const double a[2] = {1, 2};
       double r[2];
-      after = CallUnder(0x1F80 | kFtz, 0x37F, [&] {
-        test_kernels::RunVector<test_kernels::Doubling<double>>(2, a, r);
+      after = CallUnder(c.caller, 0x37F, [&] {
+        if (c.loop) test_kernels::RunLoop<test_kernels::Doubling<double>>(2, a, r);
+        else test_kernels::RunVector<test_kernels::Doubling<double>>(2, a, r);
       });
       inside = g_record.mxcsr_inside;
     });
-    EXPECT_EQ(inside & ~0x3Fu, c.inside) << std::hex << c.mode_field;
-    EXPECT_EQ(after.mxcsr, 0x1F80 | kFtz) << std::hex << c.mode_field;
+    EXPECT_EQ(inside & ~0x3Fu, c.inside) << std::hex << c.mode;
+    EXPECT_EQ(after.mxcsr, c.caller) << std::hex << c.mode;
   }
 }
 
-TEST(FpEnvTest, LoopFormLeavesFlushingAsTheCallerHasIt) {
-  uint32_t inside = 0;
-  OnFreshThread([&] {
-    _temSetMode(TEM_FTZDAZ_ON);
-    const double a[1] = {1};
-    double r[1];
-    CallUnder(0x1F80 | kDaz, 0x37F,
-              [&] { test_kernels::RunLoop<test_kernels::Doubling<double>>(1, a, r); });
-    inside = g_record.mxcsr_inside;
-  });
-  EXPECT_EQ(inside & ~0x3Fu, 0x1F80 | kDaz);
-}
-
-TEST(FpEnvTest, TrapBitsOfTheModeDoNotUnmaskTheKernel) {
-  uint32_t inside = 0;
-  OnFreshThread([&] {
-    _temSetMode(TEM_ERRMODE_EXCEPT | 0xF000000);
-    const double a[1] = {1};
-    double r[1];
-    CallUnder(0x0, 0x37F, [&] {
-      test_kernels::RunVector<test_kernels::Doubling<double>>(1, a, r);
-    });
-    inside = g_record.mxcsr_inside;
-  });
-  EXPECT_EQ(inside & ~0x3Fu, 0x1F80u);
-}
-
 TEST(FpEnvTest, X87MasksAreSetForTheCallAndTheCallersWordComesBack) {
-  const struct {
-    uint16_t caller, inside;
-  } cases[] = {
-      {0x37F, 0x37F},  // all masked: nothing changes
-      {0x37E, 0x37F},  // invalid unmasked
-      {0x0B72, 0x0B7F},  // rounding up and double precision stay; masks are forced
-      {0x0C7F, 0x0C7F},
-  };
+  // Rounding and precision control stay; the masks are forced.
+  const struct { uint16_t caller, inside; } cases[] = {
+      {0x37F, 0x37F}, {0x37E, 0x37F}, {0x0B72, 0x0B7F}, {0x0C7F, 0x0C7F}};
   for (const auto& c : cases) {
     const double a[1] = {1};
     double r[1];

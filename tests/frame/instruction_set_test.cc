@@ -12,10 +12,6 @@
 
 namespace {
 
-// ------------------------------------------------------------------------------------------
-// The whitelist.
-// ------------------------------------------------------------------------------------------
-
 std::set<std::string> Words(std::initializer_list<const char*> groups) {
   std::set<std::string> words;
   for (const char* group : groups)
@@ -95,207 +91,122 @@ std::set<std::string> SseMnemonics() {
 }
 
 // Prefixes objdump prints as separate words before a mnemonic.
-const std::set<std::string> kPrefixes = {"lock",   "rep",    "repz",   "repe",   "repnz",   "repne",
-                                         "cs",     "ds",     "ss",     "es",     "fs",      "gs",
-                                         "data16", "data32", "addr32", "addr16", "notrack", "bnd"};
+const std::set<std::string> kPrefixes = {
+    "lock", "rep", "repz", "repe", "repnz", "repne", "cs", "ds", "ss", "es", "fs", "gs",
+    "data16", "data32", "addr32", "addr16", "notrack", "bnd"};
 
 // SSE conversions whose operand size objdump may spell with an l or q suffix.
-const std::set<std::string> kSuffixedSse = {"cvtsi2ss", "cvtsi2sd",  "cvtss2si",
-                                            "cvtsd2si", "cvttss2si", "cvttsd2si",
-                                            "movnti",   "pextrw",    "pinsrw"};
+const std::set<std::string> kSuffixedSse = {"cvtsi2ss", "cvtsi2sd", "cvtss2si", "cvtsd2si",
+                                            "cvttss2si", "cvttsd2si", "movnti", "pextrw", "pinsrw"};
 
 bool MnemonicAllowed(const std::string& mnemonic) {
-  static const std::set<std::string> integer = IntegerMnemonics();
-  static const std::set<std::string> x87 = X87Mnemonics();
-  static const std::set<std::string> sse = SseMnemonics();
+  static const std::set<std::string> integer = IntegerMnemonics(), x87 = X87Mnemonics(),
+                                     sse = SseMnemonics();
   if (integer.count(mnemonic) || x87.count(mnemonic) || sse.count(mnemonic)) return true;
   // Size suffixes: b, w, l, q on integer instructions and a few SSE conversions; s, l, t, ll,
   // q, w on x87 memory forms (flds, fldl, fldt, fildll, fistpll, ...).
-  for (const char* suffix : {"b", "w", "l", "q"}) {
-    if (!qor_abi::EndsWith(mnemonic, suffix)) continue;
-    std::string base = mnemonic.substr(0, mnemonic.size() - 1);
-    if (integer.count(base) || kSuffixedSse.count(base)) return true;
+  for (const std::string suffix : {"b", "w", "l", "q"}) {
+    const std::string base = mnemonic.substr(0, mnemonic.size() - 1);
+    if (qor_abi::EndsWith(mnemonic, suffix) && (integer.count(base) || kSuffixedSse.count(base)))
+      return true;
   }
-  if (qor_abi::StartsWith(mnemonic, "f")) {
-    for (const char* suffix : {"ll", "s", "l", "t", "q", "w"}) {
-      if (!qor_abi::EndsWith(mnemonic, suffix)) continue;
-      if (x87.count(mnemonic.substr(0, mnemonic.size() - strlen(suffix)))) return true;
-    }
-  }
+  for (const std::string suffix : {"ll", "s", "l", "t", "q", "w"})
+    if (qor_abi::StartsWith(mnemonic, "f") && qor_abi::EndsWith(mnemonic, suffix) &&
+        x87.count(mnemonic.substr(0, mnemonic.size() - suffix.size())))
+      return true;
   return false;
 }
 
-// Registers outside the baseline: ymm, zmm, mask, AMX tile and MPX bound registers, xmm16-31,
-// and MMX registers; and EVEX decorations in braces.
-bool OperandsAllowed(const std::string& operands, std::string* why) {
-  static const std::regex forbidden(
+// Why the instruction text of one objdump line ("cs nopw 0x0(%rax,%rax,1)") is not baseline,
+// or "" when it is. Forbidden operands: ymm, zmm, mask, AMX tile and MPX bound registers,
+// xmm16-31, MMX registers, and EVEX decorations in braces.
+std::string Violation(std::string text) {
+  static const std::regex rex(R"(^rex(\.[WRXB]+)?$)"), forbidden(
       R"(%ymm|%zmm|%k[0-7]\b|%tmm|%bnd|%xmm(1[6-9]|2[0-9]|3[01])\b|%mm[0-7]\b|\{)");
-  std::smatch match;
-  if (std::regex_search(operands, match, forbidden)) {
-    *why = "operand " + match.str();
-    return false;
-  }
-  return true;
-}
-
-// One line of objdump -d --no-show-raw-insn output.
-struct Line {
-  enum Kind { kOther, kFunction, kInstruction } kind = kOther;
-  std::string function;     // kFunction: the symbol
-  std::string instruction;  // kInstruction: the text after the address
-};
-
-Line ParseLine(const std::string& text) {
-  static const std::regex function(R"(^[0-9a-f]+ <(.+)>:\s*$)");
-  static const std::regex instruction(R"(^\s*[0-9a-f]+:\t(.*)$)");
-  std::smatch match;
-  Line line;
-  if (std::regex_match(text, match, function)) {
-    line.kind = Line::kFunction;
-    line.function = match[1];
-  } else if (std::regex_match(text, match, instruction)) {
-    line.kind = Line::kInstruction;
-    line.instruction = match[1];
-  }
-  return line;
-}
-
-struct Verdict {
-  bool ok;
-  std::string why;
-};
-
-// Classifies the instruction text of one objdump line ("cs nopw 0x0(%rax,%rax,1)").
-Verdict ClassifyInstruction(std::string text) {
-  // Drop objdump's comment (# target <symbol>) and symbolic targets.
-  size_t comment = text.find('#');
-  if (comment != std::string::npos) text.erase(comment);
-  size_t symbol;
-  while ((symbol = text.find('<')) != std::string::npos) {
-    size_t end = text.find('>', symbol);
-    text.erase(symbol, end == std::string::npos ? std::string::npos : end - symbol + 1);
-  }
-  std::vector<std::string> words = qor_abi::SplitWords(text);
+  text.erase(std::min(text.find('#'), text.size()));  // objdump's comment
+  for (size_t open; (open = text.find('<')) != std::string::npos;)  // symbolic targets
+    text.erase(open, text.find('>', open) - open + 1);
+  const std::vector<std::string> words = qor_abi::SplitWords(text);
   size_t i = 0;
-  static const std::regex rex(R"(^rex(\.[WRXB]+)?$)");
   while (i < words.size() && (kPrefixes.count(words[i]) || std::regex_match(words[i], rex))) ++i;
-  if (i == words.size()) return {true, ""};  // a lone prefix byte
-  const std::string& mnemonic = words[i];
-  if (!MnemonicAllowed(mnemonic)) return {false, "mnemonic " + mnemonic};
-  std::string operands;
-  for (++i; i < words.size(); ++i) operands += words[i] + " ";
-  std::string why;
-  if (!OperandsAllowed(operands, &why)) return {false, why};
-  return {true, ""};
+  if (i == words.size()) return "";  // a lone prefix byte
+  if (!MnemonicAllowed(words[i])) return "mnemonic " + words[i];
+  std::smatch match;
+  const std::string operands = text.substr(text.find(words[i]) + words[i].size());
+  return std::regex_search(operands, match, forbidden) ? "operand " + match.str() : "";
 }
-
-// ------------------------------------------------------------------------------------------
-// The classifier on sample lines, so that the whole-library check is seen to be able to fail.
-// ------------------------------------------------------------------------------------------
-
-struct Sample {
-  const char* line;
-  bool ok;
-};
-
-// One or two lines for each rule of the classifier: prefixes, comments and symbolic targets,
-// condition codes, size suffixes on integer, x87 and SSE forms, compare pseudo-ops; and on the
-// other side mnemonics outside the whitelist (suffixed or not) and each forbidden operand.
-const Sample kSamples[] = {
-    // Baseline.
-    {"    1000:\taddpd  %xmm1,%xmm0", true},
-    {"    1000:\tendbr64", true},
-    {"    1000:\tdata16 cs nopw 0x0(%rax,%rax,1)", true},
-    {"    1000:\tjmp    *0x39ca(%rip)        # 7010 <qor_tem_kernel_sAbs_ttab>", true},
-    {"    1000:\taddr32 call 3310 <_ZN3tem10temGetModeEv>", true},
-    {"    1000:\tnotrack jmp *%rax", true},
-    {"    1000:\tlock cmpxchg %edx,(%rdi)", true},
-    {"    1000:\trep stos %rax,%es:(%rdi)", true},
-    {"    1000:\tcmovbe (%rdi),%rax", true},
-    {"    1000:\tsetnp  %al", true},
-    {"    1000:\tmovslq %esi,%rsi", true},
-    {"    1000:\tmovl   $0x0,0x8(%rsp)", true},
-    {"    1000:\tcqto", true},
-    {"    1000:\tfldt   0x10(%rsp)", true},
-    {"    1000:\tfistpll (%rsp)", true},
-    {"    1000:\tfucomip %st(1),%st", true},
-    {"    1000:\tcvtsi2sdl 0x8(%rsp),%xmm0", true},
-    {"    1000:\tmovdqu (%rdi),%xmm15", true},
-    {"    1000:\tmovq   %xmm0,%rax", true},
-    {"    1000:\tcmpunordsd %xmm1,%xmm0", true},
-    {"    1000:\tcmpxchg8b (%rdi)", true},
-    // Mnemonics beyond the baseline.
-    {"    1000:\troundsd $0x9,%xmm1,%xmm0", false},  // SSE4.1
-    {"    1000:\tvaddpd %xmm1,%xmm2,%xmm0", false},  // VEX form on xmm
-    {"    1000:\tvzeroupper", false},
-    {"    1000:\tpopcntq (%rdi),%rax", false},       // suffixed, base not baseline
-    {"    1000:\tandn   %edx,%esi,%eax", false},     // BMI1
-    {"    1000:\tpshufb %xmm1,%xmm0", false},        // SSSE3
-    {"    1000:\tmovddup %xmm1,%xmm0", false},       // SSE3
-    {"    1000:\tfisttpll (%rsp)", false},           // SSE3 x87 store, x87-suffixed
-    {"    1000:\tpcmpgtq %xmm1,%xmm0", false},       // SSE4.2
-    {"    1000:\tcmpxchg16b (%rdi)", false},
-    {"    1000:\tsahf", false},                      // not in every x86-64
-    {"    1000:\temms", false},                      // MMX
-    {"    1000:\txacquire lock add %eax,(%rdi)", false},
-    {"    1000:\t(bad)", false},
-    // A whitelisted mnemonic with each forbidden operand, for the operand rule alone.
-    {"    1000:\taddpd  %ymm1,%ymm0", false},
-    {"    1000:\taddpd  %zmm1,%zmm0", false},
-    {"    1000:\tmov    %k1,%eax", false},
-    {"    1000:\tmovaps %xmm16,%xmm0", false},
-    {"    1000:\tpaddd  %mm1,%mm0", false},
-    {"    1000:\taddpd  (%rdi),%xmm0{%k1}", false},
-};
 
 TEST(InstructionSet, ClassifierOnSampleLines) {
-  for (const Sample& sample : kSamples) {
-    Line line = ParseLine(sample.line);
-    ASSERT_EQ(line.kind, Line::kInstruction) << sample.line;
-    Verdict verdict = ClassifyInstruction(line.instruction);
-    EXPECT_EQ(verdict.ok, sample.ok) << sample.line << (verdict.ok ? "" : ": " + verdict.why);
-  }
+  const struct {
+    const char* text;
+    bool ok;
+  } samples[] = {
+    // Baseline.
+    {"addpd  %xmm1,%xmm0", true},
+    {"endbr64", true},
+    {"data16 cs nopw 0x0(%rax,%rax,1)", true},
+    {"jmp    *0x39ca(%rip)        # 7010 <qor_tem_kernel_sAbs_ttab>", true},
+    {"addr32 call 3310 <_ZN3tem10temGetModeEv>", true},
+    {"rep stos %rax,%es:(%rdi)", true},
+    {"cmovbe (%rdi),%rax", true},
+    {"movl   $0x0,0x8(%rsp)", true},
+    {"fldt   0x10(%rsp)", true},
+    {"fistpll (%rsp)", true},
+    {"cvtsi2sdl 0x8(%rsp),%xmm0", true},
+    {"movdqu (%rdi),%xmm15", true},
+    {"cmpunordsd %xmm1,%xmm0", true},
+    {"cmpxchg8b (%rdi)", true},
+    // Mnemonics beyond the baseline.
+    {"roundsd $0x9,%xmm1,%xmm0", false},  // SSE4.1
+    {"vaddpd %xmm1,%xmm2,%xmm0", false},  // VEX form on xmm
+    {"popcntq (%rdi),%rax", false},       // suffixed, base not baseline
+    {"andn   %edx,%esi,%eax", false},     // BMI1
+    {"fisttpll (%rsp)", false},           // SSE3 x87 store, x87-suffixed
+    {"cmpxchg16b (%rdi)", false},
+    {"sahf", false},                      // not in every x86-64
+    {"emms", false},                      // MMX
+    {"xacquire lock add %eax,(%rdi)", false},
+    {"(bad)", false},
+    // A whitelisted mnemonic with each forbidden operand, for the operand rule alone.
+    {"addpd  %ymm1,%ymm0", false},
+    {"addpd  %zmm1,%zmm0", false},
+    {"mov    %k1,%eax", false},
+    {"movaps %xmm16,%xmm0", false},
+    {"paddd  %mm1,%mm0", false},
+    {"addpd  (%rdi),%xmm0{%k1}", false},
+  };
+  for (const auto& sample : samples)
+    EXPECT_EQ(Violation(sample.text).empty(), sample.ok) << sample.text << Violation(sample.text);
 }
 
-// ------------------------------------------------------------------------------------------
-// The library.
-// ------------------------------------------------------------------------------------------
-
 TEST(InstructionSet, WholeLibraryIsBaseline) {
-  qor_abi::ToolResult result =
-      qor_abi::RunTool(QOR_ABI_OBJDUMP, "-d -w --no-show-raw-insn", QOR_ABI_LIBQOR);
-  ASSERT_EQ(result.status, 0) << "objdump -d failed";
-
-  std::string function = "(none)";
+  bool ok;
+  const std::vector<std::string> listing =
+      qor_abi::ToolLines(QOR_ABI_OBJDUMP, "-d -w --no-show-raw-insn", QOR_ABI_LIBQOR, &ok);
+  ASSERT_TRUE(ok) << "objdump -d failed";
+  static const std::regex function_line(R"(^[0-9a-f]+ <(.+)>:\s*$)"),
+      instruction_line(R"(^\s*[0-9a-f]+:\t(.*)$)");
+  std::string function = "(none)", report;
   std::set<std::string> functions;
-  long instructions = 0;
-  std::vector<std::string> violations;
-  for (const std::string& text : qor_abi::SplitLines(result.output)) {
-    Line line = ParseLine(text);
-    if (line.kind == Line::kFunction) {
-      function = line.function;
-      functions.insert(function);
-      continue;
+  long instructions = 0, violations = 0;
+  for (const std::string& line : listing) {
+    std::smatch match;
+    if (std::regex_match(line, match, function_line)) {
+      functions.insert(function = match[1]);
+    } else if (std::regex_match(line, match, instruction_line)) {
+      ++instructions;
+      const std::string why = Violation(match[1]);
+      if (!why.empty() && ++violations <= 50)
+        report += "  " + function + ": " + line + " (" + why + ")\n";
     }
-    if (line.kind != Line::kInstruction) continue;
-    ++instructions;
-    Verdict verdict = ClassifyInstruction(line.instruction);
-    if (!verdict.ok)
-      violations.push_back(function + ": " + line.instruction + "  (" + verdict.why + ")");
   }
-
-  // The listing was read: it has instructions and the functions the list says exist.
+  // The listing was read: it has instructions and the stubs the list says exist.
   EXPECT_GT(instructions, 100);
   for (const qor_abi::Row& row : qor_abi::PresentRows()) {
-    const qor_abi::FunctionNames names = qor_abi::NamesOf(row);
-    EXPECT_TRUE(functions.count(names.stub0)) << names.stub0 << " not in the disassembly";
-    EXPECT_TRUE(functions.count(names.stub2)) << names.stub2 << " not in the disassembly";
+    EXPECT_TRUE(functions.count(qor_abi::NamesOf(row).stub0)) << row.Name();
+    EXPECT_TRUE(functions.count(qor_abi::NamesOf(row).stub2)) << row.Name();
   }
-
-  std::string report;
-  for (size_t i = 0; i < violations.size() && i < 50; ++i) report += "  " + violations[i] + "\n";
-  EXPECT_TRUE(violations.empty()) << violations.size() << " instructions beyond baseline x86-64:\n"
-                                  << report;
+  EXPECT_EQ(violations, 0) << "instructions beyond baseline x86-64:\n" << report;
 }
 
 }  // namespace

@@ -13,163 +13,118 @@ namespace {
 constexpr uint64_t kRejected = ~0ull;
 
 uint64_t ParseWith(const char* value) {
-  if (value == nullptr) {
-    unsetenv("QOR_TEM_MODE");
-  } else {
-    setenv("QOR_TEM_MODE", value, 1);
-  }
-  uint64_t parsed = tem::temParseEnvMode();
+  if (value == nullptr) unsetenv("QOR_TEM_MODE");
+  else setenv("QOR_TEM_MODE", value, 1);
+  const uint64_t parsed = tem::temParseEnvMode();
   unsetenv("QOR_TEM_MODE");
   return parsed;
 }
 
-struct GrammarCase {
-  const char* value;
-  uint64_t parsed;
-};
-
 TEST(ModeGrammarTest, AcceptsAndRejectsWholeValues) {
-  const GrammarCase cases[] = {
-      {nullptr, kRejected},
-      {"", kRejected},
-      {"TEM_LA", 0x1},
-      {"TEM_HA", 0x2},
-      {"TEM_EP", 0x3},
-      {"TEM_DEFAULT_PRECISION", 0x0},
-      {"TEM_FLOAT_CONSISTENT", 0x10},
-      {"TEM_DOUBLE_CONSISTEN", 0x20},
-      {"TEM_RESTORE", 0x30},
-      {"TEM_ERRMODE_IGNORE", 0x100},
-      {"TEM_ERRMODE_ERRNO", 0x200},
-      {"TEM_ERRMODE_STDERR", 0x400},
-      {"TEM_ERRMODE_EXCEPT", 0x800},
-      {"TEM_ERRMODE_CALLBACK", 0x1000},
-      {"TEM_ERRMODE_NOERR", 0x2000},
-      {"TEM_ERRMODE_DEFAULT", 0x1A00},
-      {"TEM_TRAP_INVALID", 0x1000000},
-      {"TEM_TRAP_DIVBYZERO", 0x2000000},
-      {"TEM_TRAP_OVERFLOW", 0x4000000},
-      {"TEM_TRAP_UNDERFLOW", 0x8000000},
-      {"TEM_LA,TEM_ERRMODE_STDERR,TEM_TRAP_OVERFLOW", 0x4000401},
+  const struct { const char* value; uint64_t parsed; } cases[] = {
+      {nullptr, kRejected}, {"", kRejected}, {"TEM_LA", 0x1}, {"TEM_HA", 0x2}, {"TEM_EP", 0x3},
+      {"TEM_DEFAULT_PRECISION", 0x0}, {"TEM_FLOAT_CONSISTENT", 0x10},
+      {"TEM_DOUBLE_CONSISTEN", 0x20}, {"TEM_RESTORE", 0x30}, {"TEM_ERRMODE_IGNORE", 0x100},
+      {"TEM_ERRMODE_ERRNO", 0x200}, {"TEM_ERRMODE_STDERR", 0x400},
+      {"TEM_ERRMODE_EXCEPT", 0x800}, {"TEM_ERRMODE_CALLBACK", 0x1000},
+      {"TEM_ERRMODE_NOERR", 0x2000}, {"TEM_ERRMODE_DEFAULT", 0x1A00},
+      {"TEM_TRAP_INVALID", 0x1000000}, {"TEM_TRAP_DIVBYZERO", 0x2000000},
+      {"TEM_TRAP_OVERFLOW", 0x4000000}, {"TEM_TRAP_UNDERFLOW", 0x8000000},
       // Later words OR into earlier ones.
-      {"TEM_LA,TEM_HA", 0x3},
+      {"TEM_LA,TEM_ERRMODE_STDERR,TEM_TRAP_OVERFLOW", 0x4000401}, {"TEM_LA,TEM_HA", 0x3},
       {"TEM_ERRMODE_IGNORE,TEM_ERRMODE_CALLBACK", 0x1100},
-      {"TEM_TRAP_INVALID,TEM_TRAP_DIVBYZERO,TEM_TRAP_OVERFLOW,TEM_TRAP_UNDERFLOW", 0xF000000},
       // The sixth row is one letter short; the full word has a byte behind the match.
-      {"TEM_DOUBLE_CONSISTENT", kRejected},
-      {"TEM_HA,TEM_DOUBLE_CONSISTENT", kRejected},
+      {"TEM_DOUBLE_CONSISTENT", kRejected}, {"TEM_HA,TEM_DOUBLE_CONSISTENT", kRejected},
       // A partial parse never counts.
-      {"TEM_LA,", kRejected},
-      {"TEM_LA, TEM_HA", kRejected},
-      {"TEM_LA,,TEM_HA", kRejected},
-      {"tem_la", kRejected},
-      {"TEM_la", kRejected},
-      {"TEM_LAX", kRejected},
-      {"TEM_LA ", kRejected},
-      {" TEM_LA", kRejected},
-      {"TEM_", kRejected},
-      {"TEMXLA", kRejected},
-      {"TEM_ERRMODE", kRejected},
-      {"TEM_LA;TEM_HA", kRejected},
+      {"TEM_LA,", kRejected}, {"TEM_LA, TEM_HA", kRejected}, {"TEM_LA,,TEM_HA", kRejected},
+      {"tem_la", kRejected}, {"TEM_la", kRejected}, {"TEM_LAX", kRejected},
+      {"TEM_LA ", kRejected}, {" TEM_LA", kRejected}, {"TEM_", kRejected},
+      {"TEMXLA", kRejected}, {"TEM_ERRMODE", kRejected}, {"TEM_LA;TEM_HA", kRejected},
       {"TEM_HA,TEM_LA,TEM_UNKNOWN", kRejected},
   };
-  for (const GrammarCase& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(ParseWith(c.value), c.parsed) << (c.value ? c.value : "(absent)");
-  }
 }
 
+// 34 words of 6 letters and one of 17, joined by commas, fill the 255 characters; one more
+// does not fit and counts as absent: no cut value is parsed.
 TEST(ModeGrammarTest, ValueOfMaximalLengthParsesAndLongerIsIgnored) {
-  // 34 words of 6 letters and one of 17, joined by commas: 255 characters.
   std::string value;
   for (int i = 0; i < 34; ++i) value += "TEM_LA,";
   value += "TEM_ERRMODE_ERRNO";
   ASSERT_EQ(value.size(), 255u);
   EXPECT_EQ(ParseWith(value.c_str()), 0x201u);
-  // One character more does not fit the buffer and counts as absent; no cut value is parsed.
   EXPECT_EQ(ParseWith(("TEM_HA," + value).substr(0, 256).c_str()), kRejected);
   EXPECT_EQ(ParseWith((value + ",TEM_HA").c_str()), kRejected);
 }
 
 TEST(ModeSeedTest, FillsAccuracyAndErrorFieldsWhenZero) {
-  const struct {
-    uint64_t parsed;
-    uint32_t word;
-  } cases[] = {
-      {kRejected, 0x1A02},  {0x0, 0x1A02},        {0x1, 0x1A01},
-      {0x3, 0x1A03},        {0x400, 0x402},       {0x20, 0x1A22},
-      {0x4000401, 0x4000401}, {0x2000, 0x2002},   {0x1000000, 0x1001A02},
-  };
+  const struct { uint64_t parsed; uint32_t word; } cases[] = {
+      {kRejected, 0x1A02}, {0x0, 0x1A02},  {0x1, 0x1A01},    {0x3, 0x1A03},  {0x400, 0x402},
+      {0x20, 0x1A22},      {0x2000, 0x2002}, {0x4000401, 0x4000401}, {0x1000000, 0x1001A02}};
   for (const auto& c : cases) EXPECT_EQ(tem::SeedMode(c.parsed), c.word) << std::hex << c.parsed;
 }
 
+// Each thread seeds from the environment on first use, and never reads it again.
 TEST(ModeSeedTest, EachThreadSeedsFromTheEnvironmentOnFirstUse) {
-  setenv("QOR_TEM_MODE", "TEM_EP,TEM_ERRMODE_STDERR", 1);
-  unsigned seeded = 0;
-  OnFreshThread([&] { seeded = _temGetMode(); });
-  setenv("QOR_TEM_MODE", "TEM_LA,TEM_ERRMODE_", 1);
-  unsigned malformed = 0;
-  OnFreshThread([&] { malformed = _temGetMode(); });
+  const struct { const char* value; unsigned mode; } cases[] = {
+      {"TEM_EP,TEM_ERRMODE_STDERR", 0x403}, {"TEM_LA,TEM_ERRMODE_", TEM_MODE_DEFAULT},
+      {nullptr, TEM_MODE_DEFAULT}};
+  for (const auto& c : cases) {
+    if (c.value) setenv("QOR_TEM_MODE", c.value, 1);
+    else unsetenv("QOR_TEM_MODE");
+    OnFreshThread([&] {
+      EXPECT_EQ(qor_tem_kernel_GetMode(), c.mode);
+      setenv("QOR_TEM_MODE", "TEM_LA", 1);
+      EXPECT_EQ(_temGetMode(), c.mode);
+    });
+  }
   unsetenv("QOR_TEM_MODE");
-  unsigned absent = 0;
-  OnFreshThread([&] { absent = qor_tem_kernel_GetMode(); });
-  EXPECT_EQ(seeded, 0x403u);
-  EXPECT_EQ(malformed, TEM_MODE_DEFAULT);
-  EXPECT_EQ(absent, TEM_MODE_DEFAULT);
-}
-
-TEST(ModeSeedTest, SeededThreadDoesNotRereadTheEnvironment) {
-  OnFreshThread([] {
-    unsetenv("QOR_TEM_MODE");
-    EXPECT_EQ(_temGetMode(), TEM_MODE_DEFAULT);
-    setenv("QOR_TEM_MODE", "TEM_LA", 1);
-    EXPECT_EQ(_temGetMode(), TEM_MODE_DEFAULT);
-    unsetenv("QOR_TEM_MODE");
-  });
 }
 
 TEST(SetModeTest, ReplacesEachNonZeroFieldWhole) {
-  const struct {
-    uint32_t old, requested, result;
-  } cases[] = {
+  const struct { uint32_t old, requested, result; } cases[] = {
       {0x1A02, 0x0, 0x1A02},
-      {0x1A02, 0x100, 0x0102},                // the whole error field, not merged
+      {0x1A02, 0x100, 0x0102},            // the whole error field, not merged
       {0x1A02, 0x3, 0x1A03},
-      {0x1A12, 0x20, 0x1A12},                 // consistency bits are dropped
+      {0x1A12, 0x20, 0x1A12},             // consistency bits are dropped
       {0x1A12, 0x21, 0x1A11},
       {0x1A02, 0x280000, 0x281A02},
       {0x281A02, 0x140000, 0x141A02},
-      {0x1A02, 0x80000, 0x81A02},             // a partial denormal field is stored as it is
-      {0x5001A02, 0x2000000, 0x2001A02},      // traps are replaced as one field
+      {0x1A02, 0x80000, 0x81A02},         // a partial denormal field is stored as it is
+      {0x5001A02, 0x2000000, 0x2001A02},  // traps are replaced as one field
       {0x1A02, 0x30000, 0x31A02},
       {0x11A02, 0x20000, 0x21A02},
-      {0xF0C01A02, 0x1, 0xF0C01A01},          // bits outside the fields keep their value
-      {0x1A02, 0xF0C00000, 0x1A02},           // and are never set
-      {0x1A02, 0xF, 0x1A0F},                  // no validation
+      {0xF0C01A02, 0x1, 0xF0C01A01},      // bits outside the fields keep their value
+      {0x1A02, 0xF0C00000, 0x1A02},       // and are never set
+      {0x1A02, 0xF, 0x1A0F},              // no validation
       {0x1A02, 0x3F00, 0x3F02},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(tem::ReplaceModeFields(c.old, c.requested), c.result)
         << std::hex << c.old << " " << c.requested;
-  }
 }
 
-TEST(SetModeTest, ReturnsTheSeededOldWordAndBothNamesAgree) {
+// Both names of each service agree: set returns the (seeded) old word, clear the old status.
+TEST(ServicesTest, ModeTableIndexAndStatus) {
   OnFreshThread([] {
     unsetenv("QOR_TEM_MODE");
+    EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 1);
     EXPECT_EQ(_temSetMode(0x100), TEM_MODE_DEFAULT);
     EXPECT_EQ(qor_tem_kernel_SetMode(0), 0x102u);
     EXPECT_EQ(qor_tem_kernel_SetMode(TEM_EP), 0x102u);
     EXPECT_EQ(_temGetMode(), 0x103u);
-  });
-}
-
-TEST(TableIndexTest, FollowsTheAccuracyField) {
-  OnFreshThread([] {
-    EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 1);
+    EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 2);
     _temSetMode(TEM_LA);
     EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 0);
     _temSetMode(4);
     EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 3);
+    EXPECT_EQ(_temGetErrStatus(), 0);
+    EXPECT_EQ(_temSetErrStatus(12345), 0);
+    EXPECT_EQ(qor_tem_kernel_GetErrStatus(), 12345);
+    EXPECT_EQ(qor_tem_kernel_SetErrStatus(-7), 12345);
+    EXPECT_EQ(_temClearErrStatus(), -7);
+    EXPECT_EQ(qor_tem_kernel_ClearErrStatus(), 0);
   });
   int dummy;
   EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(&dummy, 0x1A03), 2);
@@ -178,20 +133,11 @@ TEST(TableIndexTest, FollowsTheAccuracyField) {
   EXPECT_EQ(dll_cpu_version(), 1);
 }
 
-TEST(ErrStatusTest, StoresAnyValueAndClearReturnsIt) {
-  OnFreshThread([] {
-    EXPECT_EQ(_temGetErrStatus(), 0);
-    EXPECT_EQ(_temSetErrStatus(12345), 0);
-    EXPECT_EQ(qor_tem_kernel_GetErrStatus(), 12345);
-    EXPECT_EQ(qor_tem_kernel_SetErrStatus(-7), 12345);
-    EXPECT_EQ(_temClearErrStatus(), -7);
-    EXPECT_EQ(qor_tem_kernel_ClearErrStatus(), 0);
-  });
-}
-
 int CallbackA(temErrorContext*) { return 0; }
 int CallbackB(temErrorContext*) { return 1; }
 
+// The callback bit follows the pointer, added to other error bits; clearing the only error
+// bit leaves it set.
 TEST(ErrorCallBackTest, CallbackBitFollowsThePointer) {
   OnFreshThread([] {
     EXPECT_EQ(_temGetErrorCallBack(), nullptr);
@@ -202,29 +148,16 @@ TEST(ErrorCallBackTest, CallbackBitFollowsThePointer) {
     EXPECT_EQ(_temClearErrorCallBack(), CallbackB);
     EXPECT_EQ(_temGetMode(), 0x0A02u);
     EXPECT_EQ(_temGetErrorCallBack(), nullptr);
-    EXPECT_EQ(qor_tem_kernel_SetErrorCallBack(CallbackA), nullptr);
-    EXPECT_EQ(_temGetMode(), 0x1A02u);
-  });
-}
-
-TEST(ErrorCallBackTest, ClearingTheOnlyErrorBitLeavesItSet) {
-  OnFreshThread([] {
+    _temSetMode(TEM_ERRMODE_STDERR);
+    _temSetErrorCallBack(CallbackA);
+    EXPECT_EQ(_temGetMode(), 0x1402u);
     _temSetMode(0x1000);
-    EXPECT_EQ(_temGetMode(), 0x1002u);
     _temSetErrorCallBack(nullptr);
     EXPECT_EQ(_temGetMode(), 0x1002u);
     EXPECT_EQ(_temGetErrorCallBack(), nullptr);
     _temSetErrorCallBack(CallbackA);
     EXPECT_EQ(qor_tem_kernel_ClearErrorCallBack(), CallbackA);
     EXPECT_EQ(_temGetMode(), 0x1002u);
-  });
-}
-
-TEST(ErrorCallBackTest, SettingACallbackAddsTheBitToOtherErrorBits) {
-  OnFreshThread([] {
-    _temSetMode(TEM_ERRMODE_STDERR);
-    _temSetErrorCallBack(CallbackA);
-    EXPECT_EQ(_temGetMode(), 0x1402u);
   });
 }
 

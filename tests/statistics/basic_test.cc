@@ -1,13 +1,9 @@
 // Basic estimates against a long double two-pass reference: every estimate and storage form,
 // both layouts, with and without weights and indices, p up to 40 and n up to 10^5; streaming
 // over chunks; and the same result for a block count whatever threads run the blocks.
-//
-// Bound: each error is measured against the natural scale of its estimate (the weighted mean
-// of |x|^k for raw moments and sums, the sum of w |x - m|^k for central sums and moments,
-// sqrt(C_aa C_bb) for cov and cross-products, 1 for correlations) and must stay below
-// 2^-40 in double and 2^-11 in float. The running updates lose about sqrt(n) roundings of
-// that scale (n = 10^5: some 300 ulps, 2^-44 in double, 2^-15 in float); the bound leaves a
-// factor 16 for the higher powers and the closing divisions.
+// Each error is measured against the natural scale of its estimate (mean of |x|^k, sum of
+// w |x - m|^k, sqrt(C_aa C_bb), 1 for correlations) and stays below 2^-40 in double and 2^-11
+// in float: sqrt(n) roundings of the running updates (2^-44, 2^-15 at n = 10^5) times 16.
 #include <gtest/gtest.h>
 #include <math.h>
 
@@ -122,12 +118,20 @@ std::vector<Shape> Shapes() {
 
 // The caller's mean for the user-mean method: near the sample mean, off by a quarter spread.
 template <class T>
-void SetUserMean(Harness<T>& h, const Sample& s) {
-  for (int64_t v = 0; v < h.p; ++v) {
+std::vector<double> UserMean(const Sample& s) {
+  std::vector<double> centre(s.p);
+  for (int64_t v = 0; v < s.p; ++v) {
     double sum = 0;
     for (int64_t i = 0; i < s.n; ++i) sum += s.At(v, i);
-    if (h.Active(v)) h.arrays[7][v] = T(sum / s.n + 0.25);
+    centre[v] = static_cast<T>(sum / s.n + 0.25);
   }
+  return centre;
+}
+
+template <class T>
+void SetUserMean(Harness<T>& h, const std::vector<double>& centre) {
+  for (int64_t v = 0; v < h.p; ++v)
+    if (h.Active(v)) h.arrays[7][v] = T(centre[v]);
 }
 
 template <class T>
@@ -142,12 +146,7 @@ TYPED_TEST(BasicTest, EveryEstimateMatchesReference) {
     Sample rows = MakeSample(shape.p, shape.n, false, shape.weighted, shape.p * 1000 + shape.n);
     for (double& v : rows.x) v = static_cast<T>(v);
     for (double& v : rows.weights) v = static_cast<T>(v);
-    std::vector<double> centre(shape.p);
-    for (int64_t v = 0; v < shape.p; ++v) {
-      double sum = 0;
-      for (int64_t i = 0; i < shape.n; ++i) sum += rows.At(v, i);
-      centre[v] = static_cast<T>(sum / shape.n + 0.25);
-    }
+    const std::vector<double> centre = UserMean<T>(rows);
     const Reference plain = Compute({&rows}, nullptr, Slack<T>());
     const Reference around = Compute({&rows}, centre.data(), Slack<T>());
     for (bool columns : {false, true}) {
@@ -162,9 +161,7 @@ TYPED_TEST(BasicTest, EveryEstimateMatchesReference) {
                        " storage " + std::to_string(storage));
           Harness<T> h(s, subset, storage);
           const bool user_mean = method == ROF_SS_METHOD_USER_MEAN;
-          if (user_mean)
-            for (int64_t v = 0; v < shape.p; ++v)
-              if (h.Active(v)) h.arrays[7][v] = T(centre[v]);
+          if (user_mean) SetUserMean(h, centre);
           ASSERT_EQ(h.Run(kAllBasic, method, qor_support_pool_threading(2)), 0);
           ExpectMatches(h, user_mean ? around : plain, user_mean);
           ExpectNear(h.accum[0], plain.w, plain.w, "accumulated weight");
@@ -195,8 +192,8 @@ TYPED_TEST(BasicTest, ChunkedCallsContinueTheRun) {
           all.push_back(&c);
         }
         const bool user_mean = method == ROF_SS_METHOD_USER_MEAN;
-        if (user_mean) SetUserMean(h, chunks[0]);
-        std::vector<double> centre(h.arrays[7].begin(), h.arrays[7].end());
+        const std::vector<double> centre = UserMean<T>(chunks[0]);
+        if (user_mean) SetUserMean(h, centre);
         for (Sample& c : chunks) {
           std::vector<T> x(c.x.begin(), c.x.end()), w(c.weights.begin(), c.weights.end());
           h.n = int32_t(c.n);
@@ -232,7 +229,7 @@ TYPED_TEST(BasicTest, BlockResultsDoNotDependOnTheThreads) {
       Sample s = MakeSample(5, 20000, threads == 4, true, 5);
       Harness<T> a(s, false, 0), b(s, false, 0);
       for (Harness<T>* h : {&a, &b})
-        if (method == ROF_SS_METHOD_USER_MEAN) SetUserMean(*h, s);
+        if (method == ROF_SS_METHOD_USER_MEAN) SetUserMean(*h, UserMean<T>(s));
       ASSERT_EQ(a.Run(kAllBasic, method, serial), 0);
       ASSERT_EQ(b.Run(kAllBasic, method, qor_support_pool_threading(threads)), 0);
       for (const auto& [id, values] : a.arrays) EXPECT_EQ(values, b.arrays.at(id)) << id;
