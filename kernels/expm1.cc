@@ -4,6 +4,7 @@
 // builds a small result from two terms of similar size, and their rounding errors add up to
 // more than an ulp. The result takes the sign of x, so that expm1(-0) is -0. The single
 // member runs in double lanes with no table.
+#include "kernels/estrin.h"
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -22,10 +23,10 @@ constexpr double kOverflow = 0x1.62e42fefa39efp+9;                         // 70
 struct DoublePoly {
   template <class V>
   [[gnu::always_inline]] static V Eval(V r) {
-    const V tail = (((Const<V>(0.001388889298015527) * r + Const<V>(0.008333335878865304)) * r +
-                     Const<V>(0.0416666666666645)) * r + Const<V>(0.16666666666665733)) * r +
-                   Const<V>(0.5);
-    return r + r * r * tail;
+    const V r2 = r * r;
+    const V tail = Estrin5(r, r2, Const<V>(0.5), Const<V>(0.16666666666665733), Const<V>(0.0416666666666645),
+                           Const<V>(0.008333335878865304), Const<V>(0.001388889298015527));
+    return r + r2 * tail;
   }
   // e^x - 1 on |x| < 1/32 by its Taylor series to x^9: the first term left out is below
   // 2^-66 relative to the result.
