@@ -12,7 +12,7 @@ namespace roots {
 
 // (1 + r)^(1/3) - 1 and (1 + r)^(-1/3) - 1, binomial series to r^8, for |r| <= 1/65, with the
 // coefficients a1..a8 summed in pairs (Estrin's scheme): four short chains in place of one of
-// eight steps. Every term after the first is below 2^-8 of it, so the order of the sum does not
+// eight steps. Every term after the first is below 2^-7 of it, so the order of the sum does not
 // matter to the result.
 template <bool kReciprocal, class V>
 inline V CbrtSeries(V r) {
