@@ -62,8 +62,9 @@ template <bool kSinh, class Polys>
   const __m128i one = _mm_set1_epi64x(0x3FF0000000000000ll);
   const D scale_up = D::FromImage(_mm_add_epi64(one, m_field));
   const D scale_down = D::FromImage(_mm_sub_epi64(one, m_field));
-  const D a_hi = D(_mm_unpacklo_pd(up0, up1)) * scale_up;
-  const D b_hi = D(_mm_unpacklo_pd(down0, down1)) * scale_down;
+  // The high parts are normal after scaling, so 2^+-m goes straight into their exponents.
+  const D a_hi = D::FromImage(_mm_add_epi64(_mm_castpd_si128(_mm_unpacklo_pd(up0, up1)), m_field));
+  const D b_hi = D::FromImage(_mm_sub_epi64(_mm_castpd_si128(_mm_unpacklo_pd(down0, down1)), m_field));
   const D r2 = r * r;
   const D odd = Polys::Odd(r, r2);
   const D even = Polys::EvenMinusOne(r2);
