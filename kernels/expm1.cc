@@ -73,7 +73,8 @@ template <class Poly>
   const __m128i k_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 45),
                                         _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
   const D scale = D::FromImage(_mm_add_epi64(k_field, _mm_set1_epi64x(0x3FF0000000000000ll)));
-  const D a = hi * scale;
+  // hi 2^k stays normal, so 2^k goes straight into hi's exponent.
+  const D a = D::FromImage(_mm_add_epi64(hi.Image(), k_field));
   // s + err = a - 1 exactly (2Sum).
   const D s = a - Const<D>(1.0);
   const D bb = s - a;
