@@ -17,9 +17,8 @@
 //   kLoopBlocks (optional)                the loop form computes unflagged registers at once
 //   kLoopInBlocks (optional)              a loop-form kernel whose companion never reports: it
 //                                         walks in blocks, which no caller can tell apart
-//   kLoopPairs (optional)                 with kLoopBlocks: ComputePair(in[2][kInputs],
-//                                         out[2][kResults]) computes two unflagged registers
-//                                         together, lane for lane as Compute does
+//   kLoopPairs (optional)                 with kLoopBlocks: the loop form computes two
+//                                         unflagged registers in one step (Compute inlined)
 #ifndef QOR_FRAME_KERNEL_FRAME_H_
 #define QOR_FRAME_KERNEL_FRAME_H_
 
@@ -33,6 +32,14 @@
 #include "frame/vec.h"
 
 namespace tem {
+
+// Trait<K>::value is K::member, an optional compile-time flag of a kernel, and false where the
+// kernel leaves it out.
+#define TEM_OPTIONAL_FLAG(Trait, member)                                                \
+  template <class K, class = void>                                                      \
+  struct Trait : std::false_type {};                                                    \
+  template <class K>                                                                    \
+  struct Trait<K, std::void_t<decltype(K::member)>> : std::bool_constant<K::member> {};
 
 // Lanes beyond the count of a tail group hold this harmless value.
 template <class T>
@@ -136,11 +143,7 @@ template <class V, int kRegs, int kWidth>
 
 // Kernels that set kComputeBlock supply ComputeBlock(x[kRegs][kInputs], y[kRegs][kResults])
 // in place of Compute, so that the chains of a block's registers can overlap.
-template <class K, class = void>
-struct ComputesBlocks : std::false_type {};
-template <class K>
-struct ComputesBlocks<K, std::void_t<decltype(K::kComputeBlock)>>
-    : std::bool_constant<K::kComputeBlock> {};
+TEM_OPTIONAL_FLAG(ComputesBlocks, kComputeBlock)
 
 // One block of kRegs registers, or a tail group of one register with `count` real lanes.
 // Inlined into the walk, so that a block's registers and constants stay in registers; only
@@ -202,10 +205,7 @@ void WalkVector(int n, const Io& io, uint32_t mode, const char* name) {
 
 // Kernels whose element rule has a common path that Compute gives for whole registers set
 // kLoopBlocks; the loop form then runs registers whose lanes Flag leaves clear in one go.
-template <class K, class = void>
-struct LoopBlocks : std::false_type {};
-template <class K>
-struct LoopBlocks<K, std::void_t<decltype(K::kLoopBlocks)>> : std::bool_constant<K::kLoopBlocks> {};
+TEM_OPTIONAL_FLAG(LoopBlocks, kLoopBlocks)
 
 // The element of a kLoopBlocks kernel for an input that Flag leaves clear: lane 0 of Compute
 // on a register that repeats it, so that lone elements and whole registers agree bit for bit.
@@ -224,10 +224,7 @@ bool ElementByCompute(const typename K::T (&in)[1], typename K::T (&out)[1]) {
 }
 
 // Kernels with kLoopBlocks whose registers pair well set kLoopPairs as well.
-template <class K, class = void>
-struct LoopPairs : std::false_type {};
-template <class K>
-struct LoopPairs<K, std::void_t<decltype(K::kLoopPairs)>> : std::bool_constant<K::kLoopPairs> {};
+TEM_OPTIONAL_FLAG(LoopPairs, kLoopPairs)
 
 // Loop form: element by element, each status reported as soon as its result is stored. With
 // LoopBlocks a register without flagged lanes is computed and stored at once: its lanes report
@@ -266,7 +263,8 @@ void WalkLoop(int n, const Io& io, const char* name) {
           for (int k = 0; k < K::kInputs; ++k) x[r][k] = io.Load(k, i + r * kLanes, kLanes);
         }
         if ((K::Flag(x[0]) | K::Flag(x[1])) == 0) {
-          K::ComputePair(x, y);
+          K::Compute(x[0], y[0]);
+          K::Compute(x[1], y[1]);
           for (int r = 0; r < 2; ++r) {
             for (int k = 0; k < K::kResults; ++k) io.Store(k, i + r * kLanes, kLanes, y[r][k]);
           }
@@ -281,11 +279,7 @@ void WalkLoop(int n, const Io& io, const char* name) {
   for (; i < n; ++i) element(i);
 }
 
-template <class K, class = void>
-struct LoopInBlocks : std::false_type {};
-template <class K>
-struct LoopInBlocks<K, std::void_t<decltype(K::kLoopInBlocks)>>
-    : std::bool_constant<K::kLoopInBlocks> {};
+TEM_OPTIONAL_FLAG(LoopInBlocks, kLoopInBlocks)
 
 // A kernel call in the frame form of function F. A count of zero or less does nothing.
 template <const FunctionInfo& F, class K, class Io>

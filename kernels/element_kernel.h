@@ -45,10 +45,7 @@ struct ElementKernel {
   static int Companion(const T (&in)[1], T (&out)[1]) { return Element(in, out); }
 };
 
-template <class Fn, class = void>
-struct LanePairs : std::false_type {};
-template <class Fn>
-struct LanePairs<Fn, std::void_t<decltype(Fn::kPairs)>> : std::bool_constant<Fn::kPairs> {};
+TEM_OPTIONAL_FLAG(LanePairs, kPairs)
 
 // A kernel of the loop form (and its strided member, of the vector form) with a vector common
 // path: Fn::Lanes(x) computes two double lanes, Fn::Flag(x) picks the lanes that need the
@@ -60,7 +57,7 @@ struct LaneKernel {
   static constexpr int kInputs = 1, kResults = 1, kBlock = Vec<T>::kLanes;
   static constexpr bool kCanFail = true, kLoopBlocks = true;
   static __m128 Narrowed(__m128d x) { return _mm_cvtpd_ps(Fn::Lanes(x)); }
-  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
+  [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     if constexpr (sizeof(T) == 4) {
       const __m128 x = in[0].raw;
       out[0] = _mm_movelh_ps(Narrowed(_mm_cvtps_pd(x)), Narrowed(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
@@ -69,12 +66,8 @@ struct LaneKernel {
     }
   }
   // With Fn::kPairs, the loop form takes two double registers in one body, so that they share
-  // the constants and their chains overlap; each lane as Compute gives it.
+  // the constants and their chains overlap.
   static constexpr bool kLoopPairs = sizeof(T) == 8 && LanePairs<Fn>::value;
-  static void ComputePair(const Vec<T> (&in)[2][1], Vec<T> (&out)[2][1]) {
-    out[0][0] = Fn::Lanes(in[0][0].raw);
-    out[1][0] = Fn::Lanes(in[1][0].raw);
-  }
   static int Flag(const Vec<T> (&in)[1]) {
     if constexpr (sizeof(T) == 4) {
       const __m128 x = in[0].raw;

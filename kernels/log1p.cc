@@ -65,10 +65,6 @@ struct Log1pSingle {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
   static constexpr bool kCanFail = true, kLoopBlocks = true, kLoopPairs = true;
-  static void ComputePair(const Vec<T> (&in)[2][1], Vec<T> (&out)[2][1]) {
-    Compute(in[0], out[0]);
-    Compute(in[1], out[1]);
-  }
   [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     const __m128 x = in[0].raw;
     const __m128 one = _mm_set1_ps(1.0f);
