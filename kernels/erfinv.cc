@@ -45,7 +45,7 @@ constexpr double kSubnormalBias = 2.5764595078388533e-231;
 
 struct ErfInvDouble {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 2;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
   static constexpr bool kCanFail = true;
 
   // The high word of each lane in both 32-bit halves of its 64-bit half.
@@ -97,18 +97,23 @@ struct ErfInvDouble {
     // of its own row by Horner in t^2, taking them from the table as aligned 16-byte operands;
     // one transposition at the end gives odd and even of both lanes. The value is as accurate
     // as Horner's in t, since |t| < 1/8.
-    const __m128d t2 = _mm_mul_pd(t, t);
-    auto lane_pairs = [](const double* r, __m128d s2) {
-      __m128d h = _mm_mul_pd(_mm_load_pd(r + 13), s2);
-#pragma GCC unroll 8
-      for (int k = 11; k >= 3; k -= 2) h = _mm_mul_pd(_mm_add_pd(h, _mm_load_pd(r + k)), s2);
-      return _mm_add_pd(h, _mm_load_pd(r + 1));
+    const __m128d t2 = _mm_mul_pd(t, t), t4 = _mm_mul_pd(t2, t2), t8 = _mm_mul_pd(t4, t4);
+    // The seven pairs P0..P6 as a polynomial in s = t^2 by Estrin's scheme:
+    // (P0 + P1 s) + (P2 + P3 s) s^2 + ((P4 + P5 s) + P6 s^2) s^4.
+    auto lane_pairs = [](const double* r, __m128d s, __m128d s2, __m128d s4) {
+      auto pair = [&](int k) { return _mm_load_pd(r + 2 * k + 1); };
+      auto mul_add = [](__m128d a, __m128d b, __m128d v) { return _mm_add_pd(a, _mm_mul_pd(b, v)); };
+      const __m128d low = mul_add(mul_add(pair(0), pair(1), s), mul_add(pair(2), pair(3), s), s2);
+      const __m128d high = mul_add(mul_add(pair(4), pair(5), s), pair(6), s2);
+      return mul_add(low, high, s4);
     };
-    const __m128i t2bits = _mm_castpd_si128(t2);
-    const __m128d h0 =
-        lane_pairs(r0, _mm_castsi128_pd(_mm_shuffle_epi32(t2bits, _MM_SHUFFLE(1, 0, 1, 0))));
-    const __m128d h1 =
-        lane_pairs(r1, _mm_castsi128_pd(_mm_shuffle_epi32(t2bits, _MM_SHUFFLE(3, 2, 3, 2))));
+    auto lane = [](__m128d v, int k) {
+      const __m128i bits = _mm_castpd_si128(v);
+      return _mm_castsi128_pd(k == 0 ? _mm_shuffle_epi32(bits, _MM_SHUFFLE(1, 0, 1, 0))
+                                     : _mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 2, 3, 2)));
+    };
+    const __m128d h0 = lane_pairs(r0, lane(t2, 0), lane(t4, 0), lane(t8, 0));
+    const __m128d h1 = lane_pairs(r1, lane(t2, 1), lane(t4, 1), lane(t8, 1));
     const __m128d odd = _mm_unpacklo_pd(h0, h1), even = _mm_unpackhi_pd(h0, h1);
     // g = S + Q with S = r15, whose 26 bits make S xh exact, and Q = r0 + t (odd + t even + r16),
     // at most 2.2 % of S. The result is (Q x + S xl) + S xh: the roundings of the small part
