@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "frame/kernel_frame.h"
+#include "kernels/estrin.h"
 #include "kernels/float_format.h"
 
 namespace tem {
@@ -198,9 +199,10 @@ struct ExpCore {
   }
 };
 
-// The s members that run in double lanes reduce by ln 2 with no table: x = m ln2 + r, |r| <=
-// ln2/2, and e^r comes from its odd and even parts, sinh r and cosh r - 1, by their Taylor
-// series to r^9 and r^8: relative errors below 2^-35, far below the final rounding to float.
+// The s members that run in double lanes. Sinh and Cosh reduce by ln 2 with no table: x = m ln2
+// + r, |r| <= ln2/2, and e^r comes from its odd and even parts, sinh r and cosh r - 1, by their
+// Taylor series to r^9 and r^8: relative errors below 2^-35, far below the final rounding to
+// float. Expm1 and Tanh take e^x - 1 from the 128-row table of 2^(i/128).
 // Always inlined, so that the four double registers of a block run side by side.
 namespace wide {
 inline constexpr Splat<double> kLog2e{1.4426950408889634}, kShifter{0x1.8p52};
@@ -234,14 +236,24 @@ inline constexpr Splat<double> kOne{1.0};
 [[gnu::always_inline]] inline D CoshMinusOneSeries(D r2) {
   return r2 * (kEven2() + r2 * (kEven4() + r2 * (kEven6() + r2 * kEven8())));
 }
-// e^x - 1 = (2^m - 1) + 2^m (e^r - 1), to the relative accuracy of the series down to the
-// least x: for m = 0 it is the series alone, and 2^m - 1 is exact while it matters.
+// e^x - 1 for |x| up to 90: x = (n + i/128) ln2 + r, |r| <= ln2/256, and with a = 2^n 2^(i/128)
+// (the table's high part, 2^n added into its exponent) e^x - 1 = (a - 1) + a (e^r - 1).
+// e^r - 1 by its series to r^4 errs by 2^-41 of itself, the high part by 2^-53 of a; a - 1
+// rounds once. Near zero (n = i = 0) a - 1 is 0 and the series stands alone.
+inline constexpr Splat<double> kK128{184.6649652337873}, kLn2Over128High{0x1.62e4200000000p-8},
+    kLn2Over128Low{0x1.fdf473de6af28p-29};
 [[gnu::always_inline]] inline D ExpMinusOne(D x) {
-  __m128i m_field;
-  const D r = ReduceByLn2(x, m_field);
+  const D t = x * kK128() + kShifter();
+  const D n = t - kShifter();
+  const D r = (x - n * kLn2Over128High()) - n * kLn2Over128Low();
+  int i0, i1;
+  Indices<7>(t.Image(), i0, i1);
+  const D hi = {_mm_loadh_pd(_mm_load_sd(&kExp128[i0][0]), &kExp128[i1][0])};
+  const __m128i n_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 45),
+                                        _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
+  const D a = TimesPow2(hi, n_field);
   const D r2 = r * r;
-  const D scale = TimesPow2(kOne(), m_field);
-  return (scale - kOne()) + scale * (SinhSeries(r, r2) + CoshMinusOneSeries(r2));
+  return (a - kOne()) + a * (r + r2 * Estrin3(r, r2, kEven2(), kOdd3(), kEven4()));
 }
 }  // namespace wide
 
