@@ -199,6 +199,13 @@ struct ExpCore {
   }
 };
 
+// The reduction of Expm1, shared by the single Expm1 and Tanh: x = (n + i/128) ln2 + r, with
+// K = 128/ln2 and ln2/128 = L1 + L2, L1 of 21 significant bits so that n L1 is exact.
+struct Expm1Reduction {
+  static constexpr double kK = 184.6649652337873, kShifter = 0x1.8p52;
+  static constexpr double kL1 = 0x1.62e4200000000p-8, kL2 = 0x1.fdf473de6af28p-29;
+};
+
 // The s members that run in double lanes. Sinh and Cosh reduce by ln 2 with no table: x = m ln2
 // + r, |r| <= ln2/2, and e^r comes from its odd and even parts, sinh r and cosh r - 1, by their
 // Taylor series to r^9 and r^8: relative errors below 2^-35, far below the final rounding to
@@ -240,12 +247,11 @@ inline constexpr Splat<double> kOne{1.0};
 // (the table's high part, 2^n added into its exponent) e^x - 1 = (a - 1) + a (e^r - 1).
 // e^r - 1 by its series to r^4 errs by 2^-41 of itself, the high part by 2^-53 of a; a - 1
 // rounds once. Near zero (n = i = 0) a - 1 is 0 and the series stands alone.
-inline constexpr Splat<double> kK128{184.6649652337873}, kLn2Over128High{0x1.62e4200000000p-8},
-    kLn2Over128Low{0x1.fdf473de6af28p-29};
 [[gnu::always_inline]] inline D ExpMinusOne(D x) {
-  const D t = x * kK128() + kShifter();
-  const D n = t - kShifter();
-  const D r = (x - n * kLn2Over128High()) - n * kLn2Over128Low();
+  using R = Expm1Reduction;
+  const D t = x * Const<D>(R::kK) + Const<D>(R::kShifter);
+  const D n = t - Const<D>(R::kShifter);
+  const D r = (x - n * Const<D>(R::kL1)) - n * Const<D>(R::kL2);
   int i0, i1;
   Indices<7>(t.Image(), i0, i1);
   const D hi = {_mm_loadh_pd(_mm_load_sd(&kExp128[i0][0]), &kExp128[i1][0])};

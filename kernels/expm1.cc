@@ -11,10 +11,7 @@ namespace tem {
 namespace expo {
 namespace {
 
-constexpr double kK = 184.6649652337873;  // 128 / ln 2
-constexpr double kShifter = 0x1.8p52;
-// ln2/128 = L1 + L2, L1 with 21 significant bits so that n * L1 is exact.
-constexpr double kL1 = 0x1.62e4200000000p-8, kL2 = 0x1.fdf473de6af28p-29;
+using R = Expm1Reduction;
 constexpr double kSmall = 0x1p-5;  // the direct polynomial's range, |x| below it
 constexpr double kOverflow = 0x1.62e42fefa39efp+9;                         // 709.782712893384
 
@@ -44,9 +41,9 @@ struct DoublePoly {
 };
 // The reduced form for one double: (2^k hi - 1) by 2Sum, plus 2^k (hi p(r) + lo); -40 <= x <= 708.
 double Expm1Reduced(double x) {
-  const double t = x * kK + kShifter;
-  const double n = t - kShifter;
-  const double r = (x - n * kL1) - n * kL2;
+  const double t = x * R::kK + R::kShifter;
+  const double n = t - R::kShifter;
+  const double r = (x - n * R::kL1) - n * R::kL2;
   const int ni = static_cast<int32_t>(BitsOf(t));
   const int i = ni & 127;
   const double scale = Pow2(ni >> 7);
@@ -63,9 +60,9 @@ double Expm1Reduced(double x) {
 template <class Poly>
 [[gnu::always_inline]] inline D Expm1Block(D x) {
   const D sign = x & Const<D>(-0.0);
-  const D t = x * Const<D>(kK) + Const<D>(kShifter);
-  const D n = t - Const<D>(kShifter);
-  const D r = (x - n * Const<D>(kL1)) - n * Const<D>(kL2);
+  const D t = x * Const<D>(R::kK) + Const<D>(R::kShifter);
+  const D n = t - Const<D>(R::kShifter);
+  const D r = (x - n * Const<D>(R::kL1)) - n * Const<D>(R::kL2);
   int i0, i1;
   Indices<7>(t.Image(), i0, i1);
   D hi, lo;
