@@ -1,5 +1,4 @@
-// Interpolated values and derivatives against the coefficients evaluated independently, for
-// every output layout, kind and partition; cells, tabulated kinds, callbacks and refusals.
+// Interpolation against independently evaluated coefficients; cells, kinds, callbacks, refusals.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,7 +8,6 @@
 
 namespace fit_test {
 namespace {
-
 // Cell of s by definition: 0 below, i for x[i-1] <= s < x[i], nx-1 at the end, nx above.
 int64_t BruteCell(const std::vector<long double>& at, long double s) {
   const int64_t nx = int64_t(at.size());
@@ -95,8 +93,7 @@ TYPED_TEST(InterpolateTest, PolynomialKindsMatchTheirCoefficients) {
         }
 }
 
-// Cells out (type 2 and 3, both widths) match the definition; cells in (type 4) give the
-// same results; threads give the results of the calling thread alone.
+// Cells out (types 2, 3, both widths) are right; cells in (type 4) and threads agree.
 TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
   using T = TypeParam;
   for (uint32_t wide : {0u, 1u}) {
@@ -203,6 +200,5 @@ TEST(InterpolateStatusTest, RefusalsInTheirOrder) {
         << c.what;
   }
 }
-
 }  // namespace
 }  // namespace fit_test
