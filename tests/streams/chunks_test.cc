@@ -1,10 +1,8 @@
-// Chunk lists and the shared read-only table: order, search, release, sharing by key,
-// reference counts and the table's limits.
+// Chunk lists and the shared table: order, search, release, sharing, counts, limits.
 #include "stream_helpers.h"
 #include "streams/shared_data.h"
 
 namespace {
-
 const uint64_t kKeyA[2] = {0xA, 1}, kKeyB[2] = {0xB, 1}, kKeyC[2] = {0xC, 1};
 
 uint32_t References(const uint64_t key[2]) {
@@ -89,16 +87,14 @@ TEST(ChunksTest, SharedKeyIsCountedAndFreedWithTheLastStream) {
   EXPECT_EQ(rof::SharedEntryCount(), 0);
 }
 
-// Allocations of a copy: the record, then per private chunk its data and its node, a node for
-// the shared one. Each failure leaves no chunk on the copy and the shared count as it was.
+// Each failing allocation of a copy leaves no chunk on it and the shared count as it was.
 TEST(ChunksTest, CopyWithoutMemoryLeavesNoChunks) {
   NoLeakScope scope;
   void* source = NewMcgStream(5);
   __rofAddChunk(source, 1, kKeyB, ChunkData(8, 1), 8);
   for (uint32_t id : {2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(16, 0), 16);
   void* copy = &copy;
-  const int runs = alloc_control::ForEachFailure(
-      [&] { return __rofCopyStream(&copy, source); },
+  const int runs = alloc_control::ForEachFailure([&] { return __rofCopyStream(&copy, source); },
       [&](int status) {
         EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
         if (copy != nullptr) EXPECT_EQ(__rofGetNumChunks(copy), 0);
@@ -189,5 +185,4 @@ TEST(ChunksTest, EntryOperations) {
   EXPECT_EQ(key[0], 42u);
   EXPECT_EQ(key[1], 0x1234u);
 }
-
 }  // namespace

@@ -4,7 +4,6 @@
 #include "stream_helpers.h"
 
 namespace {
-
 uint32_t Next(void* stream) {
   uint32_t x;
   __rofiBRngMCG31M1(stream, 1, &x);
@@ -118,5 +117,4 @@ TEST(LifecycleTest, CopyStateTakesStateAndChunks) {
   __rofDeleteStream(&source);
   __rofDeleteStream(&destination);
 }
-
 }  // namespace

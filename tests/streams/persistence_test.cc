@@ -1,6 +1,4 @@
-// Saved streams: round trips of every built generator through files and memory, with and
-// without chunks; the header checks and their statuses; the older header; truncated and
-// corrupted files, exhausted memory, and the fuzzer's corpus.
+// Saved streams: round trips, header checks, the older header, cuts, memory, fuzzer corpus.
 #include <dirent.h>
 #include <stdio.h>
 #include <string.h>
@@ -12,7 +10,6 @@
 #include "stream_helpers.h"
 
 namespace {
-
 using Bytes = std::vector<uint8_t>;
 
 const int kGenerators[] = {ROF_BRNG_MCG31M1, ROF_BRNG_MCG59, ROF_BRNG_MT19937, ROF_BRNG_MT2203 + 2};
@@ -35,8 +32,7 @@ void WriteFile(const std::string& name, const Bytes& b) {
   fclose(f);
 }
 
-// A stream of `brng` moved on by a few words, with chunks 5 (10 bytes) and then 7 (3 bytes)
-// when asked.
+// A stream of `brng` moved on a little, with chunks 5 (10 bytes) and 7 (3 bytes) if asked.
 void* MakeStream(int brng, bool chunks) {
   void* s = nullptr;
   const uint32_t seed[2] = {123, 456};
@@ -61,6 +57,16 @@ void ExpectSameState(const void* a, const void* b) {
   EXPECT_EQ(
       memcmp(static_cast<const char*>(a) + 16, static_cast<const char*>(b) + 16, PayloadBytes(a)),
       0);
+}
+
+// Loads the file `name` (or `image`, if given); a failed load must leave no stream.
+int Load(const std::string& name, const Bytes* image = nullptr) {
+  void* loaded = &loaded;
+  const int status = image ? __rofLoadStreamM(&loaded, image->data())
+                           : __rofLoadStreamF(&loaded, name.c_str(), -1);
+  EXPECT_EQ(status == ROF_STATUS_OK, loaded != nullptr) << name << " status " << status;
+  if (status == ROF_STATUS_OK) __rofDeleteStream(&loaded);
+  return status;
 }
 
 Bytes SaveM(const void* s) {
@@ -141,16 +147,10 @@ TEST(PersistenceTest, EachHeaderFaultHasItsStatusAndLeavesNoStream) {
     Bytes bad = good;
     for (int i = 0; i < c.size; ++i) bad[c.offset + i] = static_cast<uint8_t>(c.value >> (8 * i));
     WriteFile(name, bad);
-    void* loaded = &loaded;
-    EXPECT_EQ(__rofLoadStreamF(&loaded, name.c_str(), -1), c.file_status);
-    EXPECT_EQ(loaded, nullptr);
-    loaded = &loaded;
-    EXPECT_EQ(__rofLoadStreamM(&loaded, bad.data()), c.memory_status);
-    EXPECT_EQ(loaded, nullptr);
+    EXPECT_EQ(Load(name), c.file_status);
+    EXPECT_EQ(Load(name, &bad), c.memory_status);
   }
-  void* loaded = &loaded;
-  EXPECT_EQ(__rofLoadStreamF(&loaded, (name + "-missing").c_str(), -1), ROF_STATUS_FILE_OPEN);
-  EXPECT_EQ(loaded, nullptr);
+  EXPECT_EQ(Load(name + "-missing"), ROF_STATUS_FILE_OPEN);
   void* any = MakeStream(ROF_BRNG_MCG31M1, false);
   EXPECT_EQ(__rofSaveStreamF(any, "/nonexistent-directory/stream", -1), ROF_STATUS_FILE_OPEN);
   __rofDeleteStream(&any);
@@ -189,20 +189,16 @@ TEST(PersistenceTest, OlderHeaderLoadsWithoutChunksAndRefusesChunks) {
     Bytes with_chunk = LegacyImage(s, 1);
     with_chunk.resize(with_chunk.size() + 40, 0);
     WriteFile(name, with_chunk);
-    void* refused = nullptr;
-    EXPECT_EQ(__rofLoadStreamF(&refused, name.c_str(), -1), ROF_STATUS_FILE_READ);
-    EXPECT_EQ(__rofLoadStreamM(&refused, with_chunk.data()), ROF_STATUS_FILE_READ);
-    EXPECT_EQ(refused, nullptr);
-    // A version above 2 in byte 4.
-    legacy[4] = 3;
-    EXPECT_EQ(__rofLoadStreamM(&refused, legacy.data()), ROF_STATUS_BAD_MEMORY_FORMAT);
+    EXPECT_EQ(Load(name), ROF_STATUS_FILE_READ);
+    EXPECT_EQ(Load(name, &with_chunk), ROF_STATUS_FILE_READ);
+    legacy[4] = 3;  // a version above 2
+    EXPECT_EQ(Load(name, &legacy), ROF_STATUS_BAD_MEMORY_FORMAT);
     for (void* t : {s, from_file, from_memory}) __rofDeleteStream(&t);
   }
   remove(name.c_str());
 }
 
-// Every prefix of a file with chunks fails with a read status and leaves nothing behind. Only
-// the last chunk's data read decides, so a cut in the last chunk's data is what is seen.
+// Every prefix of a file with chunks fails with a read status and leaves nothing behind.
 TEST(PersistenceTest, TruncatedFilesFailCleanly) {
   NoLeakScope no_leak;
   const std::string name = TempName("cut");
@@ -212,10 +208,8 @@ TEST(PersistenceTest, TruncatedFilesFailCleanly) {
   __rofDeleteStream(&s);
   for (size_t cut = 0; cut < full.size(); ++cut) {
     WriteFile(name, Bytes(full.begin(), full.begin() + cut));
-    void* loaded = &loaded;
-    const int status = __rofLoadStreamF(&loaded, name.c_str(), -1);
+    const int status = Load(name);
     ASSERT_TRUE(status == ROF_STATUS_FILE_READ || status == ROF_STATUS_BAD_FILE_FORMAT) << cut;
-    ASSERT_EQ(loaded, nullptr) << cut;
   }
   remove(name.c_str());
 }
@@ -227,10 +221,8 @@ TEST(PersistenceTest, EmptyLastChunkIsAShortTransfer) {
   void* s = MakeStream(ROF_BRNG_MCG59, false);
   ASSERT_EQ(__rofAddChunk(s, 9, nullptr, nullptr, 0), ROF_STATUS_OK);
   EXPECT_EQ(__rofSaveStreamF(s, name.c_str(), -1), ROF_STATUS_FILE_WRITE);
-  void* loaded = &loaded;
-  EXPECT_EQ(__rofLoadStreamF(&loaded, name.c_str(), -1), ROF_STATUS_FILE_READ);
-  EXPECT_EQ(loaded, nullptr);
-  // In memory nothing is short.
+  EXPECT_EQ(Load(name), ROF_STATUS_FILE_READ);
+  void* loaded = nullptr;  // in memory nothing is short
   ASSERT_EQ(__rofLoadStreamM(&loaded, SaveM(s).data()), ROF_STATUS_OK);
   EXPECT_EQ(ChunkIds(loaded), std::vector<uint32_t>({9}));
   __rofDeleteStream(&loaded);
@@ -238,8 +230,7 @@ TEST(PersistenceTest, EmptyLastChunkIsAShortTransfer) {
   remove(name.c_str());
 }
 
-// Chunks whose key is in the shared table come back sharing its data; the bytes read for them
-// are released.
+// Chunks of a known key come back sharing the table's data; their read bytes are freed.
 TEST(PersistenceTest, SharedChunksComeBackShared) {
   NoLeakScope no_leak;
   const uint64_t key[2] = {0x5EED, 0xC0FFEE};
@@ -282,15 +273,11 @@ TEST(PersistenceTest, EveryAllocationFailureGivesNoMemoryAndLeavesNothing) {
   };
   const int length = static_cast<int>(name.size());
   EXPECT_GE(alloc_control::ForEachFailure(
-                [&] { return __rofLoadStreamF(&loaded, name.c_str(), length); }, check, clean),
-            6);
+                [&] { return __rofLoadStreamF(&loaded, name.c_str(), length); }, check, clean), 6);
   EXPECT_GE(alloc_control::ForEachFailure([&] { return __rofLoadStreamM(&loaded, image.data()); },
-                                          check, clean),
-            5);
-  EXPECT_EQ(alloc_control::ForEachFailure(
-                [&] { return __rofSaveStreamF(s, name.c_str(), length); },
-                [](int status) { EXPECT_EQ(status, ROF_STATUS_NO_MEMORY); }, [] {}),
-            1);
+                                          check, clean), 5);
+  EXPECT_EQ(alloc_control::ForEachFailure([&] { return __rofSaveStreamF(s, name.c_str(), length); },
+                [](int status) { EXPECT_EQ(status, ROF_STATUS_NO_MEMORY); }, [] {}), 1);
   __rofDeleteStream(&s);
   remove(name.c_str());
 }
@@ -303,15 +290,10 @@ TEST(PersistenceTest, FuzzerCorpusLoadsOrFailsCleanly) {
   int files = 0;
   for (dirent* e; (e = readdir(dir)) != nullptr;) {
     if (e->d_name[0] == '.') continue;
-    const std::string path = std::string(QOR_LOAD_STREAM_CORPUS) + "/" + e->d_name;
-    void* loaded = &loaded;
-    const int status = __rofLoadStreamF(&loaded, path.c_str(), -1);
-    EXPECT_EQ(status == ROF_STATUS_OK, loaded != nullptr) << path;
-    if (loaded != nullptr) __rofDeleteStream(&loaded);
+    Load(std::string(QOR_LOAD_STREAM_CORPUS) + "/" + e->d_name);
     ++files;
   }
   closedir(dir);
   EXPECT_GT(files, 10);
 }
-
 }  // namespace

@@ -1,6 +1,4 @@
-// The skip-ahead arithmetic: three-term matrix powers against stepping and against each other,
-// the tables against their rule, x^n mod P against plain multiplication by x, the committed
-// polynomials' ends, and the jumps' failures for memory.
+// Skip-ahead arithmetic: 3x3 matrix powers, tables, x^n mod P, polynomials, memory failures.
 #include <stdint.h>
 #include <string.h>
 
@@ -11,7 +9,6 @@
 #include "streams/vect3_power.h"
 
 namespace {
-
 namespace polynomials {
 #include "generators/mt19937_polynomial.inc"
 #include "generators/sfmt19937_polynomial.inc"
@@ -56,8 +53,7 @@ TEST(Vect3PowerTest, SmallExponentsEqualStepping) {
   }
 }
 
-// Exponents of up to 191 bits: the table forms against the general one, and a split
-// e = e1 + e2 done as two jumps; the general form takes any count of digits, zeros included.
+// Up to 191-bit exponents: table and general forms, any digit count, split into two jumps.
 TEST(Vect3PowerTest, MultiDigitFormsAgreeUpToTwoToThe190) {
   const uint64_t exponents[][3] = {
       {0, 0, 0},          {~0ull, 0, 0},
@@ -109,18 +105,12 @@ TEST(Vect3PowerTest, TablesFollowTheirRule) {
   }
 }
 
-struct Poly {
-  const uint32_t* terms;
-  int count, degree;
-};
+struct Poly { const uint32_t* terms; int count, degree; };
 const Poly kMt{polynomials::kMt19937Polynomial, 135, 19937};
 const Poly kSfmt{polynomials::kSfmt19937Polynomial, 6711, 19968};
 
 TEST(PolynomialTest, CommittedPolynomialsHaveTheirPublishedEnds) {
-  struct Case {
-    Poly p;
-    std::vector<uint32_t> head, tail;
-  };
+  struct Case { Poly p; std::vector<uint32_t> head, tail; };
   const Case cases[] = {{kMt, {0, 1189, 1416, 1585, 1643}, {19314, 19937}},
                         {kSfmt, {0, 1041, 1195, 1197, 1232}, {19393, 19437, 19968}}};
   for (const Case& c : cases) {
@@ -187,5 +177,4 @@ TEST(PolynomialTest, JumpsFailForMemoryAndLeakNothing) {
   }
   __rofDeleteStream(&stream);
 }
-
 }  // namespace
