@@ -1,5 +1,4 @@
-// Shared by the distribution tests: seeded streams, a scripted generator whose uniforms the
-// test chooses, the float/double dispatch, and the goodness-of-fit checks.
+// Shared by the distribution tests: streams, a scripted generator, dispatch, fit checks.
 #ifndef QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 #define QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 
@@ -15,7 +14,6 @@
 #include "qor/tem.h"
 
 namespace dist_test {
-
 using RealTypes = ::testing::Types<float, double>;
 
 // Calls the float or the double entry of a generator, as T says.
@@ -47,9 +45,7 @@ std::vector<T> Uniforms(void* stream, int n, T a, T b) {
   return u;
 }
 
-// A generator whose number functions return a + (b - a) * u for the next values u of the
-// script (cycling), or `status` without writing when it is negative; the integer function
-// writes the values cut to 32 bits.
+// A generator returning a + (b - a) * u for the script's u (cycling), or a negative `status`.
 struct Script {
   std::vector<double> uniforms;
   int status = ROF_STATUS_OK;
@@ -75,11 +71,7 @@ struct ThreadFrame {
 double KolmogorovSmirnovPValue(std::vector<double> sample, const std::function<double(double)>& cdf);
 
 // Sample mean and variance within `z` standard errors of the exact ones.
-struct Moments {
-  double mean;
-  double variance;
-  double excess_kurtosis;
-};
+struct Moments { double mean, variance, excess_kurtosis; };
 void ExpectMoments(const std::vector<double>& sample, const Moments& exact, double z = 5);
 
 inline constexpr double kMinPValue = 1e-4;
@@ -98,7 +90,6 @@ void ExpectFit(const std::vector<T>& sample, const std::function<double(double)>
   EXPECT_GT(KolmogorovSmirnovPValue(x, cdf), kMinPValue);
   if (moments != nullptr) ExpectMoments(x, *moments);
 }
-
 }  // namespace dist_test
 
 #endif  // QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_

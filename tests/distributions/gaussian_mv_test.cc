@@ -1,5 +1,4 @@
-// Multivariate Gaussian generators: the Gaussian stream's standard normals times the factor in
-// each storage, the unknown storage, the one-dimensional shortcut, and the sample covariance.
+// Multivariate Gaussian: the factor times the Gaussian's normals per storage, dimension 1.
 #include <math.h>
 
 #include <limits>
@@ -8,7 +7,6 @@
 #include "tests/distributions/distribution_support.h"
 
 namespace {
-
 using namespace dist_test;
 
 template <class T>
@@ -28,8 +26,7 @@ struct Factor {
   double operator()(int i, int k) const {
     return k > i ? 0 : i == k ? 0.5 + 0.25 * i : diagonal ? 0 : 0.3 * sin(1.0 + i * d + k);
   }
-  // Full: the upper triangle of a column-major array holds L' (the strict lower one is never
-  // read: NaN); packed: L by columns from the diagonal down; diagonal: L's diagonal.
+  // Full: L' in the upper triangle (lower NaN); packed: L by columns; diagonal: L's diagonal.
   template <class T>
   std::vector<T> Storage(int storage) const {
     std::vector<T> t;
@@ -57,8 +54,7 @@ template <class T>
 class GaussianMVTest : public ::testing::Test {};
 TYPED_TEST_SUITE(GaussianMVTest, RealTypes);
 
-// Each vector is L z + a for the next dimen normals z of the Gaussian method, within the
-// rounding of a dot product; diagonal storage is exact. An unknown storage leaves z as it is.
+// Each vector is L z + a within a dot product's rounding (diagonal exact); unknown storage: z.
 TYPED_TEST(GaussianMVTest, VectorsAreTheFactorTimesTheGaussianNormals) {
   using T = TypeParam;
   const int n = 150;
@@ -129,5 +125,4 @@ TYPED_TEST(GaussianMVTest, StreamFailureIsReturnedWithModeRestored) {
     EXPECT_TRUE(ThreadFrame() == before);
   }
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// Gaussian generators: the exact transforms of the stream's uniforms, Box-Muller2's carried
-// value, the substitutes of the error callback, and the fit to the normal distribution.
+// Gaussian generators: exact transforms, Box-Muller2's carried value, substitutes, fit.
 #include <math.h>
 
 #include <vector>
@@ -8,7 +7,6 @@
 #include "tests/distributions/reference_kernels.h"
 
 namespace {
-
 using namespace dist_test;
 
 template <class T>
@@ -24,8 +22,7 @@ template <class T>
 class GaussianTest : public ::testing::Test {};
 TYPED_TEST_SUITE(GaussianTest, RealTypes);
 
-// Box-Muller: sqrt(-2 ln u1) * sigma * sin(2 pi u2) + a; inverse CDF: ErfInv(u) * sigma sqrt 2
-// + a for u on (-1, 1). Bit for bit, across the blocks of 1024.
+// Box-Muller and inverse CDF recomputed bit for bit from the uniforms, across blocks of 1024.
 TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
   using T = TypeParam;
   const int n = 2500;
@@ -47,9 +44,7 @@ TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
   for (int i = 0; i < n; ++i) ASSERT_EQ(q[i], e[i] * (sigma * kSqrt2<T>) + a) << i;
 }
 
-// Box-Muller2 maps uniforms to results in fixed pairs (sin, cos): any cut of a run gives one
-// sequence, a call for one value draws a pair and the next delivers its second half, and a
-// copy made while a value is owed continues alike.
+// Box-Muller2 pairs (sin, cos): any cut gives one sequence, and a copy owing a value goes on.
 TYPED_TEST(GaussianTest, BoxMuller2PairsDoNotDependOnTheCuts) {
   using T = TypeParam;
   const std::vector<std::vector<int>> cuts = {
@@ -132,5 +127,4 @@ TYPED_TEST(GaussianTest, EveryMethodFitsTheNormalDistribution) {
     ExpectFit(r, [&](double v) { return 0.5 * erfc(-(v - a) / (sigma * sqrt(2.0))); }, &moments);
   }
 }
-
 }  // namespace
