@@ -1,5 +1,4 @@
-// Triangular multiplies (own loops, system BLAS, packed) against a dense triple loop, for every
-// side, triangle, transposition and diagonal, with the unused entries of A set to NaN.
+// Triangular multiplies (own, BLAS, packed) against a dense loop, unused entries of A NaN.
 #include <math.h>
 
 #include <iterator>
@@ -12,7 +11,6 @@
 #include "qor/core_blas.h"
 
 namespace {
-
 enum class Form { kOwn, kBlas, kPacked };
 constexpr Form kForms[] = {Form::kOwn, Form::kBlas, Form::kPacked};
 
@@ -48,8 +46,7 @@ class TriangularMultiplyTest : public ::testing::Test {};
 using Types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(TriangularMultiplyTest, Types);
 
-// Every combination in mixed-case letters; B is m x n with ldb = m + 2, whose padding rows
-// must stay as they were.
+// Every combination in mixed case; B's padding rows (ldb = m + 2) stay as they were.
 TYPED_TEST(TriangularMultiplyTest, EveryFormMatchesTheDenseProduct) {
   using T = TypeParam;
   std::mt19937 engine(2024);
@@ -141,5 +138,4 @@ TYPED_TEST(TriangularMultiplyTest, RejectedArgumentsLeaveBUntouched) {
       for (T v : b) EXPECT_EQ(v, T(1)) << "row " << row << " form " << int(form);
     }
 }
-
 }  // namespace
