@@ -45,23 +45,15 @@ std::vector<T> AdversarialSites(const std::vector<T>& x, std::mt19937_64& rng) {
   const T lo = x.front(), hi = x.back(), span = hi - lo;
   std::uniform_real_distribution<double> u(lo - 0.1 * span, hi + 0.1 * span);
   std::vector<T> s(x.begin(), x.end());
-  for (T e : {lo, hi}) {
-    s.push_back(std::nextafter(e, -INFINITY));
-    s.push_back(std::nextafter(e, INFINITY));
-  }
-  s.push_back(lo - 1e6);
-  s.push_back(hi + 1e6);
+  s.insert(s.end(), {std::nextafter(lo, T(-INFINITY)), std::nextafter(lo, T(INFINITY)),
+                     std::nextafter(hi, T(-INFINITY)), std::nextafter(hi, T(INFINITY)),
+                     static_cast<T>(lo - 1e6), static_cast<T>(hi + 1e6)});
   for (int i = 0; i < 3000; ++i) s.push_back(static_cast<T>(u(rng)));
   std::shuffle(s.begin(), s.end(), rng);
   return s;
 }
 
-std::vector<int64_t> ReadCells(CellForm form, const std::vector<int64_t>& raw) {
-  if (form != CellForm::k32) return raw;
-  const uint32_t* narrow = reinterpret_cast<const uint32_t*>(raw.data());
-  return std::vector<int64_t>(narrow, narrow + raw.size());
-}
-
+// The cells of `sites` in `form`, widened to 64 bits.
 template <class T>
 std::vector<int64_t> Search(const df::SearchPlan<T>& plan, CellForm form,
                             const std::vector<T>& sites) {
@@ -69,7 +61,9 @@ std::vector<int64_t> Search(const df::SearchPlan<T>& plan, CellForm form,
   int64_t cursor = 0;
   EXPECT_EQ(df::SearchStretch(plan, form, static_cast<int64_t>(sites.size()), sites.data(),
                               &cursor, raw.data(), nullptr), 0);
-  return ReadCells(form, raw);
+  if (form != CellForm::k32) return raw;
+  const uint32_t* narrow = reinterpret_cast<const uint32_t*>(raw.data());
+  return std::vector<int64_t>(narrow, narrow + raw.size());
 }
 
 // Estimates of a deliberately poor user search, all left to the library (flag 0).
@@ -142,8 +136,7 @@ TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
 // NaN sites: uniform truncates (indefinite + 1); hybrid gives 0 (short) or the bisection's end.
 TYPED_TEST(SearchTest, NaNSites) {
   using T = TypeParam;
-  const T nan = std::numeric_limits<T>::quiet_NaN();
-  const T ends[2] = {0, 10};
+  const T nan = std::numeric_limits<T>::quiet_NaN(), ends[2] = {0, 10};
   const df::SearchPlan<T> uniform = Plan(df::kUniformSearch, 11, ends, ends[0], ends[1], false);
   const std::vector<T> one_nan(5, nan);
   EXPECT_EQ(Search(uniform, CellForm::k64, one_nan)[0], std::numeric_limits<int64_t>::min() + 1);
@@ -184,8 +177,7 @@ TYPED_TEST(SearchTest, CheckAscendingNeedsAnAscendingPartitionAndEnoughSites) {
 
 TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
   const int64_t nx = 1001;
-  const double ends[2] = {0.0, 100.0};
-  const double step = (ends[1] - ends[0]) / 1000, inv = 1 / step;
+  const double ends[2] = {0.0, 100.0}, step = (ends[1] - ends[0]) / 1000, inv = 1 / step;
   double site = 0;
   for (int i = 1; i < 1000 && site == 0; ++i)
     for (double s = i * step, k = 0; k < 4; ++k, s = std::nextafter(s, 0.0))
@@ -195,10 +187,8 @@ TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
   std::vector<int64_t> cells(5);
   ASSERT_EQ(qor_df_kernel_dDFUniformSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
                                                nullptr, cells.data()), 0);
-  EXPECT_EQ(cells[0], static_cast<int64_t>(site * inv) + 1);
-  EXPECT_EQ(cells[3], cells[0]);
-  EXPECT_EQ(cells[4], static_cast<int64_t>(site / step) + 1);
-  EXPECT_NE(cells[4], cells[0]);
+  EXPECT_TRUE(cells[0] == static_cast<int64_t>(site * inv) + 1 && cells[3] == cells[0]);
+  EXPECT_TRUE(cells[4] == static_cast<int64_t>(site / step) + 1 && cells[4] != cells[0]);
 }
 
 // Exported forms: the flags word chooses the cell width, the sorted form keeps its cursor.
@@ -227,10 +217,7 @@ struct CallbackScript { int result; uint32_t flag; };
 int ScriptedCallback(int64_t* n, const double*, int64_t* estimate, uint32_t* flag, void* data,
                      int64_t length) {
   const auto* script = static_cast<const CallbackScript*>(data);
-  for (int64_t i = 0; i < *n; ++i) {
-    estimate[i] = 40 + length;
-    flag[i] = script->flag;
-  }
+  for (int64_t i = 0; i < *n; ++i) estimate[i] = 40 + length, flag[i] = script->flag;
   return script->result;
 }
 
@@ -309,20 +296,18 @@ TEST(SearchTest, ThreadsAndExpandedSites) {
     for (int64_t site_hint : {0, 64}) {
       std::vector<double> s = sites;
       if (site_hint == 64) std::sort(s.begin(), s.end());
-      std::vector<uint32_t> serial(s.size()), pooled(s.size());
-      ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
-                                          serial.data(), nullptr, nullptr,
-                                          qor_support_serial_threading()), 0);
-      for (int threads : {2, 3, 7}) {
-        ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
-                                            pooled.data(), nullptr, nullptr,
-                                            qor_support_pool_threading(threads)), 0);
-        ASSERT_EQ(serial, pooled) << x_hint << " " << site_hint << " " << threads;
-      }
+      const auto cells = [&](const qorThreading* threading) {
+        std::vector<uint32_t> r(s.size());
+        EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
+                                            r.data(), nullptr, nullptr, threading), 0);
+        return r;
+      };
+      const std::vector<uint32_t> serial = cells(qor_support_serial_threading());
+      for (int threads : {2, 3, 7})
+        ASSERT_EQ(serial, cells(qor_support_pool_threading(threads))) << x_hint << " " << threads;
     }
     qor_df_kernel_DeleteTask(&task);
   }
-
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), 1, 0, nullptr, 0, 0), 0);
   const double ends[2] = {x[0] - 1, x[4999] + 1};
@@ -337,8 +322,7 @@ TEST(SearchTest, ThreadsAndExpandedSites) {
       ASSERT_EQ(cells[i], ReferenceCell(x, i * d + ends[0])) << i;
     alloc_control::ScopedFailure failure(0);
     EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
-                                        nullptr, nullptr),
-              nsite > 4096 ? dfErrNoMemory : 0);
+                                        nullptr, nullptr), nsite > 4096 ? dfErrNoMemory : 0);
   }
   EXPECT_EQ(qor_df_kernel_dDFSearch1D(nullptr, 0, 1, ends, 0, nullptr, nullptr, nullptr, nullptr,
                                       nullptr), dfErrNullTask);
