@@ -5,6 +5,7 @@
 #include <stdint.h>
 
 #include <functional>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -66,6 +67,21 @@ struct ThreadFrame {
   temErrorCallBack callback = qor_tem_kernel_GetErrorCallBack();
   bool operator==(const ThreadFrame& o) const { return mode == o.mode && callback == o.callback; }
 };
+
+// A run drawn whole and drawn in calls of each cut's lengths gives one sequence.
+template <class T>
+void ExpectCutsAgree(const std::function<int(void* stream, int n, T* r)>& draw,
+                     const std::vector<std::vector<int>>& cuts) {
+  for (const std::vector<int>& cut : cuts) {
+    const int total = std::accumulate(cut.begin(), cut.end(), 0);
+    TestStream whole, pieces;
+    std::vector<T> expect(total), got(total);
+    ASSERT_EQ(draw(whole, total, expect.data()), ROF_STATUS_OK);
+    for (int k = 0, at = 0; k < int(cut.size()); at += cut[k++])
+      ASSERT_EQ(draw(pieces, cut[k], got.data() + at), ROF_STATUS_OK);
+    EXPECT_EQ(got, expect) << cut.size() << " calls, " << total << " values";
+  }
+}
 
 // p-value of the one-sample Kolmogorov-Smirnov test (Stephens' small-sample correction).
 double KolmogorovSmirnovPValue(std::vector<double> sample, const std::function<double(double)>& cdf);

@@ -47,22 +47,10 @@ TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
 // Box-Muller2 pairs (sin, cos): any cut gives one sequence, and a copy owing a value goes on.
 TYPED_TEST(GaussianTest, BoxMuller2PairsDoNotDependOnTheCuts) {
   using T = TypeParam;
-  const std::vector<std::vector<int>> cuts = {
-      {1, 1, 1, 1, 1, 1, 1}, {3, 4, 5, 2, 1}, {1023, 1, 1024, 1025}, {1025, 1025, 2},
-      {2048, 1, 2047},       {0, 5, 6},        {4099}};
-  for (const std::vector<int>& cut : cuts) {
-    int total = 0;
-    for (int c : cut) total += c;
-    TestStream whole, pieces;
-    std::vector<T> expect(total), got(total);
-    ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER2, whole, total, expect.data(), T(0), T(1)), 0);
-    int at = 0;
-    for (int c : cut) {
-      ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER2, pieces, c, got.data() + at, T(0), T(1)), 0);
-      at += c;
-    }
-    EXPECT_EQ(got, expect) << cut.size() << " calls, " << total << " values";
-  }
+  ExpectCutsAgree<T>(
+      [](void* s, int n, T* r) { return Draw(ROF_GAUSSIAN_BOXMULLER2, s, n, r, T(0), T(1)); },
+      {{1, 1, 1, 1, 1, 1, 1}, {3, 4, 5, 2, 1}, {1023, 1, 1024, 1025}, {1025, 1025, 2},
+       {2048, 1, 2047}, {0, 5, 6}, {4099}});
   TestStream raw, s;
   const std::vector<T> u = Uniforms<T>(raw, 2, 0, 1);
   const T radius = Of(Sqrt<T>, T(-2) * Of(Ln<T>, u[0]));
