@@ -56,9 +56,7 @@ struct Reference {
   std::vector<uint32_t> mt;
   int i;
   Reference(const Stream& stream, bool mt2203)
-      : n(mt2203 ? 69 : 624),
-        m(mt2203 ? 34 : 397),
-        shift(mt2203 ? 12 : 11),
+      : n(mt2203 ? 69 : 624), m(mt2203 ? 34 : 397), shift(mt2203 ? 12 : 11),
         upper(mt2203 ? 0xFFFFFFE0u : 0x80000000u) {
     mt.assign(stream.Mt(), stream.Mt() + n);
     i = static_cast<int>(stream.Mt()[n]);
@@ -85,10 +83,8 @@ struct Reference {
 };
 
 struct Family { int brng; int n; };
-const Family kFamilies[] = {{ROF_BRNG_MT19937, 624},
-                            {ROF_BRNG_MT2203, 69},
-                            {ROF_BRNG_MT2203 + 3, 69},
-                            {ROF_BRNG_MT2203 + 6023, 69}};
+const Family kFamilies[] = {{ROF_BRNG_MT19937, 624}, {ROF_BRNG_MT2203, 69},
+                            {ROF_BRNG_MT2203 + 3, 69}, {ROF_BRNG_MT2203 + 6023, 69}};
 
 // Any cut and form continue the one-at-a-time sequence; a count below 1 does nothing.
 TEST(TwisterTest, AnyCutAndAnyFormContinueOneSequence) {
