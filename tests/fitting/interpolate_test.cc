@@ -126,14 +126,13 @@ TYPED_TEST(InterpolateTest, TabulatedKinds) {
   const std::vector<T> s = {T(p.at[0] - 1), T(p.at[0]), T(p.at[2]), T((p.at[2] + p.at[3]) / 2),
                             T(p.at[5]), T(p.at[5] + 1)};
   std::vector<T> r(2 * s.size());
-  ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
-  const int right[] = {0, 0, 2, 2, 5, 5}, left[] = {0, 0, 2, 3, 5, 5};
-  for (int k = 0; k < 2; ++k)
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, right[i])) << "right " << i;
-  p.task.splineType = dfStepLeft;
-  ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
-  for (int k = 0; k < 2; ++k)
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, left[i])) << "left " << i;
+  const std::vector<int> right = {0, 0, 2, 2, 5, 5}, left = {0, 0, 2, 3, 5, 5};
+  for (const auto& [type, taken] : {std::pair{dfStepRight, &right}, {dfStepLeft, &left}}) {
+    p.task.splineType = type;
+    ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
+    for (int k = 0; k < 2; ++k)
+      for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, (*taken)[i])) << type << " " << i;
+  }
   p.task.splineType = dfLookup;
   std::vector<T> on(p.at.begin(), p.at.end()), got(2 * nx);
   ASSERT_EQ(Run(p, 1, on, {1}, &got, dfOutFSD), 0);
