@@ -14,15 +14,12 @@ namespace {
 enum class Form { kOwn, kBlas, kPacked };
 constexpr Form kForms[] = {Form::kOwn, Form::kBlas, Form::kPacked};
 
-template <class T>
-struct Routines;
-template <>
-struct Routines<double> {
+template <class T> struct Routines;
+template <> struct Routines<double> {
   static constexpr auto kOwn = qor_blas_xdtrmm_4tem, kBlas = qor_blas4tem_dtrmm;
   static constexpr auto kPacked = qor_blas4tem_dptrmm;
 };
-template <>
-struct Routines<float> {
+template <> struct Routines<float> {
   static constexpr auto kOwn = qor_blas_xstrmm_4tem, kBlas = qor_blas4tem_strmm;
   static constexpr auto kPacked = qor_blas4tem_sptrmm;
 };

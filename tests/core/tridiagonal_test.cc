@@ -27,19 +27,14 @@ class TridiagonalTest : public ::testing::Test {};
 using RealTypes = ::testing::Types<double, float>;
 TYPED_TEST_SUITE(TridiagonalTest, RealTypes);
 
-struct Case {
-  int n, nrhs, ldb_extra;
-  char trans;
-  bool one_call;  // ?dtsvb instead of ?dttrfb + ?dttrsb
-};
-
 // Residuals in long double against the terms' scale (diagonally dominant: small error).
 TYPED_TEST(TridiagonalTest, SolvesTheSystem) {
   using T = TypeParam;
-  const Case cases[] = {{1, 1, 0, 'N', false}, {2, 3, 1, 'N', false}, {3, 4, 0, 'T', false},
-                        {5, 7, 2, 'N', false}, {17, 9, 0, 'T', false}, {100, 5, 3, 'N', false},
-                        {1, 2, 0, 'N', true},  {6, 4, 1, 'N', true},   {64, 1, 0, 'N', true},
-                        {33, 6, 0, 'n', false}, {33, 6, 0, 'c', false}};
+  // one_call: ?dtsvb instead of ?dttrfb + ?dttrsb.
+  const struct Case { int n, nrhs, ldb_extra; char trans; bool one_call; } cases[] = {
+      {1, 1, 0, 'N', false}, {2, 3, 1, 'N', false},  {3, 4, 0, 'T', false},   {5, 7, 2, 'N', false},
+      {17, 9, 0, 'T', false}, {100, 5, 3, 'N', false}, {1, 2, 0, 'N', true},  {6, 4, 1, 'N', true},
+      {64, 1, 0, 'N', true}, {33, 6, 0, 'n', false}, {33, 6, 0, 'c', false}};
   std::mt19937 rng(11);
   std::uniform_real_distribution<double> off(-1.0, 1.0), diag(2.5, 4.0);
   for (const Case& c : cases) {
