@@ -67,8 +67,7 @@ TYPED_TEST(ConstructTest, CubicsMeetTheirConditionsForEveryBoundary) {
   const T bc[2] = {T(0.625), T(-1.5)};
   for (const Shape& s : kShapes)
     for (uint64_t b : kBoundaries) {
-      SCOPED_TRACE(::testing::Message() << "nx=" << s.nx << " uniform=" << s.uniform
-                                        << " columns=" << s.columns << " bcType=" << b);
+      SCOPED_TRACE(testing::Message() << "nx " << s.nx << " " << s.uniform << s.columns << " bc " << b);
       Problem<T> natural(s, 7, b == dfBcPeriodic);
       natural.Describe(4, dfCubicNatural, b, bc, 0, nullptr, 4 * (s.nx - 1));
       ASSERT_EQ(Api<T>::natural(&natural.task, 0, 0, nullptr), 0);

@@ -54,10 +54,9 @@ inline Reference Compute(const std::vector<const Sample*>& chunks, const double*
   const int64_t p = chunks[0]->p;
   r.p = p;
   r.mean.assign(p, 0);
-  for (auto& v : r.raw) v.assign(p, 0);
-  for (auto& v : r.cen) v.assign(p, 0);
+  for (auto* group : {r.raw, r.cen, r.abs_cen})
+    for (int k = 0; k < 3; ++k) group[k].assign(p, 0);
   for (auto& v : r.abs_raw) v.assign(p, 0);
-  for (auto& v : r.abs_cen) v.assign(p, 0);
   r.cross.assign(p * p, 0);
   for (const Sample* s : chunks)
     for (int64_t i = 0; i < s->n; ++i) {

@@ -40,14 +40,12 @@ TEST(Vect3PowerTest, SmallExponentsEqualStepping) {
   for (const Component& k : kComponents) {
     uint32_t stepped[3] = {12345, 67890, 4000000000u};
     for (uint64_t e = 0; e <= 300; ++e) {
-      uint32_t a[3] = {12345, 67890, 4000000000u}, b[3] = {12345, 67890, 4000000000u},
-               c[3] = {12345, 67890, 4000000000u};
-      __rofiVect3PowMod(a, k.c, k.m, e);
-      k.with_table(b, 1, &e, k.table);
-      ASSERT_EQ(__rofiVect3PowArrayMod(c, k.c, k.m, 1, &e), ROF_STATUS_OK);
-      ASSERT_EQ(Vec3(a, a + 3), Vec3(stepped, stepped + 3)) << e;
-      ASSERT_EQ(Vec3(b, b + 3), Vec3(stepped, stepped + 3)) << e;
-      ASSERT_EQ(Vec3(c, c + 3), Vec3(stepped, stepped + 3)) << e;
+      Vec3 a = {12345, 67890, 4000000000u}, b = a, c = a;
+      __rofiVect3PowMod(a.data(), k.c, k.m, e);
+      k.with_table(b.data(), 1, &e, k.table);
+      ASSERT_EQ(__rofiVect3PowArrayMod(c.data(), k.c, k.m, 1, &e), ROF_STATUS_OK);
+      const Vec3 want(stepped, stepped + 3);
+      ASSERT_TRUE(a == want && b == want && c == want) << e;
       Step(stepped, k);
     }
   }
