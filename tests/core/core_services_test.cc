@@ -1,5 +1,4 @@
-// Core services of libqor_core.so: allocation, bounded copy, spin lock, environment, numbered
-// messages, exit and the processor test.
+// Core services: allocation, bounded copy, spin lock, environment, messages, exit, cpu test.
 #include <cpuid.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -14,13 +13,11 @@
 
 #include "qor/core.h"
 
-// Sanitizer allocators abort on an impossible size unless told to return NULL, as the system
-// allocator does; the impossible-size case needs that NULL.
+// Sanitizer allocators must return NULL for an impossible size, as the system one does.
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 extern "C" const char* __tsan_default_options() { return "allocator_may_return_null=1"; }
 
 namespace {
-
 bool IsAligned(const void* p, size_t alignment) {
   return reinterpret_cast<uintptr_t>(p) % alignment == 0;
 }
@@ -116,8 +113,7 @@ TEST(GetenvTest, ReturnAndBuffer) {
   unsetenv(kVariable);
 }
 
-// Every message prints one line with its arguments given the right count, and nothing (-1)
-// with another count; unknown numbers print nothing.
+// Each message prints one line with the right argument count, nothing (-1) otherwise.
 TEST(PrintTest, MessagesTheirArgumentsAndCounts) {
   enum Args { kNone, kName, kNameIndex, kIndexValue };
   auto print = [](int number, int count, Args args) {
@@ -158,8 +154,7 @@ TEST(ExitDeathTest, EndsTheProcessWithTheCode) {
   for (int code : {0, 3, 77}) EXPECT_EXIT(qor_serv_exit(code), testing::ExitedWithCode(code), "");
 }
 
-// Independent reading: AVX-512F (leaf 7 EBX bit 16) and VAES (leaf 7 ECX bit 9), with the
-// operating system saving the opmask and ZMM state (OSXSAVE, XCR0 bits 0xE6).
+// AVX-512F (7.EBX bit 16) and VAES (7.ECX bit 9) with OS-saved ZMM state (XCR0 & 0xE6).
 TEST(CpuIsIcxTest, AgreesWithCpuid) {
   unsigned eax, ebx, ecx, edx, xcr0_lo, xcr0_hi;
   int icx = 0;
@@ -171,5 +166,4 @@ TEST(CpuIsIcxTest, AgreesWithCpuid) {
   }
   EXPECT_EQ(qor_serv_cpuisicx(), icx);
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// Triangular multiplies (own loops, system BLAS, packed) against a dense triple loop, for every
-// side, triangle, transposition and diagonal, with the unused entries of A set to NaN.
+// Triangular multiplies (own, BLAS, packed) against a dense loop, unused entries of A NaN.
 #include <math.h>
 
 #include <iterator>
@@ -12,19 +11,15 @@
 #include "qor/core_blas.h"
 
 namespace {
-
 enum class Form { kOwn, kBlas, kPacked };
 constexpr Form kForms[] = {Form::kOwn, Form::kBlas, Form::kPacked};
 
-template <class T>
-struct Routines;
-template <>
-struct Routines<double> {
+template <class T> struct Routines;
+template <> struct Routines<double> {
   static constexpr auto kOwn = qor_blas_xdtrmm_4tem, kBlas = qor_blas4tem_dtrmm;
   static constexpr auto kPacked = qor_blas4tem_dptrmm;
 };
-template <>
-struct Routines<float> {
+template <> struct Routines<float> {
   static constexpr auto kOwn = qor_blas_xstrmm_4tem, kBlas = qor_blas4tem_strmm;
   static constexpr auto kPacked = qor_blas4tem_sptrmm;
 };
@@ -48,8 +43,7 @@ class TriangularMultiplyTest : public ::testing::Test {};
 using Types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(TriangularMultiplyTest, Types);
 
-// Every combination in mixed-case letters; B is m x n with ldb = m + 2, whose padding rows
-// must stay as they were.
+// Every combination in mixed case; B's padding rows (ldb = m + 2) stay as they were.
 TYPED_TEST(TriangularMultiplyTest, EveryFormMatchesTheDenseProduct) {
   using T = TypeParam;
   std::mt19937 engine(2024);
@@ -141,5 +135,4 @@ TYPED_TEST(TriangularMultiplyTest, RejectedArgumentsLeaveBUntouched) {
       for (T v : b) EXPECT_EQ(v, T(1)) << "row " << row << " form " << int(form);
     }
 }
-
 }  // namespace

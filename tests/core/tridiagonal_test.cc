@@ -8,7 +8,6 @@
 #include "qor/core_tridiagonal.h"
 
 namespace {
-
 template <class T> struct Api;
 template <> struct Api<double> {
   static constexpr auto trf = ddttrfb_4dfl;
@@ -28,20 +27,14 @@ class TridiagonalTest : public ::testing::Test {};
 using RealTypes = ::testing::Types<double, float>;
 TYPED_TEST_SUITE(TridiagonalTest, RealTypes);
 
-struct Case {
-  int n, nrhs, ldb_extra;
-  char trans;
-  bool one_call;  // ?dtsvb instead of ?dttrfb + ?dttrsb
-};
-
-// The solution's residual, in long double, against the scale of the terms: the matrices are
-// diagonally dominant, so a small residual means a small error.
+// Residuals in long double against the terms' scale (diagonally dominant: small error).
 TYPED_TEST(TridiagonalTest, SolvesTheSystem) {
   using T = TypeParam;
-  const Case cases[] = {{1, 1, 0, 'N', false}, {2, 3, 1, 'N', false}, {3, 4, 0, 'T', false},
-                        {5, 7, 2, 'N', false}, {17, 9, 0, 'T', false}, {100, 5, 3, 'N', false},
-                        {1, 2, 0, 'N', true},  {6, 4, 1, 'N', true},   {64, 1, 0, 'N', true},
-                        {33, 6, 0, 'n', false}, {33, 6, 0, 'c', false}};
+  // one_call: ?dtsvb instead of ?dttrfb + ?dttrsb.
+  const struct Case { int n, nrhs, ldb_extra; char trans; bool one_call; } cases[] = {
+      {1, 1, 0, 'N', false}, {2, 3, 1, 'N', false},  {3, 4, 0, 'T', false},   {5, 7, 2, 'N', false},
+      {17, 9, 0, 'T', false}, {100, 5, 3, 'N', false}, {1, 2, 0, 'N', true},  {6, 4, 1, 'N', true},
+      {64, 1, 0, 'N', true}, {33, 6, 0, 'n', false}, {33, 6, 0, 'c', false}};
   std::mt19937 rng(11);
   std::uniform_real_distribution<double> off(-1.0, 1.0), diag(2.5, 4.0);
   for (const Case& c : cases) {
@@ -85,10 +78,7 @@ TYPED_TEST(TridiagonalTest, SolvesTheSystem) {
 TYPED_TEST(TridiagonalTest, ZeroPivotReportsItsRow) {
   using T = TypeParam;
   // Rows above the middle row n/2 are eliminated downwards, rows below it upwards.
-  const struct {
-    std::vector<T> dl, d, du;
-    int row;
-  } cases[] = {
+  const struct { std::vector<T> dl, d, du; int row; } cases[] = {
       {{1, 1}, {1, 2, 1}, {1, 1}, 2},                    // middle: 2 - 1 - 1
       {{1, 1, 1, 1}, {1, 1, 4, 4, 4}, {1, 1, 1, 1}, 2},  // second row, from above
       {{1, 1, 1, 1}, {4, 4, 4, 4, 0}, {1, 1, 1, 1}, 5},  // last row, the first pivot from below
@@ -130,5 +120,4 @@ TYPED_TEST(TridiagonalTest, IllegalArgumentsGiveNegativeInfo) {
   EXPECT_EQ(info, -7);
   EXPECT_EQ(d, std::vector<T>(5, 4)) << "refused calls leave the matrix alone";
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// Beta generators: the fit in every regime, the power-of-a-uniform rows, the uniform fallback
-// of a NaN shape, failing streams and the frame.
+// Beta generators: fit in every regime, shape-1 rows, NaN-shape fallback, failures, frame.
 #include <gsl/gsl_cdf.h>
 #include <math.h>
 
@@ -11,7 +10,6 @@
 #include "tests/distributions/shape_fit.h"
 
 namespace {
-
 using namespace dist_test;
 
 template <class T>
@@ -30,18 +28,13 @@ TYPED_TEST_SUITE(BetaTest, RealTypes);
 struct FitCase {
   double p, q, a, beta;
   bool heavy;
-  // Johnk's powers of both shapes leave the float range for most pairs, cutting a float result
-  // to 0 or 1 where the exact one is merely small: moments only.
-  bool fits_float = true;
+  bool fits_float = true;  // false: Johnk's float powers underflow, moments only
 };
 
-// Within this distance of an end of [0, 1] the piles of a shape of 0.01 sit on few values: the
-// fit lumps these results.
+// Results this close to an end of [0, 1] pile on few values (shape 0.01): the fit lumps them.
 constexpr double kLumped = 1e-6;
 
-// Johnk (0.5/0.2, 0.5/0.5, 0.01/0.01, 0.9/0.01), Atkinson-Whittaker (0.5/0.9, 0.9/0.9),
-// Atkinson direct (0.5/2, 0.01/100, 0.9/2) and mirrored (2/0.5, 100/0.01), Cheng BB (2/3,
-// 2/100, 100/100), and the rows of a shape 1.
+// Johnk, Atkinson-Whittaker, Atkinson direct and mirrored, Cheng BB, and the shape-1 rows.
 TYPED_TEST(BetaTest, FitsTheBetaDistributionInsideTheSupport) {
   using T = TypeParam;
   const FitCase cases[] = {
@@ -76,8 +69,7 @@ TYPED_TEST(BetaTest, FitsTheBetaDistributionInsideTheSupport) {
   }
 }
 
-// A shape of 1 is a power of the uniform through Ln and Exp: 1 - u^(1/q), or u^(1/p). Only a
-// NaN shape reaches the last row: the uniform on [a, a + beta] of the same stream.
+// Shape 1: 1 - u^(1/q) or u^(1/p) via Ln and Exp; a NaN shape: the uniform on [a, a + beta].
 TYPED_TEST(BetaTest, ShapeOneIsAPowerOfTheUniformAndNanShapeTheUniform) {
   using T = TypeParam;
   const int n = 700;
@@ -118,5 +110,4 @@ TYPED_TEST(BetaTest, FailingStreamStatusAndTheFrameComeBack) {
     EXPECT_TRUE(ThreadFrame() == before);
   }
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// ChiSquare generators: the fit for every route (squared normals, products of uniforms, gamma),
-// the routes' exact relation to the generators they use, and the frame left set on failure.
+// ChiSquare generators: fit for every route, each route's relation to its generator, frame.
 #include <gsl/gsl_cdf.h>
 #include <math.h>
 
@@ -9,7 +8,6 @@
 #include "tests/distributions/shape_fit.h"
 
 namespace {
-
 using namespace dist_test;
 
 template <class T>
@@ -34,9 +32,7 @@ TYPED_TEST(ChiSquareTest, FitsTheChiSquareDistribution) {
   }
 }
 
-// v = 1 and 3 sum squares of consecutive inverse-CDF normals, in batches of 1024 / v vectors
-// that draw as one call; odd v from 5 on and v > 16 are Gamma(v/2, 0, 2) of the same stream;
-// even v up to 16 is -2 ln of a product of v/2 uniforms.
+// v = 1, 3: sums of squared ICDF normals; odd v >= 5 and v > 16: Gamma(v/2, 0, 2); else -2 ln.
 TYPED_TEST(ChiSquareTest, RoutesAreTheGeneratorsTheyUse) {
   using T = TypeParam;
   const int n = 1500;
@@ -66,8 +62,7 @@ TYPED_TEST(ChiSquareTest, RoutesAreTheGeneratorsTheyUse) {
   EXPECT_NEAR(r[0], -2 * log(0.125), 1e-5);
 }
 
-// A failed batch of the normal or uniform route leaves the generator's callback and mode set;
-// the gamma route and every finished call put back the caller's.
+// A failed normal or uniform batch leaves the callback and mode set; gamma and success restore.
 TYPED_TEST(ChiSquareTest, OnlyFinishedRunsRestoreTheFrame) {
   using T = TypeParam;
   const ThreadFrame before;
@@ -91,5 +86,4 @@ TYPED_TEST(ChiSquareTest, OnlyFinishedRunsRestoreTheFrame) {
     qor_tem_kernel_SetMode(before.mode);
   }
 }
-
 }  // namespace

@@ -6,7 +6,6 @@
 
 namespace dist_test {
 namespace {
-
 double NextUniform() {
   Script& s = CurrentScript();
   const double u = s.uniforms[s.position];
@@ -29,7 +28,6 @@ int ScriptedWords(void*, int n, void* r) {
   for (int i = 0; i < n; ++i) static_cast<uint32_t*>(r)[i] = static_cast<uint32_t>(NextUniform());
   return ROF_STATUS_OK;
 }
-
 }  // namespace
 
 TestStream::TestStream(int brng, uint32_t seed) {
@@ -86,5 +84,4 @@ void ExpectMoments(const std::vector<double>& sample, const Moments& exact, doub
       exact.variance * sqrt(exact.excess_kurtosis / n + 2 / (n - 1));
   EXPECT_NEAR(variance, exact.variance, z * variance_error) << "variance";
 }
-
 }  // namespace dist_test

@@ -1,11 +1,11 @@
-// Shared by the distribution tests: seeded streams, a scripted generator whose uniforms the
-// test chooses, the float/double dispatch, and the goodness-of-fit checks.
+// Shared by the distribution tests: streams, a scripted generator, dispatch, fit checks.
 #ifndef QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 #define QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 
 #include <stdint.h>
 
 #include <functional>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -15,7 +15,6 @@
 #include "qor/tem.h"
 
 namespace dist_test {
-
 using RealTypes = ::testing::Types<float, double>;
 
 // Calls the float or the double entry of a generator, as T says.
@@ -47,9 +46,7 @@ std::vector<T> Uniforms(void* stream, int n, T a, T b) {
   return u;
 }
 
-// A generator whose number functions return a + (b - a) * u for the next values u of the
-// script (cycling), or `status` without writing when it is negative; the integer function
-// writes the values cut to 32 bits.
+// A generator returning a + (b - a) * u for the script's u (cycling), or a negative `status`.
 struct Script {
   std::vector<double> uniforms;
   int status = ROF_STATUS_OK;
@@ -71,15 +68,26 @@ struct ThreadFrame {
   bool operator==(const ThreadFrame& o) const { return mode == o.mode && callback == o.callback; }
 };
 
+// A run drawn whole and drawn in calls of each cut's lengths gives one sequence.
+template <class T>
+void ExpectCutsAgree(const std::function<int(void* stream, int n, T* r)>& draw,
+                     const std::vector<std::vector<int>>& cuts) {
+  for (const std::vector<int>& cut : cuts) {
+    const int total = std::accumulate(cut.begin(), cut.end(), 0);
+    TestStream whole, pieces;
+    std::vector<T> expect(total), got(total);
+    ASSERT_EQ(draw(whole, total, expect.data()), ROF_STATUS_OK);
+    for (int k = 0, at = 0; k < int(cut.size()); at += cut[k++])
+      ASSERT_EQ(draw(pieces, cut[k], got.data() + at), ROF_STATUS_OK);
+    EXPECT_EQ(got, expect) << cut.size() << " calls, " << total << " values";
+  }
+}
+
 // p-value of the one-sample Kolmogorov-Smirnov test (Stephens' small-sample correction).
 double KolmogorovSmirnovPValue(std::vector<double> sample, const std::function<double(double)>& cdf);
 
 // Sample mean and variance within `z` standard errors of the exact ones.
-struct Moments {
-  double mean;
-  double variance;
-  double excess_kurtosis;
-};
+struct Moments { double mean, variance, excess_kurtosis; };
 void ExpectMoments(const std::vector<double>& sample, const Moments& exact, double z = 5);
 
 inline constexpr double kMinPValue = 1e-4;
@@ -98,7 +106,6 @@ void ExpectFit(const std::vector<T>& sample, const std::function<double(double)>
   EXPECT_GT(KolmogorovSmirnovPValue(x, cdf), kMinPValue);
   if (moments != nullptr) ExpectMoments(x, *moments);
 }
-
 }  // namespace dist_test
 
 #endif  // QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_

@@ -1,5 +1,4 @@
-// Gaussian generators: the exact transforms of the stream's uniforms, Box-Muller2's carried
-// value, the substitutes of the error callback, and the fit to the normal distribution.
+// Gaussian generators: exact transforms, Box-Muller2's carried value, substitutes, fit.
 #include <math.h>
 
 #include <vector>
@@ -8,7 +7,6 @@
 #include "tests/distributions/reference_kernels.h"
 
 namespace {
-
 using namespace dist_test;
 
 template <class T>
@@ -24,8 +22,7 @@ template <class T>
 class GaussianTest : public ::testing::Test {};
 TYPED_TEST_SUITE(GaussianTest, RealTypes);
 
-// Box-Muller: sqrt(-2 ln u1) * sigma * sin(2 pi u2) + a; inverse CDF: ErfInv(u) * sigma sqrt 2
-// + a for u on (-1, 1). Bit for bit, across the blocks of 1024.
+// Box-Muller and inverse CDF recomputed bit for bit from the uniforms, across blocks of 1024.
 TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
   using T = TypeParam;
   const int n = 2500;
@@ -47,27 +44,13 @@ TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
   for (int i = 0; i < n; ++i) ASSERT_EQ(q[i], e[i] * (sigma * kSqrt2<T>) + a) << i;
 }
 
-// Box-Muller2 maps uniforms to results in fixed pairs (sin, cos): any cut of a run gives one
-// sequence, a call for one value draws a pair and the next delivers its second half, and a
-// copy made while a value is owed continues alike.
+// Box-Muller2 pairs (sin, cos): any cut gives one sequence, and a copy owing a value goes on.
 TYPED_TEST(GaussianTest, BoxMuller2PairsDoNotDependOnTheCuts) {
   using T = TypeParam;
-  const std::vector<std::vector<int>> cuts = {
-      {1, 1, 1, 1, 1, 1, 1}, {3, 4, 5, 2, 1}, {1023, 1, 1024, 1025}, {1025, 1025, 2},
-      {2048, 1, 2047},       {0, 5, 6},        {4099}};
-  for (const std::vector<int>& cut : cuts) {
-    int total = 0;
-    for (int c : cut) total += c;
-    TestStream whole, pieces;
-    std::vector<T> expect(total), got(total);
-    ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER2, whole, total, expect.data(), T(0), T(1)), 0);
-    int at = 0;
-    for (int c : cut) {
-      ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER2, pieces, c, got.data() + at, T(0), T(1)), 0);
-      at += c;
-    }
-    EXPECT_EQ(got, expect) << cut.size() << " calls, " << total << " values";
-  }
+  ExpectCutsAgree<T>(
+      [](void* s, int n, T* r) { return Draw(ROF_GAUSSIAN_BOXMULLER2, s, n, r, T(0), T(1)); },
+      {{1, 1, 1, 1, 1, 1, 1}, {3, 4, 5, 2, 1}, {1023, 1, 1024, 1025}, {1025, 1025, 2},
+       {2048, 1, 2047}, {0, 5, 6}, {4099}});
   TestStream raw, s;
   const std::vector<T> u = Uniforms<T>(raw, 2, 0, 1);
   const T radius = Of(Sqrt<T>, T(-2) * Of(Ln<T>, u[0]));
@@ -132,5 +115,4 @@ TYPED_TEST(GaussianTest, EveryMethodFitsTheNormalDistribution) {
     ExpectFit(r, [&](double v) { return 0.5 * erfc(-(v - a) / (sigma * sqrt(2.0))); }, &moments);
   }
 }
-
 }  // namespace

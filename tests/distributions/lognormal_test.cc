@@ -1,5 +1,4 @@
-// Lognormal generators: the exact transform of the Gaussian output, the value carried with the
-// Gaussian's Box-Muller2, the accurate clamp, and the fit to the lognormal distribution.
+// Lognormal generators: exp of the Gaussian output, the shared carried value, clamp, fit.
 #include <math.h>
 
 #include <vector>
@@ -8,7 +7,6 @@
 #include "tests/distributions/reference_kernels.h"
 
 namespace {
-
 using namespace dist_test;
 
 template <class T>
@@ -24,8 +22,7 @@ template <class T>
 class LognormalTest : public ::testing::Test {};
 TYPED_TEST_SUITE(LognormalTest, RealTypes);
 
-// r = exp(g) * beta + b for g the Gaussian of method 1 (word 0) or 2 (any other word, the
-// accurate form of 0 included); the accurate form raises results below b to b.
+// exp(g) * beta + b for g of Gaussian method 1 (word 0) or 2; accurate: results below b to b.
 TYPED_TEST(LognormalTest, ResultIsTheExpOfTheGaussianOutput) {
   using T = TypeParam;
   const int rows[][2] = {{0, ROF_GAUSSIAN_BOXMULLER2},
@@ -50,8 +47,7 @@ TYPED_TEST(LognormalTest, ResultIsTheExpOfTheGaussianOutput) {
       }
 }
 
-// Method 0 and Gaussian Box-Muller2 draw one sequence of pairs: a value owed by one is
-// delivered by the other.
+// Method 0 and Gaussian Box-Muller2 share one sequence of pairs and the value owed.
 TYPED_TEST(LognormalTest, MethodZeroSharesTheCarriedValueWithTheGaussian) {
   using T = TypeParam;
   TestStream whole, mixed;
@@ -94,5 +90,4 @@ TYPED_TEST(LognormalTest, BothMethodsFitTheLognormalDistribution) {
     }, &moments);
   }
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// The transforms of the generators recomputed through the exported kernels, in the slot the
-// generators use for bulk work: EP for double, LA for float.
+// Generator transforms recomputed through the exported kernels (EP double, LA float).
 #ifndef QOR_TESTS_DISTRIBUTIONS_REFERENCE_KERNELS_H_
 #define QOR_TESTS_DISTRIBUTIONS_REFERENCE_KERNELS_H_
 
@@ -10,7 +9,6 @@
 #include "tests/distributions/distribution_support.h"
 
 namespace dist_test {
-
 template <class T, class S, class D, class... B>
 std::vector<T> InBulkSlot(S float_kernel, D double_kernel, std::vector<T> x, B... b) {
   const unsigned int mode = qor_tem_kernel_SetMode(
@@ -44,7 +42,6 @@ template <class T>
 T Of(std::vector<T> (*kernel)(std::vector<T>), T x) {
   return kernel({x})[0];
 }
-
 }  // namespace dist_test
 
 #endif  // QOR_TESTS_DISTRIBUTIONS_REFERENCE_KERNELS_H_

@@ -1,6 +1,4 @@
-// Goodness of fit for results that pile up on a few representable values (shapes far below 1):
-// each run of equal results is spread over the probability of the values that round to it
-// (randomized probability integral transform) before the KS test against the uniform.
+// KS fit for results piled on few values: each run of equal results spread over its cell.
 #ifndef QOR_TESTS_DISTRIBUTIONS_SHAPE_FIT_H_
 #define QOR_TESTS_DISTRIBUTIONS_SHAPE_FIT_H_
 
@@ -16,7 +14,6 @@
 #include "tests/distributions/distribution_support.h"
 
 namespace dist_test {
-
 // The bounds of the values that round to x in T: midpoints for float, neighbours for double.
 template <class T>
 double CellBound(T x, T toward) {
@@ -56,8 +53,7 @@ double FitPValue(std::vector<T> sample, const std::function<double(double)>& cdf
   return KolmogorovSmirnovPValue(pit, [](double u) { return u; });
 }
 
-// Full parameter grids draw kDraws only in the full suite; the default run keeps kDraws for
-// the one representative (`heavy`) case in double and kDraws / 20 for the rest.
+// kDraws for the `heavy` double case and the full suite, kDraws / 20 otherwise.
 template <class T>
 int DrawsFor(bool heavy) {
 #ifdef QOR_FULL_TESTS
@@ -67,7 +63,6 @@ int DrawsFor(bool heavy) {
 #endif
   return (heavy && std::is_same_v<T, double>) || full ? kDraws : kDraws / 20;
 }
-
 }  // namespace dist_test
 
 #endif  // QOR_TESTS_DISTRIBUTIONS_SHAPE_FIT_H_

@@ -1,6 +1,4 @@
-// Exponential, Laplace, Weibull, Cauchy, Rayleigh and Gumbel: the exact transforms of the
-// stream's uniforms, Laplace's blocks and side rule, the substitutes for a uniform of 0, the
-// accurate bit, the restored thread state, and the fit to each distribution.
+// Exponential, Laplace, Weibull, Cauchy, Rayleigh, Gumbel: transforms, zeros, clamp, fit.
 #include <math.h>
 #include <string.h>
 #include <xmmintrin.h>
@@ -16,7 +14,6 @@
 #include "tests/distributions/reference_kernels.h"
 
 namespace {
-
 using namespace dist_test;
 
 template <class T>
@@ -35,9 +32,7 @@ std::vector<T> MinusLn(void* stream, int n) {
   return x;
 }
 
-// One generator: its call, the transform recomputed from uniforms through the reference
-// kernels, the first standard (a = 0, beta = 1) result from a scripted uniform of 0 given the
-// substitute of ln 0, and the standard distribution.
+// A generator, its transform via the reference kernels, its result from ln 0, its cdf.
 template <class T>
 struct Generator {
   std::string name;
@@ -160,8 +155,7 @@ TYPED_TEST(SimpleContinuousTest, WeibullAlphaOneIsTheExponentialAndNanAlphaIsNot
   EXPECT_TRUE(std::isnan(r));
 }
 
-// Laplace draws 2048 uniforms per whole block of 1024 and then the remainder, an empty call
-// included; a side uniform of exactly 0.5 takes the -beta side.
+// Laplace draws 2048 uniforms per block of 1024, then the rest; a side of 0.5 is -beta.
 TYPED_TEST(SimpleContinuousTest, LaplaceBlocksAndSides) {
   using T = TypeParam;
   const Generator<T> laplace = Generators<T>().back();
@@ -181,8 +175,7 @@ TYPED_TEST(SimpleContinuousTest, LaplaceBlocksAndSides) {
   }
 }
 
-// A uniform of exactly 0: the logarithm's substitute (for Cauchy, the tangent of the interval's
-// lower end) keeps every result finite.
+// A uniform of 0 takes the logarithm's (Cauchy: the tangent's) substitute: finite results.
 TYPED_TEST(SimpleContinuousTest, ZeroUniformGivesTheSubstituteResult) {
   using T = TypeParam;
   const T ln_zero = std::is_same_v<T, double> ? T(-744.4400719213812) : T(-103.27892990343185);
@@ -196,8 +189,7 @@ TYPED_TEST(SimpleContinuousTest, ZeroUniformGivesTheSubstituteResult) {
   }
 }
 
-// With a negative scale the results fall below a; the generators that honour the accurate bit
-// raise them to a, the others ignore the bit.
+// Below a (negative scale), only generators honouring the accurate bit clamp to a.
 TYPED_TEST(SimpleContinuousTest, AccurateBitClampsWhereHonoured) {
   using T = TypeParam;
   const int n = 1000;
@@ -217,8 +209,7 @@ TYPED_TEST(SimpleContinuousTest, AccurateBitClampsWhereHonoured) {
   }
 }
 
-// Mode, callback and the MXCSR masks that the guarded generators set come back after success
-// and after a failing uniform call.
+// Mode, callback and MXCSR masks come back after success and after a failing stream.
 TYPED_TEST(SimpleContinuousTest, ThreadStateComesBackOnEveryPath) {
   using T = TypeParam;
   const unsigned int caller_mxcsr = _mm_getcsr();
@@ -251,5 +242,4 @@ TYPED_TEST(SimpleContinuousTest, EachFitsItsDistribution) {
       ExpectFit(r, [&](double v) { return g.standard_cdf((v - a) / beta); }, m ? &*m : nullptr);
     }
 }
-
 }  // namespace

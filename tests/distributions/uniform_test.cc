@@ -6,11 +6,9 @@
 #include "tests/distributions/distribution_support.h"
 
 namespace {
-
 using namespace dist_test;
 
-// Real uniforms are the generator's output; with scripted outputs below a, above b, at the ends
-// and NaN, only the accurate form clamps into [a, b].
+// Real uniforms are the generator's output; only the accurate form clamps into [a, b].
 TEST(UniformTest, RealUniformsAreTheGeneratorsOutputClampedWhenAccurate) {
   TestStream s1, s2;
   std::vector<double> d(1000);
@@ -35,8 +33,7 @@ TEST(UniformTest, RealUniformsAreTheGeneratorsOutputClampedWhenAccurate) {
   }
 }
 
-// Integers are the floors of the double uniforms, in blocks of 1024, nothing past n, and the
-// stream left where the double uniforms leave it.
+// Integers are floors of the double uniforms, in blocks of 1024, nothing written past n.
 TEST(UniformTest, IntegersAreFlooredInBlocksOf1024) {
   for (int n : {1, 1023, 1024, 1025, 3000}) {
     SCOPED_TRACE(n);
@@ -111,5 +108,4 @@ TEST(UniformBitsTest, UnsuitableFamiliesAreRefusedWithoutDrawing) {
   __rofiBRngMCG31M1(fresh, 1, &expect);
   EXPECT_EQ(first, expect) << "the refused stream did not move";
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// A fitting task built field by field over test-owned arrays, for the tests of construction
-// and interpolation.
+// A fitting task over test-owned arrays, for the construction and interpolation tests.
 #ifndef QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_
 #define QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_
 
@@ -11,11 +10,7 @@
 #include "qor/df_spline.h"
 
 namespace fit_test {
-
-struct Shape {
-  int64_t nx, ny;
-  bool uniform, columns;
-};
+struct Shape { int64_t nx, ny; bool uniform, columns; };
 
 template <class T>
 struct Problem {
@@ -109,7 +104,6 @@ template <> struct Api<float> {
 };
 
 template <class T> constexpr double kRelTol = sizeof(T) == 8 ? 1e-11 : 2e-3;
-
 }  // namespace fit_test
 
 #endif  // QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_

@@ -1,6 +1,4 @@
-// The knotted quadratic spline against its defining properties: each piece passes through its
-// breakpoint, value and slope are continuous at the knots, and the end conditions hold. Then
-// its evaluation by the interpolator, its refusals and its failed allocation.
+// Knotted quadratic spline: defining properties, interpolation, refusals, failed allocation.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,9 +8,7 @@
 
 namespace fit_test {
 namespace {
-
-// Where the knots come from: the middles of the cells (no ic), the caller's array, or the
-// worker's own layout, which ignores the array given with it.
+// Knots: cell middles (no ic), the caller's array, or the worker's own (ignoring the array).
 enum Layout { kMiddles, kGiven, kOwn };
 
 // A task with a knotted quadratic description; `knots` holds t[0..nx] as the test expects them.
@@ -109,8 +105,7 @@ void CheckInterpolation(Shape shape, Layout layout) {
   std::vector<T> r(3 * n * shape.ny);
   ASSERT_EQ(Api<T>::interpolate(&p.task, 1, 0, n, site.data(), 0, 3, dorder, nullptr, r.data(), 0,
                                 nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                nullptr, nullptr, nullptr),
-            0);
+                                nullptr, nullptr, nullptr), 0);
   for (int64_t k = 0; k < shape.ny; ++k)
     for (int64_t s = 0; s < n; ++s) {
       int64_t piece = 0;
@@ -182,6 +177,5 @@ TEST(KnottedQuadraticTest, FailedAllocationLeaksNothing) {
     EXPECT_EQ(alloc_control::LiveBlocks(), live);
   }
 }
-
 }  // namespace
 }  // namespace fit_test

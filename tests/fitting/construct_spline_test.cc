@@ -1,5 +1,4 @@
-// Spline coefficients against their defining conditions solved densely in long double, and
-// the natural cubic spline against GSL.
+// Spline coefficients against their defining conditions, the natural cubic against GSL.
 #include <gsl/gsl_errno.h>
 #include <gsl/gsl_spline.h>
 #include <gtest/gtest.h>
@@ -9,7 +8,6 @@
 
 namespace fit_test {
 namespace {
-
 template <class T>
 class ConstructTest : public ::testing::Test {};
 using RealTypes = ::testing::Types<double, float>;
@@ -21,9 +19,7 @@ const Shape kShapes[] = {{9, 3, false, false}, {9, 3, true, false}, {6, 2, false
 const uint64_t kBoundaries[] = {dfBcNotAKnot, dfBcFreeEnd, dfBc1st1st, dfBc1st2nd,
                                 dfBc2nd1st,   dfBc2nd2nd,  dfBcPeriodic};
 
-// The conditions that define a cubic spline: it interpolates; inside, its second derivative is
-// m (default cubic) or its slope and curvature are continuous (natural cubic, m null); and the
-// end cells meet the boundary condition `b`.
+// Cubic conditions: interpolation, inner m (default) or C2 (natural, m null), boundary `b`.
 template <class T>
 void ExpectCubicConditions(const Problem<T>& p, uint64_t b, const T* bc, const T* m) {
   const double tol = sizeof(T) == 8 ? 1e-10 : 2e-3;
@@ -71,8 +67,7 @@ TYPED_TEST(ConstructTest, CubicsMeetTheirConditionsForEveryBoundary) {
   const T bc[2] = {T(0.625), T(-1.5)};
   for (const Shape& s : kShapes)
     for (uint64_t b : kBoundaries) {
-      SCOPED_TRACE(::testing::Message() << "nx=" << s.nx << " uniform=" << s.uniform
-                                        << " columns=" << s.columns << " bcType=" << b);
+      SCOPED_TRACE(testing::Message() << "nx " << s.nx << " " << s.uniform << s.columns << " bc " << b);
       Problem<T> natural(s, 7, b == dfBcPeriodic);
       natural.Describe(4, dfCubicNatural, b, bc, 0, nullptr, 4 * (s.nx - 1));
       ASSERT_EQ(Api<T>::natural(&natural.task, 0, 0, nullptr), 0);
@@ -238,6 +233,5 @@ TEST(ConstructStatusTest, FailedAllocationLeaksNothing) {
     EXPECT_EQ(alloc_control::LiveBlocks(), live);
   }
 }
-
 }  // namespace
 }  // namespace fit_test

@@ -1,5 +1,4 @@
-// Interpolated values and derivatives against the coefficients evaluated independently, for
-// every output layout, kind and partition; cells, tabulated kinds, callbacks and refusals.
+// Interpolation against independently evaluated coefficients; cells, kinds, callbacks, refusals.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,7 +8,6 @@
 
 namespace fit_test {
 namespace {
-
 // Cell of s by definition: 0 below, i for x[i-1] <= s < x[i], nx-1 at the end, nx above.
 int64_t BruteCell(const std::vector<long double>& at, long double s) {
   const int64_t nx = int64_t(at.size());
@@ -95,8 +93,7 @@ TYPED_TEST(InterpolateTest, PolynomialKindsMatchTheirCoefficients) {
         }
 }
 
-// Cells out (type 2 and 3, both widths) match the definition; cells in (type 4) give the
-// same results; threads give the results of the calling thread alone.
+// Cells out (types 2, 3, both widths) are right; cells in (type 4) and threads agree.
 TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
   using T = TypeParam;
   for (uint32_t wide : {0u, 1u}) {
@@ -129,14 +126,13 @@ TYPED_TEST(InterpolateTest, TabulatedKinds) {
   const std::vector<T> s = {T(p.at[0] - 1), T(p.at[0]), T(p.at[2]), T((p.at[2] + p.at[3]) / 2),
                             T(p.at[5]), T(p.at[5] + 1)};
   std::vector<T> r(2 * s.size());
-  ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
-  const int right[] = {0, 0, 2, 2, 5, 5}, left[] = {0, 0, 2, 3, 5, 5};
-  for (int k = 0; k < 2; ++k)
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, right[i])) << "right " << i;
-  p.task.splineType = dfStepLeft;
-  ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
-  for (int k = 0; k < 2; ++k)
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, left[i])) << "left " << i;
+  const std::vector<int> right = {0, 0, 2, 2, 5, 5}, left = {0, 0, 2, 3, 5, 5};
+  for (const auto& [type, taken] : {std::pair{dfStepRight, &right}, {dfStepLeft, &left}}) {
+    p.task.splineType = type;
+    ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
+    for (int k = 0; k < 2; ++k)
+      for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, (*taken)[i])) << type << " " << i;
+  }
   p.task.splineType = dfLookup;
   std::vector<T> on(p.at.begin(), p.at.end()), got(2 * nx);
   ASSERT_EQ(Run(p, 1, on, {1}, &got, dfOutFSD), 0);
@@ -203,6 +199,5 @@ TEST(InterpolateStatusTest, RefusalsInTheirOrder) {
         << c.what;
   }
 }
-
 }  // namespace
 }  // namespace fit_test

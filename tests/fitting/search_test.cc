@@ -1,6 +1,4 @@
-// Cell search: every method and form against a brute-force search, method selection and its
-// refusals, site expansion, threads, the callback contract, and the uniform method's
-// multiplied groups against its divided tail.
+// Cell search: every method and form against brute force, selection, threads, callbacks.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,8 +13,14 @@
 #include "tests/common/allocation_control.h"
 
 namespace {
-
 using df::CellForm;
+
+// The double or the float entry, as T says.
+template <class T, class D, class S, class... A>
+int Entry(D double_entry, S float_entry, A... args) {
+  if constexpr (sizeof(T) == 8) return double_entry(args...);
+  else return float_entry(args...);
+}
 
 // Number of breakpoints at or below s, with x[nx-1] itself in cell nx-1.
 template <class T>
@@ -41,23 +45,15 @@ std::vector<T> AdversarialSites(const std::vector<T>& x, std::mt19937_64& rng) {
   const T lo = x.front(), hi = x.back(), span = hi - lo;
   std::uniform_real_distribution<double> u(lo - 0.1 * span, hi + 0.1 * span);
   std::vector<T> s(x.begin(), x.end());
-  for (T e : {lo, hi}) {
-    s.push_back(std::nextafter(e, -INFINITY));
-    s.push_back(std::nextafter(e, INFINITY));
-  }
-  s.push_back(lo - 1e6);
-  s.push_back(hi + 1e6);
+  s.insert(s.end(), {std::nextafter(lo, T(-INFINITY)), std::nextafter(lo, T(INFINITY)),
+                     std::nextafter(hi, T(-INFINITY)), std::nextafter(hi, T(INFINITY)),
+                     static_cast<T>(lo - 1e6), static_cast<T>(hi + 1e6)});
   for (int i = 0; i < 3000; ++i) s.push_back(static_cast<T>(u(rng)));
   std::shuffle(s.begin(), s.end(), rng);
   return s;
 }
 
-std::vector<int64_t> ReadCells(CellForm form, const std::vector<int64_t>& raw) {
-  if (form != CellForm::k32) return raw;
-  const uint32_t* narrow = reinterpret_cast<const uint32_t*>(raw.data());
-  return std::vector<int64_t>(narrow, narrow + raw.size());
-}
-
+// The cells of `sites` in `form`, widened to 64 bits.
 template <class T>
 std::vector<int64_t> Search(const df::SearchPlan<T>& plan, CellForm form,
                             const std::vector<T>& sites) {
@@ -65,7 +61,9 @@ std::vector<int64_t> Search(const df::SearchPlan<T>& plan, CellForm form,
   int64_t cursor = 0;
   EXPECT_EQ(df::SearchStretch(plan, form, static_cast<int64_t>(sites.size()), sites.data(),
                               &cursor, raw.data(), nullptr), 0);
-  return ReadCells(form, raw);
+  if (form != CellForm::k32) return raw;
+  const uint32_t* narrow = reinterpret_cast<const uint32_t*>(raw.data());
+  return std::vector<int64_t>(narrow, narrow + raw.size());
 }
 
 // Estimates of a deliberately poor user search, all left to the library (flag 0).
@@ -105,8 +103,7 @@ class SearchTest : public ::testing::Test {};
 using RealTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(SearchTest, RealTypes);
 
-// The sorted and hybrid methods also run with the shortcuts of an ascending partition;
-// repeated breakpoints keep the partition ascending.
+// Sorted and hybrid run with and without the ascending shortcuts; repeats stay ascending.
 TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
   using T = TypeParam;
   std::mt19937_64 rng(11);
@@ -136,12 +133,10 @@ TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
   }
 }
 
-// NaN sites: the uniform method truncates them (indefinite integer + 1 in its width), the
-// hybrid method gives 0 on a short partition and the bisection's end on a long one.
+// NaN sites: uniform truncates (indefinite + 1); hybrid gives 0 (short) or the bisection's end.
 TYPED_TEST(SearchTest, NaNSites) {
   using T = TypeParam;
-  const T nan = std::numeric_limits<T>::quiet_NaN();
-  const T ends[2] = {0, 10};
+  const T nan = std::numeric_limits<T>::quiet_NaN(), ends[2] = {0, 10};
   const df::SearchPlan<T> uniform = Plan(df::kUniformSearch, 11, ends, ends[0], ends[1], false);
   const std::vector<T> one_nan(5, nan);
   EXPECT_EQ(Search(uniform, CellForm::k64, one_nan)[0], std::numeric_limits<int64_t>::min() + 1);
@@ -165,12 +160,7 @@ TYPED_TEST(SearchTest, NaNSites) {
 TYPED_TEST(SearchTest, CheckAscendingNeedsAnAscendingPartitionAndEnoughSites) {
   using T = TypeParam;
   const T nan = std::numeric_limits<T>::quiet_NaN();
-  const struct Case {
-    std::vector<T> x;
-    int method;
-    int64_t nsite;
-    bool ascending;
-  } cases[] = {
+  const struct Case { std::vector<T> x; int method; int64_t nsite; bool ascending; } cases[] = {
       {std::vector<T>(64, T(1)), df::kHybridSearch, 2, true},
       {std::vector<T>(64, T(1)), df::kSortedSearch, 2, true},
       {std::vector<T>(64, T(1)), df::kHybridSearch, 1, false},
@@ -187,8 +177,7 @@ TYPED_TEST(SearchTest, CheckAscendingNeedsAnAscendingPartitionAndEnoughSites) {
 
 TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
   const int64_t nx = 1001;
-  const double ends[2] = {0.0, 100.0};
-  const double step = (ends[1] - ends[0]) / 1000, inv = 1 / step;
+  const double ends[2] = {0.0, 100.0}, step = (ends[1] - ends[0]) / 1000, inv = 1 / step;
   double site = 0;
   for (int i = 1; i < 1000 && site == 0; ++i)
     for (double s = i * step, k = 0; k < 4; ++k, s = std::nextafter(s, 0.0))
@@ -197,18 +186,14 @@ TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
   const std::vector<double> sites(5, site);
   std::vector<int64_t> cells(5);
   ASSERT_EQ(qor_df_kernel_dDFUniformSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
-                                               nullptr, cells.data()),
-            0);
-  EXPECT_EQ(cells[0], static_cast<int64_t>(site * inv) + 1);
-  EXPECT_EQ(cells[3], cells[0]);
-  EXPECT_EQ(cells[4], static_cast<int64_t>(site / step) + 1);
-  EXPECT_NE(cells[4], cells[0]);
+                                               nullptr, cells.data()), 0);
+  EXPECT_TRUE(cells[0] == static_cast<int64_t>(site * inv) + 1 && cells[3] == cells[0]);
+  EXPECT_TRUE(cells[4] == static_cast<int64_t>(site / step) + 1 && cells[4] != cells[0]);
 }
 
 // Exported forms: the flags word chooses the cell width, the sorted form keeps its cursor.
 TEST(SearchTest, EntryFormsWriteTheirWidthAndKeepTheCursor) {
-  const double x[5] = {0, 1, 2, 3, 4};
-  const double sites[4] = {0.5, 2.5, 4, 9};
+  const double x[5] = {0, 1, 2, 3, 4}, sites[4] = {0.5, 2.5, 4, 9};
   std::vector<int64_t> wide(4, -1);
   ASSERT_EQ(qor_df_kernel_dDFHybridSearch1D(5, x, 4, sites, 0, nullptr, nullptr, wide.data(), 3), 0);
   EXPECT_EQ(wide, (std::vector<int64_t>{1, 3, 4, 5}));
@@ -217,8 +202,7 @@ TEST(SearchTest, EntryFormsWriteTheirWidthAndKeepTheCursor) {
   EXPECT_EQ(narrow, (std::vector<uint32_t>{1, 3, 4, 5, 7, 7, 7, 7}));
   int64_t cursor = 0;
   ASSERT_EQ(qor_df_kernel_dDFSortedSearch1D64Pack(5, x, 2, sites, &cursor, 0, nullptr, nullptr,
-                                                  wide.data()),
-            0);
+                                                  wide.data()), 0);
   EXPECT_EQ(cursor, 3);
   // A cursor past the true cell gives the cursor's cell.
   const float xf[5] = {0, 1, 2, 3, 4}, early = 0.5f;
@@ -228,18 +212,12 @@ TEST(SearchTest, EntryFormsWriteTheirWidthAndKeepTheCursor) {
   EXPECT_EQ(cell, 3u);
 }
 
-struct CallbackScript {
-  int result;
-  uint32_t flag;
-};
+struct CallbackScript { int result; uint32_t flag; };
 
 int ScriptedCallback(int64_t* n, const double*, int64_t* estimate, uint32_t* flag, void* data,
                      int64_t length) {
   const auto* script = static_cast<const CallbackScript*>(data);
-  for (int64_t i = 0; i < *n; ++i) {
-    estimate[i] = 40 + length;
-    flag[i] = script->flag;
-  }
+  for (int64_t i = 0; i < *n; ++i) estimate[i] = 40 + length, flag[i] = script->flag;
   return script->result;
 }
 
@@ -247,11 +225,7 @@ TEST(SearchTest, CallbackContract) {
   std::vector<double> x(100);
   for (int i = 0; i < 100; ++i) x[i] = i;
   const double site = 2.5;
-  const struct {
-    CallbackScript script;
-    int status;
-    int64_t cell;
-  } cases[] = {
+  const struct { CallbackScript script; int status; int64_t cell; } cases[] = {
       {{-7, 0}, -7, -1},   // stops the search with its status
       {{1000, 0}, 0, 42},  // estimates are the cells
       {{5, 1}, 5, 42},     // flagged sites keep the estimate
@@ -263,25 +237,21 @@ TEST(SearchTest, CallbackContract) {
     EXPECT_EQ(qor_df_kernel_dDFUserDefSearch1D64Pack(100, x.data(), 1, &site, 0, nullptr, nullptr,
                                                      &cell, ScriptedCallback,
                                                      const_cast<CallbackScript*>(&c.script), 2,
-                                                     &site_flag),
-              c.status);
+                                                     &site_flag), c.status);
     EXPECT_EQ(cell, c.cell) << c.script.result;
   }
 }
 
-template <class T>
-struct DriverCase {
-  const char* name;
-  uint64_t x_hint;
-  int64_t site_hint;
-  std::vector<T> dhint;
-  int status;
-};
-
 TYPED_TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
   using T = TypeParam;
   const T nan = std::numeric_limits<T>::quiet_NaN();
-  const DriverCase<T> cases[] = {
+  const struct {
+    const char* name;
+    uint64_t x_hint;
+    int64_t site_hint;
+    std::vector<T> dhint;
+    int status;
+  } cases[] = {
       {"hybrid", 1, 0, {}, 0},
       {"hybrid by data hint, position not read", 1, 0, {0, 0, 0, 0, -5}, 0},
       {"peak", 1, 0, {0, 1, 0, 0, 3}, 0},
@@ -299,18 +269,13 @@ TYPED_TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
   std::sort(sites.begin(), sites.end());
   for (const auto& c : cases) {
     dfTask* task = nullptr;
-    ASSERT_EQ(df::IsDouble<T>() ? qor_df_kernel_dNewTask1D(&task, 500, (const double*)x.data(), c.x_hint, 0, nullptr, 0, 1)
-                                : qor_df_kernel_sNewTask1D(&task, 500, (const float*)x.data(), c.x_hint, 0, nullptr, 0, 1),
-              0);
+    ASSERT_EQ(Entry<T>(qor_df_kernel_dNewTask1D, qor_df_kernel_sNewTask1D, &task, 500, x.data(),
+                       c.x_hint, 0, nullptr, 0, 1), 0);
     std::vector<int64_t> cells(sites.size(), -1);
     const T* dhint = c.dhint.empty() ? nullptr : c.dhint.data();
-    int status;
-    if constexpr (sizeof(T) == 8)
-      status = qor_df_kernel_dDFSearch1D(task, 0, sites.size(), sites.data(), c.site_hint, dhint,
-                                         cells.data(), nullptr, nullptr, nullptr);
-    else
-      status = qor_df_kernel_sDFSearch1D(task, 0, sites.size(), sites.data(), c.site_hint, dhint,
-                                         cells.data(), nullptr, nullptr, nullptr);
+    const int status = Entry<T>(qor_df_kernel_dDFSearch1D, qor_df_kernel_sDFSearch1D, task, 0,
+                                int64_t(sites.size()), sites.data(), c.site_hint, dhint,
+                                cells.data(), nullptr, nullptr, nullptr);
     EXPECT_EQ(status, c.status) << c.name;
     if (status == 0)
       for (size_t i = 0; i < sites.size(); ++i)
@@ -331,22 +296,18 @@ TEST(SearchTest, ThreadsAndExpandedSites) {
     for (int64_t site_hint : {0, 64}) {
       std::vector<double> s = sites;
       if (site_hint == 64) std::sort(s.begin(), s.end());
-      std::vector<uint32_t> serial(s.size()), pooled(s.size());
-      ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
-                                          serial.data(), nullptr, nullptr,
-                                          qor_support_serial_threading()),
-                0);
-      for (int threads : {2, 3, 7}) {
-        ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
-                                            pooled.data(), nullptr, nullptr,
-                                            qor_support_pool_threading(threads)),
-                  0);
-        ASSERT_EQ(serial, pooled) << x_hint << " " << site_hint << " " << threads;
-      }
+      const auto cells = [&](const qorThreading* threading) {
+        std::vector<uint32_t> r(s.size());
+        EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
+                                            r.data(), nullptr, nullptr, threading), 0);
+        return r;
+      };
+      const std::vector<uint32_t> serial = cells(qor_support_serial_threading());
+      for (int threads : {2, 3, 7})
+        ASSERT_EQ(serial, cells(qor_support_pool_threading(threads))) << x_hint << " " << threads;
     }
     qor_df_kernel_DeleteTask(&task);
   }
-
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), 1, 0, nullptr, 0, 0), 0);
   const double ends[2] = {x[0] - 1, x[4999] + 1};
@@ -354,21 +315,17 @@ TEST(SearchTest, ThreadsAndExpandedSites) {
     std::vector<uint32_t> cells(nsite);
     alloc_control::FailAllocation(-1);
     ASSERT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
-                                        nullptr, qor_support_pool_threading(2)),
-              0);
+                                        nullptr, qor_support_pool_threading(2)), 0);
     EXPECT_EQ(alloc_control::Allocations(), nsite > 4096 ? 1 : 0);
     const double d = (ends[1] - ends[0]) * (1.0 / (nsite - 1));
     for (int64_t i = 0; i < nsite; i += 97)
       ASSERT_EQ(cells[i], ReferenceCell(x, i * d + ends[0])) << i;
     alloc_control::ScopedFailure failure(0);
     EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
-                                        nullptr, nullptr),
-              nsite > 4096 ? dfErrNoMemory : 0);
+                                        nullptr, nullptr), nsite > 4096 ? dfErrNoMemory : 0);
   }
   EXPECT_EQ(qor_df_kernel_dDFSearch1D(nullptr, 0, 1, ends, 0, nullptr, nullptr, nullptr, nullptr,
-                                      nullptr),
-            dfErrNullTask);
+                                      nullptr), dfErrNullTask);
   qor_df_kernel_DeleteTask(&task);
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// The fitting task: refusals in their order, table layouts, the search accelerator, and
-// allocation failures that leave nothing behind.
+// The fitting task: refusals in order, tables, the search accelerator, allocation failures.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -8,26 +7,23 @@
 #include "tests/common/allocation_control.h"
 
 namespace {
-
 std::vector<double> Partition(int64_t nx) {
   std::vector<double> x(nx);
   for (int64_t i = 0; i < nx; ++i) x[i] = i * 0.5 + (i % 3) * 0.01;
   return x;
 }
 
-struct NewCase {
-  const char* name;
-  int64_t nx;
-  bool x;
-  uint64_t x_hint;
-  int64_t ny;
-  bool y;
-  uint64_t y_hint;
-  int status;
-};
-
 TEST(TaskTest, CreationRefusesBadArgumentsInOrderBeforeAllocating) {
-  const NewCase cases[] = {
+  const struct {
+    const char* name;
+    int64_t nx;
+    bool x;
+    uint64_t x_hint;
+    int64_t ny;
+    bool y;
+    uint64_t y_hint;
+    int status;
+  } cases[] = {
       {"nx below 2 before null x", 1, false, 3, 0, false, 5, dfErrBadNx},
       {"null x before x hint", 2, false, 3, 0, false, 5, dfErrBadX},
       {"x hint 3", 4, true, 3, 1, true, 0, dfErrBadXHint},
@@ -38,13 +34,11 @@ TEST(TaskTest, CreationRefusesBadArgumentsInOrderBeforeAllocating) {
       {"y hint 17", 4, true, 1, 1, true, 17, dfErrBadYHint},
   };
   std::vector<double> x = Partition(8), y(8);
-  for (const NewCase& c : cases) {
+  for (const auto& c : cases) {
     alloc_control::FailAllocation(-1);
     dfTask* task = reinterpret_cast<dfTask*>(&x);  // must stay untouched
     EXPECT_EQ(qor_df_kernel_dNewTask1D(&task, c.nx, c.x ? x.data() : nullptr, c.x_hint, c.ny,
-                                       c.y ? y.data() : nullptr, c.y_hint, 0),
-              c.status)
-        << c.name;
+                                       c.y ? y.data() : nullptr, c.y_hint, 0), c.status) << c.name;
     EXPECT_EQ(alloc_control::Allocations(), 0) << c.name;
     EXPECT_EQ(task, reinterpret_cast<dfTask*>(&x)) << c.name;
   }
@@ -53,29 +47,23 @@ TEST(TaskTest, CreationRefusesBadArgumentsInOrderBeforeAllocating) {
 TEST(TaskTest, FieldsAndTablesOfANewTask) {
   std::vector<float> x = {0, 1, 2, 3, 4}, y(15);
   dfTask* task = nullptr;
-  ASSERT_EQ(qor_df_kernel_sNewTask1D(&task, 5, x.data(), dfXNonUniform, 3, y.data(), dfYRows, 1),
-            0);
-  EXPECT_EQ(task->recordTag, 4);
-  EXPECT_EQ(task->isDouble, 0u);
-  EXPECT_EQ(task->taskKind, 1u);
-  EXPECT_EQ(task->wideIndex, 1u);
+  ASSERT_EQ(qor_df_kernel_sNewTask1D(&task, 5, x.data(), dfXNonUniform, 3, y.data(), dfYRows, 1), 0);
+  EXPECT_TRUE(task->recordTag == 4 && task->isDouble == 0 && task->taskKind == 1 &&
+              task->wideIndex == 1 && task->splineOrder == 0);
   EXPECT_EQ(task->yTable[2], y.data() + 10);
-  EXPECT_EQ(task->splineOrder, 0);
   EXPECT_EQ(reinterpret_cast<uintptr_t>(task) % 128, 0u);
   EXPECT_EQ(qor_df_kernel_DeleteTask(&task), 0);
   EXPECT_EQ(task, nullptr);
   EXPECT_EQ(qor_df_kernel_DeleteTask(&task), dfErrNullTask);
 
-  // Breakpoint-major values keep one pointer; separate ones set entry 0 only; none, no table.
+  // Separate values set entry 0 only; no values, no table.
   std::vector<double> xd = Partition(5), yd(15);
-  dfTask* d = nullptr;
-  ASSERT_EQ(qor_df_kernel_dNewTask1D(&d, 5, xd.data(), 1, 3, yd.data(), dfYSeparate, 0), 0);
-  EXPECT_EQ(d->yTable[0], yd.data());
-  EXPECT_EQ(d->yTable[1], nullptr);
-  qor_df_kernel_DeleteTask(&d);
-  ASSERT_EQ(qor_df_kernel_dNewTask1D(&d, 5, xd.data(), 1, 0, nullptr, 0, 0), 0);
-  EXPECT_EQ(d->yTable, nullptr);
-  qor_df_kernel_DeleteTask(&d);
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5, xd.data(), 1, 3, yd.data(), dfYSeparate, 0), 0);
+  EXPECT_TRUE(task->yTable[0] == yd.data() && task->yTable[1] == nullptr);
+  qor_df_kernel_DeleteTask(&task);
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5, xd.data(), 1, 0, nullptr, 0, 0), 0);
+  EXPECT_EQ(task->yTable, nullptr);
+  qor_df_kernel_DeleteTask(&task);
 }
 
 TEST(TaskTest, AcceleratorOfTwoBreakpointsAndOfAUniformTask) {
@@ -89,8 +77,7 @@ TEST(TaskTest, AcceleratorOfTwoBreakpointsAndOfAUniformTask) {
   qor_df_kernel_DeleteTask(&task);
 
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 1000, x, dfXUniform, 0, nullptr, 0, 0), 0);
-  EXPECT_EQ(task->cellCount, 0u);
-  EXPECT_EQ(task->cellTable, nullptr);
+  EXPECT_TRUE(task->cellCount == 0 && task->cellTable == nullptr);
   EXPECT_EQ(qor_df_kernel_iEditVal(task, dfParamXHint, 2), 0);  // stores only
   EXPECT_EQ(task->cellTable, nullptr);
   qor_df_kernel_DeleteTask(&task);
@@ -116,14 +103,8 @@ TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
   }
 }
 
-struct ValueCase {
-  int id;
-  int64_t value;
-  int status;
-};
-
 TEST(TaskTest, ValueEditsRefuseAndQueriesReadBack) {
-  const ValueCase cases[] = {
+  const struct { int id; int64_t value; int status; } cases[] = {
       {13, 0, dfErrBadParam},           {24, 0, dfErrBadParam},
       {dfParamNx, 1, dfErrBadNx},       {dfParamNx, 9, 0},
       {dfParamXHint, 3, dfErrBadXHint}, {dfParamXHint, 2, 0},
@@ -140,7 +121,7 @@ TEST(TaskTest, ValueEditsRefuseAndQueriesReadBack) {
   for (uint32_t wide : {0u, 1u}) {
     dfTask* task = nullptr;
     ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 9, x.data(), 1, 2, y.data(), 0, wide), 0);
-    for (const ValueCase& c : cases) {
+    for (const auto& c : cases) {
       EXPECT_EQ(qor_df_kernel_iEditVal(task, c.id, c.value), c.status) << c.id << " " << c.value;
       if (c.status != 0) continue;
       int64_t result = -1;
@@ -149,7 +130,7 @@ TEST(TaskTest, ValueEditsRefuseAndQueriesReadBack) {
       const int64_t expected = wide ? c.value : (int64_t{-1} << 32) | c.value;
       EXPECT_EQ(result, expected) << c.id;
     }
-    int64_t result;
+    int64_t result;  // and the refusals of queries and edits
     EXPECT_EQ(qor_df_kernel_iQueryVal(nullptr, dfParamNx, &result), dfErrNullTask);
     EXPECT_EQ(qor_df_kernel_iQueryVal(task, dfParamNx, nullptr), dfErrNullResult);
     EXPECT_EQ(qor_df_kernel_iQueryVal(task, 5, &result), dfErrBadParam);
@@ -190,8 +171,7 @@ TEST(TaskTest, SplineEditStoresStepByStep) {
   // No coefficient array: the table stays and the hint is stored.
   void** table = task->coeffTable;
   ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 2, 0, 1, nullptr, 0, nullptr, nullptr, 16), 0);
-  EXPECT_EQ(task->coeffTable, table);
-  EXPECT_EQ(task->coeffHint, 16u);
+  EXPECT_TRUE(task->coeffTable == table && task->coeffHint == 16);
   qor_df_kernel_DeleteTask(&task);
 
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 0, nullptr, 0, 0), 0);
@@ -204,19 +184,16 @@ TEST(TaskTest, PointerEditsAndQueries) {
   std::vector<double> x = Partition(6), x2 = Partition(6), y(12), coeff(64);
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 2, y.data(), 32, 0), 0);
-  const struct {
-    int id;
-    int null_status;
-  } ptr_cases[] = {{dfParamX, dfErrBadX},   {dfParamY, dfErrBadY},   {dfParamIc, dfErrBadIc},
+  const struct { int id, null_status; } ptr_cases[] = {{dfParamX, dfErrBadX},   {dfParamY, dfErrBadY},   {dfParamIc, dfErrBadIc},
                    {dfParamBc, dfErrBadBc}, {dfParamCoeff, dfErrBadCoeff}, {6, dfErrBadParam}};
   for (const auto& c : ptr_cases) EXPECT_EQ(qor_df_kernel_dEditPtr(task, c.id, nullptr), c.null_status);
   EXPECT_EQ(qor_df_kernel_dEditPtr(task, dfParamX, x2.data()), 0);
   EXPECT_EQ(qor_df_kernel_dEditPtr(task, dfParamCoeff, coeff.data()), 0);
   double* result = nullptr;
-  EXPECT_EQ(qor_df_kernel_dQueryPtr(task, dfParamX, &result), 0);
-  EXPECT_EQ(result, x2.data());
-  EXPECT_EQ(qor_df_kernel_dQueryPtr(task, dfParamCoeff, &result), 0);
-  EXPECT_EQ(result, coeff.data());
+  for (const auto& [id, stored] : {std::pair{dfParamX, &x2}, {dfParamCoeff, &coeff}}) {
+    EXPECT_EQ(qor_df_kernel_dQueryPtr(task, id, &result), 0);
+    EXPECT_EQ(result, stored->data());
+  }
   EXPECT_EQ(qor_df_kernel_dQueryPtr(task, 0, &result), dfErrBadParam);
   EXPECT_EQ(qor_df_kernel_dQueryPtr(task, 1, nullptr), dfErrNullResult);
   EXPECT_EQ(qor_df_kernel_dQueryPtr(nullptr, 1, &result), dfErrNullTask);
@@ -239,8 +216,7 @@ TEST(TaskTest, PointerEditsAndQueries) {
   qor_df_kernel_DeleteTask(&task);
 }
 
-// Every allocation of creation and edits fails in turn; the task is deleted afterwards and
-// no block stays behind.
+// Every allocation of creation and edits fails in turn, and no block stays behind.
 TEST(TaskTest, AllocationFailuresLeakNothing) {
   std::vector<float> x(300), y(600), coeff(4 * 600);
   for (int i = 0; i < 300; ++i) x[i] = static_cast<float>(i);
@@ -273,5 +249,4 @@ TEST(TaskTest, AllocationFailuresLeakNothing) {
   qor_df_kernel_DeleteTask(&task);
   EXPECT_EQ(alloc_control::LiveBlocks(), live);
 }
-
 }  // namespace

@@ -5,7 +5,6 @@
 #include "qor/rof.h"
 
 namespace {
-
 uint64_t SlowPow(uint64_t a, uint64_t e, uint64_t m) {
   uint64_t r = 1 % m;
   for (uint64_t i = 0; i < e; ++i) r = static_cast<uint64_t>((unsigned __int128)r * a % m);
@@ -43,5 +42,4 @@ TEST(ModularPowerTest, MersenneAndPowerOfTwoModuli) {
   EXPECT_EQ(__rofiPowMod2P59(302875106592253ull, 1ull << 57), 1u);
   EXPECT_NE(__rofiPowMod2P59(302875106592253ull, 1ull << 56), 1u);
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// MT19937 and MT2203: published outputs, seeding, every cut of a run, the three forms, the
-// single-precision difference, skip-ahead against stepping, and the methods each refuses.
+// MT19937 and MT2203: published outputs, seeding, cuts, forms, skip-ahead, refused methods.
 #include <stdint.h>
 #include <string.h>
 
@@ -13,7 +12,6 @@
 #include "qor/rof.h"
 
 namespace {
-
 const rofBrngProperties& Row(int brng) { return __RegBrngsNew[(brng >> 20) - 1]; }
 
 // A stream seeded with `key`, deleted at the end of the scope.
@@ -36,8 +34,7 @@ class Stream {
   void* s_ = nullptr;
 };
 
-// The published outputs of MT19937 for the key {0x123, 0x234, 0x345, 0x456}, then a million
-// words against std::mt19937 run from the same seeded block.
+// Published MT19937 outputs for key {0x123, ...}, then 10^6 words against std::mt19937.
 TEST(Mt19937Test, PublishedOutputsAndStdMt19937FromTheSameBlock) {
   Stream s(ROF_BRNG_MT19937, {0x123, 0x234, 0x345, 0x456});
   std::stringstream text;
@@ -59,9 +56,7 @@ struct Reference {
   std::vector<uint32_t> mt;
   int i;
   Reference(const Stream& stream, bool mt2203)
-      : n(mt2203 ? 69 : 624),
-        m(mt2203 ? 34 : 397),
-        shift(mt2203 ? 12 : 11),
+      : n(mt2203 ? 69 : 624), m(mt2203 ? 34 : 397), shift(mt2203 ? 12 : 11),
         upper(mt2203 ? 0xFFFFFFE0u : 0x80000000u) {
     mt.assign(stream.Mt(), stream.Mt() + n);
     i = static_cast<int>(stream.Mt()[n]);
@@ -87,17 +82,11 @@ struct Reference {
   }
 };
 
-struct Family {
-  int brng;
-  int n;
-};
-const Family kFamilies[] = {{ROF_BRNG_MT19937, 624},
-                            {ROF_BRNG_MT2203, 69},
-                            {ROF_BRNG_MT2203 + 3, 69},
-                            {ROF_BRNG_MT2203 + 6023, 69}};
+struct Family { int brng; int n; };
+const Family kFamilies[] = {{ROF_BRNG_MT19937, 624}, {ROF_BRNG_MT2203, 69},
+                            {ROF_BRNG_MT2203 + 3, 69}, {ROF_BRNG_MT2203 + 6023, 69}};
 
-// Runs cut into calls of many lengths, across block ends, and the three forms in turn, all
-// continue the one-at-a-time sequence; a count below 1 writes and moves nothing.
+// Any cut and form continue the one-at-a-time sequence; a count below 1 does nothing.
 TEST(TwisterTest, AnyCutAndAnyFormContinueOneSequence) {
   const int cuts[] = {1, 3, 4, 5, 68, 69, 70, 623, 624, 625, 1247, 1248, 2000, 7};
   const double a = -2.5, b = 7.0;
@@ -143,8 +132,7 @@ TEST(TwisterTest, NoKeyIsTheKeyOneAndLongKeysUseEveryWord) {
   }
 }
 
-// MT2203 forms b - a in float, MT19937 in double: with a = -1 and b = 2^24 the float
-// difference rounds to 2^24, and some outputs round differently.
+// MT2203 forms b - a in float, MT19937 in double: with b = 2^24 some outputs differ.
 TEST(TwisterTest, SingleFormsDifferInTheWidthOfTheInterval) {
   const float a = -1.0f, b = 16777216.0f;
   const double in_float = double(b - a), in_double = double(b) - double(a);
@@ -186,13 +174,9 @@ TEST(TwisterTest, MethodsEachGeneratorRefuses) {
   EXPECT_EQ(s, nullptr);
 }
 
-// The members' parameters land in the stream's record (telling rows of the table), and every
-// one of the 6024 members has its own twist constant.
+// Telling rows of the member table land in the record; all 6024 twist constants differ.
 TEST(Mt2203Test, ParameterTable) {
-  const struct {
-    int id;
-    uint32_t a, b, c;
-  } members[] = {
+  const struct { int id; uint32_t a, b, c; } members[] = {
       {0, 0xAF81055F, 0xDD7EEF80, 0xEFD78000},    {1, 0x832604E1, 0x66AD7F80, 0xEBD58000},
       {2, 0x92F70739, 0x656D7780, 0xEFC50000},    {3, 0x8B75046E, 0x76957780, 0xEFC48000},
       {6022, 0x8A8C1D4A, 0x65757780, 0xEFE18000}, {6023, 0xE8761D4B, 0x72967680, 0xEFEB0000}};
@@ -208,8 +192,7 @@ TEST(Mt2203Test, ParameterTable) {
   EXPECT_EQ(std::adjacent_find(constants.begin(), constants.end()), constants.end());
 }
 
-// Skip-ahead leaves the stream where a plain run of nskip words leaves it, at every distance
-// that matters to the two methods and the block; 2^40 in one jump equals four of 2^38.
+// Skip-ahead equals stepping at every telling distance; one 2^40 jump equals four of 2^38.
 TEST(Mt19937Test, SkipAheadEqualsStepping) {
   const uint64_t distances[] = {0, 1, 623, 624, 625, 0xFFFFF, 0x100000, 0x100001, 10000000};
   for (int offset : {0, 1, 600, 624})
@@ -249,5 +232,4 @@ TEST(Mt19937Test, HornerAndWindowAgree) {
     EXPECT_EQ(horner.Words(800), window.Words(800)) << nskip;
   }
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// Statuses of the basic estimates in the order of their checks, with nothing stored on a
-// failure; and the bad input a user can make.
+// Basic estimates' statuses in check order, nothing stored on failure, and bad user input.
 #include <gtest/gtest.h>
 #include <math.h>
 
@@ -12,7 +11,6 @@
 
 namespace ss_test {
 namespace {
-
 struct StatusCase {
   const char* name;
   std::function<void(Harness<double>&)> setup;
@@ -142,6 +140,5 @@ TEST(SSBasicBadInput, WideIndicesAreReadAtSixtyFourBits) {
   EXPECT_NEAR(mean[2], double(r.mean[2]), 1e-13);
   __rofSSDeleteTask(&task);
 }
-
 }  // namespace
 }  // namespace ss_test

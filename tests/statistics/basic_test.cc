@@ -1,9 +1,5 @@
-// Basic estimates against a long double two-pass reference: every estimate and storage form,
-// both layouts, with and without weights and indices, p up to 40 and n up to 10^5; streaming
-// over chunks; and the same result for a block count whatever threads run the blocks.
-// Each error is measured against the natural scale of its estimate (mean of |x|^k, sum of
-// w |x - m|^k, sqrt(C_aa C_bb), 1 for correlations) and stays below 2^-40 in double and 2^-11
-// in float: sqrt(n) roundings of the running updates (2^-44, 2^-15 at n = 10^5) times 16.
+// Basic estimates against a long double two-pass reference, streamed chunks, and threads. Errors
+// stay below 2^-40 (double) or 2^-11 (float) of each estimate's scale: 16 sqrt(n) roundings.
 #include <gtest/gtest.h>
 #include <math.h>
 
@@ -14,7 +10,6 @@
 
 namespace ss_test {
 namespace {
-
 template <class T>
 constexpr Real Tolerance() {
   return sizeof(T) == 8 ? ldexpl(1, -40) : ldexpl(1, -11);
@@ -36,8 +31,7 @@ void ExpectNear(T got, Real want, Real scale, const std::string& what) {
       << what << " got " << got << " want " << double(want) << " scale " << double(scale);
 }
 
-// Every estimate of kAllBasic in h against r; the caller's mean as it was (user mean) when
-// `user_mean` is set.
+// Every estimate of kAllBasic in h against r (with `user_mean`, the caller's mean stands).
 template <class T>
 void ExpectMatches(const Harness<T>& h, const Reference& r, bool user_mean) {
   const Real w = r.w, unbias = w / (w * w - r.w2);
@@ -98,10 +92,7 @@ void ExpectMatches(const Harness<T>& h, const Reference& r, bool user_mean) {
     }
 }
 
-struct Shape {
-  int64_t p, n;
-  bool weighted;
-};
+struct Shape { int64_t p, n; bool weighted; };
 
 std::vector<Shape> Shapes() {
   std::vector<Shape> shapes;
@@ -238,8 +229,7 @@ TYPED_TEST(BasicTest, BlockResultsDoNotDependOnTheThreads) {
     }
 }
 
-// The derivations reproduce the moments, cov and cor of a computing call from its sums,
-// cross-product and accumulated weights.
+// Derivations from sums, cross-product and weights reproduce the computed results.
 TYPED_TEST(BasicTest, DerivationsMatchComputedResults) {
   using T = TypeParam;
   Sample s = MakeSample(6, 500, false, true, 9);
@@ -261,6 +251,5 @@ TYPED_TEST(BasicTest, DerivationsMatchComputedResults) {
       EXPECT_NEAR(got, want, tol) << "id " << id << " entry " << i;
     }
 }
-
 }  // namespace
 }  // namespace ss_test

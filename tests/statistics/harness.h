@@ -1,5 +1,4 @@
-// A statistics task over a sample with every result array of the basic estimates attached,
-// filled with a sentinel so that untouched entries show, for float and double alike.
+// A statistics task with every basic result array attached and filled with a sentinel.
 #ifndef QOR_TESTS_STATISTICS_HARNESS_H_
 #define QOR_TESTS_STATISTICS_HARNESS_H_
 
@@ -13,7 +12,6 @@
 #include "tests/statistics/reference.h"
 
 namespace ss_test {
-
 inline int NewTask(rofSSTask** t, const void* p, const void* n, const void* s, const double* x,
                    const double* w, const void* i) {
   return __rofdSSNewTask(t, p, n, s, x, w, i, 0);
@@ -112,7 +110,6 @@ struct Harness {
     return &m[a * p + b];
   }
 };
-
 }  // namespace ss_test
 
 #endif  // QOR_TESTS_STATISTICS_HARNESS_H_

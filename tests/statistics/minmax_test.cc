@@ -8,7 +8,6 @@
 
 namespace ss_test {
 namespace {
-
 TEST(SSMinmax, FoldsEveryMarkedVariableIntoTheArrays) {
   for (bool columns : {false, true})
     for (bool subset : {false, true}) {
@@ -45,6 +44,5 @@ TEST(SSMinmax, Statuses) {
   EXPECT_EQ(lo[0], 1e9);
   EXPECT_EQ(_rofdSSMinmax(nullptr, ROF_SS_MIN, 2), -4031);
 }
-
 }  // namespace
 }  // namespace ss_test

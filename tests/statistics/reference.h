@@ -1,5 +1,4 @@
-// Independent reference of the basic estimates: a two-pass computation in long double over
-// the processed variables, with the closing formulas applied in long double.
+// Reference of the basic estimates: two passes in long double over the variables.
 #ifndef QOR_TESTS_STATISTICS_REFERENCE_H_
 #define QOR_TESTS_STATISTICS_REFERENCE_H_
 
@@ -9,7 +8,6 @@
 #include <vector>
 
 namespace ss_test {
-
 using Real = long double;
 
 // Observations of p variables, n of them, as one would hold them in either storage.
@@ -48,20 +46,17 @@ struct Reference {
   Real Cov(int64_t a, int64_t b) const { return cross[a * p + b] / CovDivisor(); }
 };
 
-// Reference of the chunks [0, n) of every sample together, over all p variables; `centre`
-// (if given) replaces the mean as the centre of the central sums. `slack` widens the error
-// scales of the central sums by the rounding of a computed mean, which alone decides them
-// when the values of a variable are all equal.
+// Reference of all chunks together; `centre` replaces the mean; `slack` widens the central
+// sums' scales by a computed mean's rounding, which decides them for constant variables.
 inline Reference Compute(const std::vector<const Sample*>& chunks, const double* centre,
                          Real slack = 0) {
   Reference r;
   const int64_t p = chunks[0]->p;
   r.p = p;
   r.mean.assign(p, 0);
-  for (auto& v : r.raw) v.assign(p, 0);
-  for (auto& v : r.cen) v.assign(p, 0);
+  for (auto* group : {r.raw, r.cen, r.abs_cen})
+    for (int k = 0; k < 3; ++k) group[k].assign(p, 0);
   for (auto& v : r.abs_raw) v.assign(p, 0);
-  for (auto& v : r.abs_cen) v.assign(p, 0);
   r.cross.assign(p * p, 0);
   for (const Sample* s : chunks)
     for (int64_t i = 0; i < s->n; ++i) {
@@ -104,7 +99,6 @@ inline Reference Compute(const std::vector<const Sample*>& chunks, const double*
     for (int64_t b = 0; b < a; ++b) r.cross[a * p + b] = r.cross[b * p + a];
   return r;
 }
-
 }  // namespace ss_test
 
 #endif  // QOR_TESTS_STATISTICS_REFERENCE_H_

@@ -1,9 +1,12 @@
-// Chunk lists and the shared read-only table: order, search, release, sharing by key,
-// reference counts and the table's limits.
+// Chunk lists and the shared table: order, search, release, sharing, counts, limits.
 #include "stream_helpers.h"
 #include "streams/shared_data.h"
 
 namespace {
+// Every test gets back every block it allocated.
+class ChunksTest : public ::testing::Test {
+  NoLeakScope scope_;
+};
 
 const uint64_t kKeyA[2] = {0xA, 1}, kKeyB[2] = {0xB, 1}, kKeyC[2] = {0xC, 1};
 
@@ -12,8 +15,7 @@ uint32_t References(const uint64_t key[2]) {
   return __rofFindGlobRODataTableEntry(&entry, key) == ROF_STATUS_OK ? entry->references : 0;
 }
 
-TEST(ChunksTest, NewestFirstAndSearchFindsTheNewest) {
-  NoLeakScope scope;
+TEST_F(ChunksTest, NewestFirstAndSearchFindsTheNewest) {
   void* stream = NewMcgStream(1);
   EXPECT_EQ(__rofSearchChunk(stream, 1), nullptr);
   EXPECT_EQ(__rofGetNumChunks(stream), 0);
@@ -32,8 +34,7 @@ TEST(ChunksTest, NewestFirstAndSearchFindsTheNewest) {
   __rofDeleteStream(&stream);
 }
 
-TEST(ChunksTest, DeleteByIdKeepsItsListOutcome) {
-  NoLeakScope scope;
+TEST_F(ChunksTest, DeleteByIdKeepsItsListOutcome) {
   struct Case {
     std::vector<uint32_t> ids;  // in order of addition, so the list is reversed
     uint32_t removed;
@@ -63,8 +64,7 @@ TEST(ChunksTest, DeleteByIdKeepsItsListOutcome) {
   }
 }
 
-TEST(ChunksTest, SharedKeyIsCountedAndFreedWithTheLastStream) {
-  NoLeakScope scope;
+TEST_F(ChunksTest, SharedKeyIsCountedAndFreedWithTheLastStream) {
   void* first = NewMcgStream(1);
   void* second = NewMcgStream(2);
   void* table_data = ChunkData(32, 1);
@@ -89,16 +89,13 @@ TEST(ChunksTest, SharedKeyIsCountedAndFreedWithTheLastStream) {
   EXPECT_EQ(rof::SharedEntryCount(), 0);
 }
 
-// Allocations of a copy: the record, then per private chunk its data and its node, a node for
-// the shared one. Each failure leaves no chunk on the copy and the shared count as it was.
-TEST(ChunksTest, CopyWithoutMemoryLeavesNoChunks) {
-  NoLeakScope scope;
+// Each failing allocation of a copy leaves no chunk on it and the shared count as it was.
+TEST_F(ChunksTest, CopyWithoutMemoryLeavesNoChunks) {
   void* source = NewMcgStream(5);
   __rofAddChunk(source, 1, kKeyB, ChunkData(8, 1), 8);
   for (uint32_t id : {2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(16, 0), 16);
   void* copy = &copy;
-  const int runs = alloc_control::ForEachFailure(
-      [&] { return __rofCopyStream(&copy, source); },
+  const int runs = alloc_control::ForEachFailure([&] { return __rofCopyStream(&copy, source); },
       [&](int status) {
         EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
         if (copy != nullptr) EXPECT_EQ(__rofGetNumChunks(copy), 0);
@@ -112,8 +109,7 @@ TEST(ChunksTest, CopyWithoutMemoryLeavesNoChunks) {
   EXPECT_EQ(References(kKeyB), 0u);
 }
 
-TEST(ChunksTest, AddChunkWithoutMemoryKeepsTheList) {
-  NoLeakScope scope;
+TEST_F(ChunksTest, AddChunkWithoutMemoryKeepsTheList) {
   void* stream = NewMcgStream(1);
   void* data = ChunkData(4, 0);
   {
@@ -126,8 +122,7 @@ TEST(ChunksTest, AddChunkWithoutMemoryKeepsTheList) {
   __rofDeleteStream(&stream);
 }
 
-TEST(ChunksTest, TableLimits) {
-  NoLeakScope scope;
+TEST_F(ChunksTest, TableLimits) {
   ASSERT_EQ(rof::SharedEntryCount(), 0);
   uint64_t keys[129][2];
   rofRODataEntry* entry = nullptr;
@@ -155,8 +150,7 @@ TEST(ChunksTest, TableLimits) {
   EXPECT_EQ(rof::SharedEntryCount(), 0);
 }
 
-TEST(ChunksTest, EntryOperations) {
-  NoLeakScope scope;
+TEST_F(ChunksTest, EntryOperations) {
   rofRODataEntry* entry = nullptr;
   const uint64_t zero[2] = {0, 0};
   EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, nullptr), ROF_STATUS_RO_NOT_FOUND);
@@ -189,5 +183,4 @@ TEST(ChunksTest, EntryOperations) {
   EXPECT_EQ(key[0], 42u);
   EXPECT_EQ(key[1], 0x1234u);
 }
-
 }  // namespace

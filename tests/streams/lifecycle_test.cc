@@ -4,6 +4,10 @@
 #include "stream_helpers.h"
 
 namespace {
+// Every test gets back every block it allocated.
+class LifecycleTest : public ::testing::Test {
+  NoLeakScope scope_;
+};
 
 uint32_t Next(void* stream) {
   uint32_t x;
@@ -11,8 +15,7 @@ uint32_t Next(void* stream) {
   return x;
 }
 
-TEST(LifecycleTest, NewStreamSetsTheHeader) {
-  NoLeakScope scope;
+TEST_F(LifecycleTest, NewStreamSetsTheHeader) {
   const uint32_t seed = 9;
   for (int brng : {0x100000, 0x400000, 0, 3}) {
     void* stream = nullptr;
@@ -28,8 +31,7 @@ TEST(LifecycleTest, NewStreamSetsTheHeader) {
 }
 
 // Abstract families, invalid identifiers, and rows without functions (R250, legacy 279).
-TEST(LifecycleTest, NewStreamRefusalsLeaveTheHandle) {
-  NoLeakScope scope;
+TEST_F(LifecycleTest, NewStreamRefusalsLeaveTheHandle) {
   for (int brng : {0xA00000, 0xB00000, 0xC00000, 0xA00001, 0x100001, 0x1100000 + (200 << 20),
                    281, 0x200000, 279}) {
     void* stream = &stream;
@@ -38,8 +40,7 @@ TEST(LifecycleTest, NewStreamRefusalsLeaveTheHandle) {
   }
 }
 
-TEST(LifecycleTest, NewStreamWithoutMemory) {
-  NoLeakScope scope;
+TEST_F(LifecycleTest, NewStreamWithoutMemory) {
   void* stream = &stream;
   alloc_control::ForEachFailure(
       [&] { return __rofNewStreamEx(&stream, ROF_BRNG_MCG59, 0, nullptr); },
@@ -52,8 +53,7 @@ TEST(LifecycleTest, NewStreamWithoutMemory) {
       });
 }
 
-TEST(LifecycleTest, AllocateStreamLeavesThePayloadToTheCaller) {
-  NoLeakScope scope;
+TEST_F(LifecycleTest, AllocateStreamLeavesThePayloadToTheCaller) {
   void* stream = nullptr;
   int row, sub_id;
   const rofBrngProperties* table = __rofGetBrngBaseOffset(ROF_BRNG_WH + 3, &row, &sub_id);
@@ -67,8 +67,7 @@ TEST(LifecycleTest, AllocateStreamLeavesThePayloadToTheCaller) {
   EXPECT_EQ(untouched, &untouched);
 }
 
-TEST(LifecycleTest, CopyIsIndependentWithChunksReversed) {
-  NoLeakScope scope;
+TEST_F(LifecycleTest, CopyIsIndependentWithChunksReversed) {
   void* source = NewMcgStream(77);
   static_cast<rofStreamHeader*>(source)->reserved = 7;
   ASSERT_EQ(__rofAddChunk(source, 1, nullptr, ChunkData(8, 1), 8), ROF_STATUS_OK);
@@ -90,8 +89,7 @@ TEST(LifecycleTest, CopyIsIndependentWithChunksReversed) {
   __rofDeleteStream(&copy);
 }
 
-TEST(LifecycleTest, CopyStateTakesStateAndChunks) {
-  NoLeakScope scope;
+TEST_F(LifecycleTest, CopyStateTakesStateAndChunks) {
   void* source = NewMcgStream(11);
   void* destination = NewMcgStream(99);
   __rofAddChunk(source, 4, nullptr, ChunkData(4, 4), 4);
@@ -118,5 +116,4 @@ TEST(LifecycleTest, CopyStateTakesStateAndChunks) {
   __rofDeleteStream(&source);
   __rofDeleteStream(&destination);
 }
-
 }  // namespace

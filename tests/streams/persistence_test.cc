@@ -1,42 +1,39 @@
-// Saved streams: round trips of every built generator through files and memory, with and
-// without chunks; the header checks and their statuses; the older header; truncated and
-// corrupted files, exhausted memory, and the fuzzer's corpus.
+// Saved streams: round trips, header checks, the older header, cuts, memory, fuzzer corpus.
 #include <dirent.h>
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "stream_helpers.h"
 
 namespace {
-
 using Bytes = std::vector<uint8_t>;
 
 const int kGenerators[] = {ROF_BRNG_MCG31M1, ROF_BRNG_MCG59, ROF_BRNG_MT19937, ROF_BRNG_MT2203 + 2};
 
-std::string TempName(const char* tag) {
-  return testing::TempDir() + "qor_persistence_" + tag + "_" + std::to_string(getpid());
-}
+// Every test leaks nothing and removes its file.
+class PersistenceTest : public ::testing::Test {
+ protected:
+  ~PersistenceTest() override { remove(name.c_str()); }
+  NoLeakScope no_leak;
+  const std::string name = testing::TempDir() + "qor_persistence_" + std::to_string(getpid());
+};
 
 Bytes ReadFile(const std::string& name) {
-  Bytes b;
-  FILE* f = fopen(name.c_str(), "rb");
-  for (int c; (c = fgetc(f)) != EOF;) b.push_back(static_cast<uint8_t>(c));
-  fclose(f);
-  return b;
+  std::ifstream f(name, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
 }
 
 void WriteFile(const std::string& name, const Bytes& b) {
-  FILE* f = fopen(name.c_str(), "wb");
-  if (!b.empty()) fwrite(b.data(), b.size(), 1, f);
-  fclose(f);
+  std::ofstream(name, std::ios::binary).write(reinterpret_cast<const char*>(b.data()), b.size());
 }
 
-// A stream of `brng` moved on by a few words, with chunks 5 (10 bytes) and then 7 (3 bytes)
-// when asked.
+// A stream of `brng` moved on a little, with chunks 5 (10 bytes) and 7 (3 bytes) if asked.
 void* MakeStream(int brng, bool chunks) {
   void* s = nullptr;
   const uint32_t seed[2] = {123, 456};
@@ -58,9 +55,18 @@ int PayloadBytes(const void* s) {
 
 void ExpectSameState(const void* a, const void* b) {
   ASSERT_EQ(__rofGetStreamStateBrng(a), __rofGetStreamStateBrng(b));
-  EXPECT_EQ(
-      memcmp(static_cast<const char*>(a) + 16, static_cast<const char*>(b) + 16, PayloadBytes(a)),
-      0);
+  EXPECT_EQ(memcmp(static_cast<const char*>(a) + 16, static_cast<const char*>(b) + 16,
+                   PayloadBytes(a)), 0);
+}
+
+// Loads the file `name` (or `image`, if given); a failed load must leave no stream.
+int Load(const std::string& name, const Bytes* image = nullptr) {
+  void* loaded = &loaded;
+  const int status = image ? __rofLoadStreamM(&loaded, image->data())
+                           : __rofLoadStreamF(&loaded, name.c_str(), -1);
+  EXPECT_EQ(status == ROF_STATUS_OK, loaded != nullptr) << name << " status " << status;
+  if (status == ROF_STATUS_OK) __rofDeleteStream(&loaded);
+  return status;
 }
 
 Bytes SaveM(const void* s) {
@@ -69,9 +75,7 @@ Bytes SaveM(const void* s) {
   return image;
 }
 
-TEST(PersistenceTest, RoundTripsThroughFileAndMemory) {
-  NoLeakScope no_leak;
-  const std::string name = TempName("round");
+TEST_F(PersistenceTest, RoundTripsThroughFileAndMemory) {
   for (int brng : kGenerators)
     for (bool chunks : {false, true}) {
       SCOPED_TRACE(testing::Message() << brng << " " << chunks);
@@ -109,52 +113,33 @@ TEST(PersistenceTest, RoundTripsThroughFileAndMemory) {
       for (k = 1; k < 4; ++k) EXPECT_EQ(memcmp(words[0], words[k], sizeof words[0]), 0) << k;
       for (void* t : {s, from_file, from_memory, copy}) __rofDeleteStream(&t);
     }
-  remove(name.c_str());
 }
 
-// One field of a good image changed, and the statuses of file and memory.
-struct Corruption {
-  const char* what;
-  int offset, size;
-  uint32_t value;
-  int file_status, memory_status;
-};
-const Corruption kCorruptions[] = {
-    {"magic", 4, 3, 0x474E51, ROF_STATUS_BAD_FILE_FORMAT, ROF_STATUS_BAD_MEMORY_FORMAT},
-    {"version 3", 0, 1, 3, ROF_STATUS_BAD_FILE_VERSION, ROF_STATUS_BAD_MEMORY_FORMAT},
-    {"member 6024", 20, 4, ROF_BRNG_MT2203 + 6024, ROF_STATUS_BAD_FILE_FORMAT,
-     ROF_STATUS_BAD_MEMORY_FORMAT},
-    {"unbuilt generator", 20, 4, ROF_BRNG_R250, ROF_STATUS_BAD_FILE_FORMAT,
-     ROF_STATUS_BAD_MEMORY_FORMAT},
-    {"payload size", 12, 4, 2524, ROF_STATUS_BAD_FILE_FORMAT, ROF_STATUS_BAD_MEMORY_FORMAT},
-    {"header size", 8, 2, 20, ROF_STATUS_BAD_FILE_FORMAT, ROF_STATUS_BAD_MEMORY_FORMAT},
-};
-
-TEST(PersistenceTest, EachHeaderFaultHasItsStatusAndLeavesNoStream) {
-  NoLeakScope no_leak;
-  const std::string name = TempName("bad");
+TEST_F(PersistenceTest, EachHeaderFaultHasItsStatusAndLeavesNoStream) {
   void* s = MakeStream(ROF_BRNG_MT19937, true);
   const Bytes good = SaveM(s);
   __rofDeleteStream(&s);
-  for (const Corruption& c : kCorruptions) {
+  // One field of a good image changed: the file's status; in memory, always a bad format.
+  const struct { const char* what; int offset, size; uint32_t value; int file_status; } cases[] = {
+      {"magic", 4, 3, 0x474E51, ROF_STATUS_BAD_FILE_FORMAT},
+      {"version 3", 0, 1, 3, ROF_STATUS_BAD_FILE_VERSION},
+      {"member 6024", 20, 4, ROF_BRNG_MT2203 + 6024, ROF_STATUS_BAD_FILE_FORMAT},
+      {"unbuilt generator", 20, 4, ROF_BRNG_R250, ROF_STATUS_BAD_FILE_FORMAT},
+      {"payload size", 12, 4, 2524, ROF_STATUS_BAD_FILE_FORMAT},
+      {"header size", 8, 2, 20, ROF_STATUS_BAD_FILE_FORMAT},
+  };
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     Bytes bad = good;
     for (int i = 0; i < c.size; ++i) bad[c.offset + i] = static_cast<uint8_t>(c.value >> (8 * i));
     WriteFile(name, bad);
-    void* loaded = &loaded;
-    EXPECT_EQ(__rofLoadStreamF(&loaded, name.c_str(), -1), c.file_status);
-    EXPECT_EQ(loaded, nullptr);
-    loaded = &loaded;
-    EXPECT_EQ(__rofLoadStreamM(&loaded, bad.data()), c.memory_status);
-    EXPECT_EQ(loaded, nullptr);
+    EXPECT_EQ(Load(name), c.file_status);
+    EXPECT_EQ(Load(name, &bad), ROF_STATUS_BAD_MEMORY_FORMAT);
   }
-  void* loaded = &loaded;
-  EXPECT_EQ(__rofLoadStreamF(&loaded, (name + "-missing").c_str(), -1), ROF_STATUS_FILE_OPEN);
-  EXPECT_EQ(loaded, nullptr);
+  EXPECT_EQ(Load(name + "-missing"), ROF_STATUS_FILE_OPEN);
   void* any = MakeStream(ROF_BRNG_MCG31M1, false);
   EXPECT_EQ(__rofSaveStreamF(any, "/nonexistent-directory/stream", -1), ROF_STATUS_FILE_OPEN);
   __rofDeleteStream(&any);
-  remove(name.c_str());
 }
 
 // The 20-byte header: "RNG", the version in byte 4, payload size, chunk count, identifier.
@@ -172,9 +157,7 @@ Bytes LegacyImage(const void* s, int chunk_count) {
   return b;
 }
 
-TEST(PersistenceTest, OlderHeaderLoadsWithoutChunksAndRefusesChunks) {
-  NoLeakScope no_leak;
-  const std::string name = TempName("legacy");
+TEST_F(PersistenceTest, OlderHeaderLoadsWithoutChunksAndRefusesChunks) {
   for (int brng : kGenerators) {
     void* s = MakeStream(brng, false);
     Bytes legacy = LegacyImage(s, 0);
@@ -189,59 +172,42 @@ TEST(PersistenceTest, OlderHeaderLoadsWithoutChunksAndRefusesChunks) {
     Bytes with_chunk = LegacyImage(s, 1);
     with_chunk.resize(with_chunk.size() + 40, 0);
     WriteFile(name, with_chunk);
-    void* refused = nullptr;
-    EXPECT_EQ(__rofLoadStreamF(&refused, name.c_str(), -1), ROF_STATUS_FILE_READ);
-    EXPECT_EQ(__rofLoadStreamM(&refused, with_chunk.data()), ROF_STATUS_FILE_READ);
-    EXPECT_EQ(refused, nullptr);
-    // A version above 2 in byte 4.
-    legacy[4] = 3;
-    EXPECT_EQ(__rofLoadStreamM(&refused, legacy.data()), ROF_STATUS_BAD_MEMORY_FORMAT);
+    EXPECT_EQ(Load(name), ROF_STATUS_FILE_READ);
+    EXPECT_EQ(Load(name, &with_chunk), ROF_STATUS_FILE_READ);
+    legacy[4] = 3;  // a version above 2
+    EXPECT_EQ(Load(name, &legacy), ROF_STATUS_BAD_MEMORY_FORMAT);
     for (void* t : {s, from_file, from_memory}) __rofDeleteStream(&t);
   }
-  remove(name.c_str());
 }
 
-// Every prefix of a file with chunks fails with a read status and leaves nothing behind. Only
-// the last chunk's data read decides, so a cut in the last chunk's data is what is seen.
-TEST(PersistenceTest, TruncatedFilesFailCleanly) {
-  NoLeakScope no_leak;
-  const std::string name = TempName("cut");
+// Every prefix of a file with chunks fails with a read status and leaves nothing behind.
+TEST_F(PersistenceTest, TruncatedFilesFailCleanly) {
   void* s = MakeStream(ROF_BRNG_MT2203 + 1, true);
   ASSERT_EQ(__rofSaveStreamF(s, name.c_str(), -1), 0);
   const Bytes full = ReadFile(name);
   __rofDeleteStream(&s);
   for (size_t cut = 0; cut < full.size(); ++cut) {
     WriteFile(name, Bytes(full.begin(), full.begin() + cut));
-    void* loaded = &loaded;
-    const int status = __rofLoadStreamF(&loaded, name.c_str(), -1);
+    const int status = Load(name);
     ASSERT_TRUE(status == ROF_STATUS_FILE_READ || status == ROF_STATUS_BAD_FILE_FORMAT) << cut;
-    ASSERT_EQ(loaded, nullptr) << cut;
   }
-  remove(name.c_str());
 }
 
 // A last chunk of zero bytes is a short transfer for writer and reader alike.
-TEST(PersistenceTest, EmptyLastChunkIsAShortTransfer) {
-  NoLeakScope no_leak;
-  const std::string name = TempName("empty");
+TEST_F(PersistenceTest, EmptyLastChunkIsAShortTransfer) {
   void* s = MakeStream(ROF_BRNG_MCG59, false);
   ASSERT_EQ(__rofAddChunk(s, 9, nullptr, nullptr, 0), ROF_STATUS_OK);
   EXPECT_EQ(__rofSaveStreamF(s, name.c_str(), -1), ROF_STATUS_FILE_WRITE);
-  void* loaded = &loaded;
-  EXPECT_EQ(__rofLoadStreamF(&loaded, name.c_str(), -1), ROF_STATUS_FILE_READ);
-  EXPECT_EQ(loaded, nullptr);
-  // In memory nothing is short.
+  EXPECT_EQ(Load(name), ROF_STATUS_FILE_READ);
+  void* loaded = nullptr;  // in memory nothing is short
   ASSERT_EQ(__rofLoadStreamM(&loaded, SaveM(s).data()), ROF_STATUS_OK);
   EXPECT_EQ(ChunkIds(loaded), std::vector<uint32_t>({9}));
   __rofDeleteStream(&loaded);
   __rofDeleteStream(&s);
-  remove(name.c_str());
 }
 
-// Chunks whose key is in the shared table come back sharing its data; the bytes read for them
-// are released.
-TEST(PersistenceTest, SharedChunksComeBackShared) {
-  NoLeakScope no_leak;
+// Chunks of a known key come back sharing the table's data; their read bytes are freed.
+TEST_F(PersistenceTest, SharedChunksComeBackShared) {
   const uint64_t key[2] = {0x5EED, 0xC0FFEE};
   void* s = MakeStream(ROF_BRNG_MCG31M1, false);
   void* shared = ChunkData(16, 0x11);
@@ -251,13 +217,11 @@ TEST(PersistenceTest, SharedChunksComeBackShared) {
   qor_serv_deallocate(second);  // not taken: the key was known
   for (int pass = 0; pass < 2; ++pass) {
     void* loaded = nullptr;
-    const std::string name = TempName("shared");
     if (pass == 0) {
       ASSERT_EQ(__rofLoadStreamM(&loaded, SaveM(s).data()), ROF_STATUS_OK);
     } else {
       ASSERT_EQ(__rofSaveStreamF(s, name.c_str(), -1), ROF_STATUS_OK);
       ASSERT_EQ(__rofLoadStreamF(&loaded, name.c_str(), -1), ROF_STATUS_OK);
-      remove(name.c_str());
     }
     EXPECT_EQ(__rofSearchChunk(loaded, 1), shared);
     EXPECT_EQ(__rofSearchChunk(loaded, 2), shared);
@@ -266,52 +230,34 @@ TEST(PersistenceTest, SharedChunksComeBackShared) {
   __rofDeleteStream(&s);
 }
 
-TEST(PersistenceTest, EveryAllocationFailureGivesNoMemoryAndLeavesNothing) {
-  NoLeakScope no_leak;
-  const std::string name = TempName("memory");
+TEST_F(PersistenceTest, EveryAllocationFailureGivesNoMemoryAndLeavesNothing) {
   void* s = MakeStream(ROF_BRNG_MT19937, true);
   ASSERT_EQ(__rofSaveStreamF(s, name.c_str(), -1), 0);
   const Bytes image = SaveM(s);
   void* loaded = nullptr;
-  auto check = [&](int status) {
-    EXPECT_EQ(status, ROF_STATUS_NO_MEMORY);
-    EXPECT_EQ(loaded, nullptr);
-  };
-  auto clean = [&] {
-    if (loaded != nullptr) __rofDeleteStream(&loaded);
-  };
+  auto check = [&](int status) { EXPECT_TRUE(status == ROF_STATUS_NO_MEMORY && !loaded); };
+  auto clean = [&] { if (loaded != nullptr) __rofDeleteStream(&loaded); };
   const int length = static_cast<int>(name.size());
   EXPECT_GE(alloc_control::ForEachFailure(
-                [&] { return __rofLoadStreamF(&loaded, name.c_str(), length); }, check, clean),
-            6);
+                [&] { return __rofLoadStreamF(&loaded, name.c_str(), length); }, check, clean), 6);
   EXPECT_GE(alloc_control::ForEachFailure([&] { return __rofLoadStreamM(&loaded, image.data()); },
-                                          check, clean),
-            5);
-  EXPECT_EQ(alloc_control::ForEachFailure(
-                [&] { return __rofSaveStreamF(s, name.c_str(), length); },
-                [](int status) { EXPECT_EQ(status, ROF_STATUS_NO_MEMORY); }, [] {}),
-            1);
+                                          check, clean), 5);
+  EXPECT_EQ(alloc_control::ForEachFailure([&] { return __rofSaveStreamF(s, name.c_str(), length); },
+                [](int status) { EXPECT_EQ(status, ROF_STATUS_NO_MEMORY); }, [] {}), 1);
   __rofDeleteStream(&s);
-  remove(name.c_str());
 }
 
 // The inputs the fuzzer kept: none may crash the file loader or leak.
-TEST(PersistenceTest, FuzzerCorpusLoadsOrFailsCleanly) {
-  NoLeakScope no_leak;
+TEST_F(PersistenceTest, FuzzerCorpusLoadsOrFailsCleanly) {
   DIR* dir = opendir(QOR_LOAD_STREAM_CORPUS);
   ASSERT_NE(dir, nullptr);
   int files = 0;
   for (dirent* e; (e = readdir(dir)) != nullptr;) {
     if (e->d_name[0] == '.') continue;
-    const std::string path = std::string(QOR_LOAD_STREAM_CORPUS) + "/" + e->d_name;
-    void* loaded = &loaded;
-    const int status = __rofLoadStreamF(&loaded, path.c_str(), -1);
-    EXPECT_EQ(status == ROF_STATUS_OK, loaded != nullptr) << path;
-    if (loaded != nullptr) __rofDeleteStream(&loaded);
+    Load(std::string(QOR_LOAD_STREAM_CORPUS) + "/" + e->d_name);
     ++files;
   }
   closedir(dir);
   EXPECT_GT(files, 10);
 }
-
 }  // namespace

@@ -1,17 +1,15 @@
-// The registries: built-in rows, identifier decoding, validity, properties, registration, and
-// which rows still wait for their generators.
+// The registries: built-in rows, decoding, validity, properties, registration, open rows.
 #include <string.h>
 
 #include <set>
+#include <tuple>
 
 #include "gtest/gtest.h"
 #include "qor/rof.h"
 
 namespace {
-
 struct BuiltIn {
-  int family;
-  int state_size, seed_count, includes_zero, word_size, bit_count, sub_ids;
+  int32_t family, state_size, seed_count, includes_zero, word_size, bit_count, sub_ids;
 };
 
 // clang-format off
@@ -41,11 +39,8 @@ TEST(RegistryTest, BuiltInRowsAndSubIdentifierCounts) {
     SCOPED_TRACE(row);
     EXPECT_EQ(b.family, (row + 1) << 20);
     const rofBrngProperties& p = __RegBrngsNew[row];
-    EXPECT_EQ(p.stateSize, b.state_size);
-    EXPECT_EQ(p.seedCount, b.seed_count);
-    EXPECT_EQ(p.includesZero, b.includes_zero);
-    EXPECT_EQ(p.wordSize, b.word_size);
-    EXPECT_EQ(p.bitCount, b.bit_count);
+    EXPECT_EQ(std::tie(p.stateSize, p.seedCount, p.includesZero, p.wordSize, p.bitCount),
+              std::tie(b.state_size, b.seed_count, b.includes_zero, b.word_size, b.bit_count));
     EXPECT_EQ(p.zero, 0);
     rofBrngProperties copy;
     EXPECT_EQ(__rofGetBrngProperties(b.family + b.sub_ids - 1, &copy), ROF_STATUS_OK);
@@ -65,11 +60,7 @@ TEST(RegistryTest, LegacyRowsMirrorTheCurrentOnes) {
 
 // Identifiers decode into a table, row and sub-identifier; validity and properties follow.
 TEST(RegistryTest, IdentifierDecodingAndValidity) {
-  const struct {
-    int id;
-    const rofBrngProperties* table;
-    int row, sub_id, status;
-  } cases[] = {
+  const struct { int id; const rofBrngProperties* table; int row, sub_id, status; } cases[] = {
       {0x100000, __RegBrngsNew, 0, 0, ROF_STATUS_OK},
       {0x500007, __RegBrngsNew, 4, 7, ROF_STATUS_OK},
       {0x500000 + 272, __RegBrngsNew, 4, 272, ROF_STATUS_OK},
@@ -87,8 +78,7 @@ TEST(RegistryTest, IdentifierDecodingAndValidity) {
   for (const auto& c : cases) {
     int row = -99, sub_id = -99;
     EXPECT_EQ(__rofGetBrngBaseOffset(c.id, &row, &sub_id), c.table) << c.id;
-    EXPECT_EQ(row, c.row) << c.id;
-    EXPECT_EQ(sub_id, c.sub_id) << c.id;
+    EXPECT_EQ(std::make_pair(row, sub_id), std::make_pair(c.row, c.sub_id)) << c.id;
     EXPECT_EQ(__rofIsBrngValid(c.table, row, sub_id), c.status) << c.id;
     rofBrngProperties out;
     memset(&out, 0x5A, sizeof out);
@@ -106,11 +96,9 @@ TEST(RegistryTest, OpenRowsHaveNoFunctions) {
   for (int row = 0; row < 16; ++row) {
     const rofBrngProperties& p = __RegBrngsNew[row];
     const bool landed = kRowsWithFunctions.count(row) == 1;
-    SCOPED_TRACE(row);
-    EXPECT_EQ(p.initStream != nullptr, landed);
-    EXPECT_EQ(p.sBrng != nullptr, landed);
-    EXPECT_EQ(p.dBrng != nullptr, landed);
-    EXPECT_EQ(p.iBrng != nullptr, landed);
+    EXPECT_EQ(std::make_tuple(p.initStream != nullptr, p.sBrng != nullptr, p.dBrng != nullptr,
+                              p.iBrng != nullptr),
+              std::make_tuple(landed, landed, landed, landed)) << row;
   }
 }
 
@@ -177,5 +165,4 @@ TEST(RegistryTest, RegistrationAppendsARowAndItsStreamsWork) {
   p.stateSize = 0;
   EXPECT_EQ(__rofRegisterBrng(&p), family + 0x100000);
 }
-
 }  // namespace

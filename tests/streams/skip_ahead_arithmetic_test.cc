@@ -1,6 +1,4 @@
-// The skip-ahead arithmetic: three-term matrix powers against stepping and against each other,
-// the tables against their rule, x^n mod P against plain multiplication by x, the committed
-// polynomials' ends, and the jumps' failures for memory.
+// Skip-ahead arithmetic: 3x3 matrix powers, tables, x^n mod P, polynomials, memory failures.
 #include <stdint.h>
 #include <string.h>
 
@@ -11,7 +9,6 @@
 #include "streams/vect3_power.h"
 
 namespace {
-
 namespace polynomials {
 #include "generators/mt19937_polynomial.inc"
 #include "generators/sfmt19937_polynomial.inc"
@@ -43,21 +40,18 @@ TEST(Vect3PowerTest, SmallExponentsEqualStepping) {
   for (const Component& k : kComponents) {
     uint32_t stepped[3] = {12345, 67890, 4000000000u};
     for (uint64_t e = 0; e <= 300; ++e) {
-      uint32_t a[3] = {12345, 67890, 4000000000u}, b[3] = {12345, 67890, 4000000000u},
-               c[3] = {12345, 67890, 4000000000u};
-      __rofiVect3PowMod(a, k.c, k.m, e);
-      k.with_table(b, 1, &e, k.table);
-      ASSERT_EQ(__rofiVect3PowArrayMod(c, k.c, k.m, 1, &e), ROF_STATUS_OK);
-      ASSERT_EQ(Vec3(a, a + 3), Vec3(stepped, stepped + 3)) << e;
-      ASSERT_EQ(Vec3(b, b + 3), Vec3(stepped, stepped + 3)) << e;
-      ASSERT_EQ(Vec3(c, c + 3), Vec3(stepped, stepped + 3)) << e;
+      Vec3 a = {12345, 67890, 4000000000u}, b = a, c = a;
+      __rofiVect3PowMod(a.data(), k.c, k.m, e);
+      k.with_table(b.data(), 1, &e, k.table);
+      ASSERT_EQ(__rofiVect3PowArrayMod(c.data(), k.c, k.m, 1, &e), ROF_STATUS_OK);
+      const Vec3 want(stepped, stepped + 3);
+      ASSERT_TRUE(a == want && b == want && c == want) << e;
       Step(stepped, k);
     }
   }
 }
 
-// Exponents of up to 191 bits: the table forms against the general one, and a split
-// e = e1 + e2 done as two jumps; the general form takes any count of digits, zeros included.
+// Up to 191-bit exponents: table and general forms, any digit count, split into two jumps.
 TEST(Vect3PowerTest, MultiDigitFormsAgreeUpToTwoToThe190) {
   const uint64_t exponents[][3] = {
       {0, 0, 0},          {~0ull, 0, 0},
@@ -109,18 +103,12 @@ TEST(Vect3PowerTest, TablesFollowTheirRule) {
   }
 }
 
-struct Poly {
-  const uint32_t* terms;
-  int count, degree;
-};
+struct Poly { const uint32_t* terms; int count, degree; };
 const Poly kMt{polynomials::kMt19937Polynomial, 135, 19937};
 const Poly kSfmt{polynomials::kSfmt19937Polynomial, 6711, 19968};
 
 TEST(PolynomialTest, CommittedPolynomialsHaveTheirPublishedEnds) {
-  struct Case {
-    Poly p;
-    std::vector<uint32_t> head, tail;
-  };
+  struct Case { Poly p; std::vector<uint32_t> head, tail; };
   const Case cases[] = {{kMt, {0, 1189, 1416, 1585, 1643}, {19314, 19937}},
                         {kSfmt, {0, 1041, 1195, 1197, 1232}, {19393, 19437, 19968}}};
   for (const Case& c : cases) {
@@ -187,5 +175,4 @@ TEST(PolynomialTest, JumpsFailForMemoryAndLeakNothing) {
   }
   __rofDeleteStream(&stream);
 }
-
 }  // namespace

@@ -1,5 +1,4 @@
-// Small helpers of the stream tests: a seeded MCG31M1 stream, chunk data of a given value, and
-// the live-block count that every test must get back to.
+// Helpers of the stream tests: a seeded MCG31M1 stream, chunk data, a leak check.
 #ifndef QOR_TESTS_STREAMS_STREAM_HELPERS_H_
 #define QOR_TESTS_STREAMS_STREAM_HELPERS_H_
 

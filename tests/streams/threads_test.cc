@@ -1,5 +1,4 @@
-// Streams with shared, per-thread and private chunks created, copied and deleted from several
-// threads at once; the shared table ends empty and every block comes back.
+// Streams with shared and private chunks churned by several threads; nothing left behind.
 #include <barrier>
 #include <thread>
 
@@ -7,7 +6,6 @@
 #include "streams/shared_data.h"
 
 namespace {
-
 const uint64_t kCommonKey[2] = {0xC0DE, 7};
 
 // Adds a chunk and frees `data` when the table's data was taken instead.
@@ -75,5 +73,4 @@ TEST_P(ThreadsTest, LongLivedHolderKeepsTheEntry) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, ThreadsTest, ::testing::Values(2, 8));
-
 }  // namespace
