@@ -15,8 +15,7 @@ void PrintTo(const FunctionRow& row, std::ostream* out) { *out << row.name; }
 
 namespace {
 
-constexpr size_t kSampleSize = 8192;
-constexpr size_t kStridedSampleSize = 2048;
+constexpr size_t kSampleSize = 8192, kStridedSampleSize = 2048;
 
 // A fixed seed per function (FNV-1a of its name), so that the s and d twins differ.
 uint64_t SeedOf(const std::string& name) {
@@ -57,10 +56,8 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
     const Inputs<T> inputs = SpecialInputs<T>(GetParam());
     for (bool no_error : {false, true}) {
       ScopedMode mode(no_error ? NoErrorMode() : DefaultMode());
-      for (bool strided : {false, true}) {
-        ExpectBelowOneUlp(inputs, strided, no_error ? "special values, no-error mode"
-                                                    : "special values");
-      }
+      for (bool strided : {false, true})
+        ExpectBelowOneUlp(inputs, strided, no_error ? "specials, no-error mode" : "specials");
     }
   }
 
@@ -77,11 +74,8 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
   // Runs `body` with float or double as the row's type asks.
   template <class Body>
   void ForRowType(Body body) {
-    if (GetParam().type() == 's') {
-      body(float());
-    } else {
-      body(double());
-    }
+    if (GetParam().type() == 's') body(float());
+    else body(double());
   }
 
   std::vector<Entry> entries_;
@@ -114,12 +108,10 @@ INSTANTIATE_TEST_SUITE_P(Functions, AccuracyTest, testing::ValuesIn(Functions())
                          });
 
 // MPFR keeps constant caches per thread; free them so that leak checkers see none.
-class MpfrCaches : public testing::Environment {
- public:
+struct MpfrCaches : testing::Environment {
   void TearDown() override { mpfr_free_cache(); }
 };
-const testing::Environment* const kMpfrCaches =
-    testing::AddGlobalTestEnvironment(new MpfrCaches);
+const testing::Environment* const kMpfrCaches = testing::AddGlobalTestEnvironment(new MpfrCaches);
 
 }  // namespace
 }  // namespace accuracy

@@ -16,10 +16,10 @@
 
 namespace accuracy {
 
+// The second inputs are empty for functions of one input.
 template <class T>
 struct Inputs {
-  std::vector<T> a;
-  std::vector<T> b;  // empty for functions of one input
+  std::vector<T> a, b;
   size_t size() const { return a.size(); }
 };
 
@@ -70,9 +70,8 @@ Inputs<T> SpecialInputs(const FunctionRow& row) {
   const std::vector<T> values = SpecialValues<T>(row);
   if (row.arity() == 1) return {values, {}};
   Inputs<T> pairs;
-  for (T x : values) {
+  for (T x : values)
     for (T y : values) pairs.a.push_back(x), pairs.b.push_back(y);
-  }
   return pairs;
 }
 
