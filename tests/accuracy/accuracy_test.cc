@@ -1,6 +1,5 @@
-// Fast accuracy sample of every function of the table whose kernel libqor.so exports: each
-// exported name against MPFR, below 1 ulp, over special and boundary values, bit patterns of
-// the whole format, and the typical range; the strided members on a sample.
+// Fast accuracy sample of every function with a kernel in libqor.so: each exported name below
+// 1 ulp against MPFR on special and boundary values, bit patterns and the typical range.
 #include <ostream>
 
 #include "gtest/gtest.h"

@@ -28,6 +28,7 @@ double InvSqrt(double x) { return x == 0.0 ? 1.0 / x : 1.0 / std::sqrt(x); }
 double InvCbrt(double x) { return 1.0 / std::cbrt(x); }
 double Pow2o3(double x) { return std::cbrt(x * x); }
 double Pow3o2(double x) { return x < 0.0 ? NAN : std::pow(x, 1.5); }
+
 // 1/sqrt(x), with the sign of a zero kept: 1/sqrt(-0) = -inf.
 int MpfrInvSqrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
   if (mpfr_zero_p(x)) return mpfr_set_inf(r, mpfr_signbit(x) ? -1 : 1), 0;

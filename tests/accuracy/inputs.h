@@ -1,6 +1,5 @@
-// Input sets for the accuracy runs: special and boundary values with their neighbours, uniform
-// bit patterns over the whole format, uniform values in a range, and uniform bit patterns in a
-// range (which spreads the inputs over its binades). Seeds are fixed by the callers.
+// Input sets: special and boundary values with their neighbours, uniform bit patterns, uniform
+// values in a range and uniform bit patterns in it (spread over its binades).
 #ifndef QOR_TESTS_ACCURACY_INPUTS_H_
 #define QOR_TESTS_ACCURACY_INPUTS_H_
 

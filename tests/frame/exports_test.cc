@@ -1,6 +1,5 @@
-// The dynamic symbols of libqor.so. Exports: exactly the names the function list's present
-// rows owe plus qor_abi::NonVectorExports, each of its kind. Imports: libqor_core.so, glibc
-// (GLIBC_* versions) and the toolchain's weak hooks only; never the C++ runtime or libgcc_s.
+// Exports of libqor.so: exactly the names its present rows owe plus NonVectorExports, each of
+// its kind. Imports: libqor_core.so, glibc (GLIBC_*) and the toolchain's weak hooks only.
 #include <gtest/gtest.h>
 
 #include <map>

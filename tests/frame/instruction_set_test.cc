@@ -1,6 +1,5 @@
-// Every instruction in libqor.so is baseline x86-64: integer, x87, SSE and SSE2. The check is a
-// whitelist of mnemonics as objdump prints them in AT&T syntax, so that anything new (SSE3 and
-// later, AVX in any form, BMI, POPCNT, ...) fails until someone decides it is allowed.
+// Every instruction in libqor.so is baseline x86-64 (integer, x87, SSE, SSE2): a whitelist of
+// objdump's AT&T mnemonics, so that anything new fails until someone decides it is allowed.
 #include <gtest/gtest.h>
 
 #include <regex>

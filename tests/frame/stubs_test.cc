@@ -1,6 +1,5 @@
-// The stubs and tables of the present functions, read from libqor.so as loaded: one 16-byte
-// cell per stub, each stub one `jmp *disp32(%rip)` through the right slot of its own _ttab,
-// the tables adjacent in list order, _ctab values and padding, and which slots share a kernel.
+// Stubs and tables of the present functions in the loaded libqor.so: a 16-byte cell per stub,
+// one `jmp *disp32(%rip)` through its slot, tables in list order, _ctab values, shared slots.
 #include <dlfcn.h>
 #include <elf.h>
 #include <gtest/gtest.h>

@@ -44,9 +44,7 @@ std::vector<T> MixedInputs(int n, unsigned seed) {
 }
 
 template <class T>
-bool SameValue(T x, T y) {
-  return (std::isnan(x) && std::isnan(y)) || x == y;
-}
+bool SameValue(T x, T y) { return (std::isnan(x) && std::isnan(y)) || x == y; }
 
 TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
   using T = TypeParam;

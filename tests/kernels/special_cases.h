@@ -1,6 +1,5 @@
-// Special values of the vector functions, table-driven: each case runs alone (the tail) and
-// inside a block of ordinary elements, through the contiguous and the strided entry, in the
-// default mode (status, one callback, errno) and in the no-error mode (nothing reported).
+// Special values, table-driven: each case alone and inside a block, contiguous and strided, in
+// the default mode (status, one callback, errno) and the no-error mode (nothing reported).
 #ifndef QOR_TESTS_KERNELS_SPECIAL_CASES_H_
 #define QOR_TESTS_KERNELS_SPECIAL_CASES_H_
 
