@@ -47,9 +47,10 @@ const temErrorContext& WithMode(uint32_t mode, CallbackScript& script, F body) {
   return script.seen;
 }
 
-// "code index: arg1, arg2 -> res1, res2 name(length)", the real parts only.
+// "code index: arg1, arg2 -> res1, res2 name(length)", the real parts only, to 17 digits.
 std::string Shown(const temErrorContext& c) {
   std::ostringstream out;
+  out.precision(17);
   out << c.Code << " " << c.Index << ": " << c.Arg1 << ", " << c.Arg2 << " -> " << c.Res1 << ", "
       << c.Res2 << " " << c.FuncName << "(" << c.FuncNameLen << ")";
   return out.str();
