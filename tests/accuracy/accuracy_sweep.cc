@@ -1,12 +1,5 @@
-// Full accuracy sweep: every float for the s functions of one input, and --count inputs (10^7
-// by default) for the others, through every exported entry, on --threads threads. Prints the
-// largest error per function and entry with the input that gave it; fails when one reaches
-// 1 ulp or a result that must match does not.
-//
-//   accuracy_sweep [--filter=REGEX] [--threads=N] [--count=N] [--float-step=K]
-//
-// REGEX must match a whole function name: --filter=sExp, --filter='d.*', --filter='.(Ln|Exp)'.
-// --float-step=K sweeps every K-th float bit pattern only, for a quicker look.
+// Full accuracy sweep (usage and output: README.md): every float for the s functions of one
+// input, --count inputs for the others, through every exported entry, on --threads threads.
 #include <algorithm>
 #include <bit>
 #include <chrono>
@@ -28,16 +21,14 @@ namespace accuracy {
 namespace {
 
 struct Options {
-  std::string filter = ".*";
+  std::string filter = ".*";  // must match a whole function name
   int threads = 2;
-  uint64_t count = 10'000'000;
-  uint64_t float_step = 1;
+  uint64_t count = 10'000'000, float_step = 1;
 };
 
 constexpr uint64_t kChunk = 1 << 16;  // inputs per unit of work
 
-// The entries of a row grouped by the kernel each reaches, one evaluation serving a group:
-// the first entry of each group, and the group of every entry.
+// The first entry of each group of entries that reach the same kernel, and each entry's group.
 std::vector<Entry> GroupByKernel(const std::vector<Entry>& entries, std::vector<size_t>* group_of) {
   std::vector<Entry> groups;
   for (const Entry& e : entries) {
@@ -67,10 +58,8 @@ Inputs<T> ChunkInputs(const FunctionRow& row, bool all_floats, uint64_t chunk, u
   return RandomInputs<T>(row, draws[chunk % 3], kChunk, 0x5EED0000u + chunk);
 }
 
-// The expectations of an all-floats chunk from the double libm function, within 2^-27 float
-// ulps of the exact value. Where that lies so close to a float or a midpoint that rounding or
-// exactness depends on the last bits, MPFR decides, but only when some kernel's result differs
-// from the double's rounding (a result equal to it passes either way).
+// The expectations of an all-floats chunk from the double libm function; MPFR decides where
+// that lies too close to a float or a midpoint, when some kernel's result differs from it.
 std::vector<Expected<float>> ExpectationsFromLibm(const FunctionRow& row,
                                                   const Inputs<float>& inputs,
                                                   const std::vector<std::vector<float>>& results,
@@ -161,17 +150,14 @@ bool ParseOptions(int argc, char** argv, Options* options) {
       const size_t length = std::strlen(key);
       return arg.compare(0, length, key) == 0 ? argv[i] + length : nullptr;
     };
-    if (const char* v = value("--filter=")) {
-      options->filter = v;
-    } else if (const char* v = value("--threads=")) {
-      options->threads = std::max(1, std::atoi(v));
-    } else if (const char* v = value("--count=")) {
-      options->count = std::strtoull(v, nullptr, 10);
-    } else if (const char* v = value("--float-step=")) {
+    if (const char* v = value("--filter=")) options->filter = v;
+    else if (const char* v = value("--threads=")) options->threads = std::max(1, std::atoi(v));
+    else if (const char* v = value("--count=")) options->count = std::strtoull(v, nullptr, 10);
+    else if (const char* v = value("--float-step="))
       options->float_step = std::max<uint64_t>(1, std::strtoull(v, nullptr, 10));
-    } else {
-      std::fprintf(stderr, "usage: %s [--filter=REGEX] [--threads=N] [--count=N] "
-                 "[--float-step=K]\n", argv[0]);
+    else {
+      std::fprintf(stderr, "usage: %s [--filter=RE] [--threads=N] [--count=N] [--float-step=K]\n",
+                   argv[0]);
       return false;
     }
   }

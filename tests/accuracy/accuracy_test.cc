@@ -1,6 +1,5 @@
-// Fast accuracy sample of every function of the table whose kernel libqor.so exports: each
-// exported name against MPFR, below 1 ulp, over special and boundary values, bit patterns of
-// the whole format, and the typical range; the strided members on a sample.
+// Fast accuracy sample of every function with a kernel in libqor.so: each exported name below
+// 1 ulp against MPFR on special and boundary values, bit patterns and the typical range.
 #include <ostream>
 
 #include "gtest/gtest.h"
@@ -15,8 +14,7 @@ void PrintTo(const FunctionRow& row, std::ostream* out) { *out << row.name; }
 
 namespace {
 
-constexpr size_t kSampleSize = 8192;
-constexpr size_t kStridedSampleSize = 2048;
+constexpr size_t kSampleSize = 8192, kStridedSampleSize = 2048;
 
 // A fixed seed per function (FNV-1a of its name), so that the s and d twins differ.
 uint64_t SeedOf(const std::string& name) {
@@ -57,10 +55,8 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
     const Inputs<T> inputs = SpecialInputs<T>(GetParam());
     for (bool no_error : {false, true}) {
       ScopedMode mode(no_error ? NoErrorMode() : DefaultMode());
-      for (bool strided : {false, true}) {
-        ExpectBelowOneUlp(inputs, strided, no_error ? "special values, no-error mode"
-                                                    : "special values");
-      }
+      for (bool strided : {false, true})
+        ExpectBelowOneUlp(inputs, strided, no_error ? "specials, no-error mode" : "specials");
     }
   }
 
@@ -77,11 +73,8 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
   // Runs `body` with float or double as the row's type asks.
   template <class Body>
   void ForRowType(Body body) {
-    if (GetParam().type() == 's') {
-      body(float());
-    } else {
-      body(double());
-    }
+    if (GetParam().type() == 's') body(float());
+    else body(double());
   }
 
   std::vector<Entry> entries_;
@@ -114,12 +107,10 @@ INSTANTIATE_TEST_SUITE_P(Functions, AccuracyTest, testing::ValuesIn(Functions())
                          });
 
 // MPFR keeps constant caches per thread; free them so that leak checkers see none.
-class MpfrCaches : public testing::Environment {
- public:
+struct MpfrCaches : testing::Environment {
   void TearDown() override { mpfr_free_cache(); }
 };
-const testing::Environment* const kMpfrCaches =
-    testing::AddGlobalTestEnvironment(new MpfrCaches);
+const testing::Environment* const kMpfrCaches = testing::AddGlobalTestEnvironment(new MpfrCaches);
 
 }  // namespace
 }  // namespace accuracy

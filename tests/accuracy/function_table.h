@@ -1,6 +1,5 @@
-// The vector functions under accuracy test, one row each: the exact reference in MPFR, a
-// double-precision libm reference for sweeping all floats, the typical range, and the
-// function's own thresholds. Special-value statuses are tested with the kernels, not here.
+// The vector functions under accuracy test, one row each: MPFR and libm references, the typical
+// range and the function's own thresholds (statuses are tested with the kernels).
 #ifndef QOR_TESTS_ACCURACY_FUNCTION_TABLE_H_
 #define QOR_TESTS_ACCURACY_FUNCTION_TABLE_H_
 

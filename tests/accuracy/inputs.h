@@ -1,6 +1,5 @@
-// Input sets for the accuracy runs: special and boundary values with their neighbours, uniform
-// bit patterns over the whole format, uniform values in a range, and uniform bit patterns in a
-// range (which spreads the inputs over its binades). Seeds are fixed by the callers.
+// Input sets: special and boundary values with their neighbours, uniform bit patterns, uniform
+// values in a range and uniform bit patterns in it (spread over its binades).
 #ifndef QOR_TESTS_ACCURACY_INPUTS_H_
 #define QOR_TESTS_ACCURACY_INPUTS_H_
 
@@ -16,10 +15,10 @@
 
 namespace accuracy {
 
+// The second inputs are empty for functions of one input.
 template <class T>
 struct Inputs {
-  std::vector<T> a;
-  std::vector<T> b;  // empty for functions of one input
+  std::vector<T> a, b;
   size_t size() const { return a.size(); }
 };
 
@@ -70,9 +69,8 @@ Inputs<T> SpecialInputs(const FunctionRow& row) {
   const std::vector<T> values = SpecialValues<T>(row);
   if (row.arity() == 1) return {values, {}};
   Inputs<T> pairs;
-  for (T x : values) {
+  for (T x : values)
     for (T y : values) pairs.a.push_back(x), pairs.b.push_back(y);
-  }
   return pairs;
 }
 

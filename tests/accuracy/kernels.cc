@@ -24,7 +24,8 @@ std::vector<Entry> ExportedEntries(const FunctionRow& row) {
     for (const auto& name : names) {
       const std::string symbol = "_tem" + function + name.suffix;
       void* address = dlsym(RTLD_DEFAULT, symbol.c_str());
-      if (address != nullptr) entries.push_back({symbol, name.slot, strided, address, table[name.slot], row.result});
+      if (address != nullptr)
+        entries.push_back({symbol, name.slot, strided, address, table[name.slot], row.result});
     }
   }
   return entries;
@@ -44,37 +45,33 @@ std::vector<T> Scatter(const T* values, int n, int stride) {
 // input's stride when strided).
 template <class T>
 void Call(const Entry& entry, int n, const T* a, const T* b, T* r) {
-  const size_t count = static_cast<size_t>(n);
   void* f = entry.address;
+  const bool first = entry.result == 1;
   if (!entry.strided) {
-    std::vector<T> other(count);
-    if (entry.result != 0) {
-      reinterpret_cast<void (*)(int, const T*, T*, T*)>(f)(
-          n, a, entry.result == 1 ? r : other.data(), entry.result == 1 ? other.data() : r);
-    } else if (b != nullptr) {
+    std::vector<T> other(n);
+    if (entry.result != 0)
+      reinterpret_cast<void (*)(int, const T*, T*, T*)>(f)(n, a, first ? r : other.data(),
+                                                          first ? other.data() : r);
+    else if (b != nullptr)
       reinterpret_cast<void (*)(int, const T*, const T*, T*)>(f)(n, a, b, r);
-    } else {
+    else
       reinterpret_cast<void (*)(int, const T*, T*)>(f)(n, a, r);
-    }
     return;
   }
   const std::vector<T> spread_a = Scatter(a, n, kStrideA);
-  std::vector<T> spread_r(count * kStrideR), other(count * kStrideA);
-  if (entry.result != 0) {
-    const bool first = entry.result == 1;
+  std::vector<T> spread_r(size_t(n) * kStrideR), other(size_t(n) * kStrideA);
+  T *rs = spread_r.data(), *os = other.data();
+  if (entry.result != 0)
     reinterpret_cast<void (*)(int, const T*, int, T*, int, T*, int)>(f)(
-        n, spread_a.data(), kStrideA, first ? spread_r.data() : other.data(),
-        first ? kStrideR : kStrideA, first ? other.data() : spread_r.data(),
-        first ? kStrideA : kStrideR);
-  } else if (b == nullptr) {
-    reinterpret_cast<void (*)(int, const T*, int, T*, int)>(f)(n, spread_a.data(), kStrideA,
-                                                               spread_r.data(), kStrideR);
-  } else {
-    const std::vector<T> spread_b = Scatter(b, n, kStrideB);
+        n, spread_a.data(), kStrideA, first ? rs : os, first ? kStrideR : kStrideA,
+        first ? os : rs, first ? kStrideA : kStrideR);
+  else if (b == nullptr)
+    reinterpret_cast<void (*)(int, const T*, int, T*, int)>(f)(n, spread_a.data(), kStrideA, rs,
+                                                               kStrideR);
+  else
     reinterpret_cast<void (*)(int, const T*, int, const T*, int, T*, int)>(f)(
-        n, spread_a.data(), kStrideA, spread_b.data(), kStrideB, spread_r.data(), kStrideR);
-  }
-  for (int i = 0; i < n; ++i) r[i] = spread_r[static_cast<size_t>(i) * kStrideR];
+        n, spread_a.data(), kStrideA, Scatter(b, n, kStrideB).data(), kStrideB, rs, kStrideR);
+  for (int i = 0; i < n; ++i) r[i] = spread_r[size_t(i) * kStrideR];
 }
 
 }  // namespace

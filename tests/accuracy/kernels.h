@@ -11,28 +11,26 @@
 
 namespace accuracy {
 
-// One exported entry point: _tem<f>, _tem<f>_HA, the two suffixed names, and those of <f>I.
+// One exported entry point ("_temdExp_50"): _tem<f>, _tem<f>_HA, the two suffixed names, and
+// those of <f>I; the _ttab slot its stub jumps through and the kernel that slot holds now; the
+// result measured (0: the only one; 1 or 2 of two).
 struct Entry {
-  std::string symbol;      // "_temdExp_50"
-  int slot;                // the _ttab slot its stub jumps through
-  bool strided;            // an entry of <f>I
-  void* address;           // the stub
-  void* kernel;            // what the slot holds now
-  int result;              // 0: the only result; 1 or 2: the one measured of two
+  std::string symbol;
+  int slot;
+  bool strided;
+  void *address, *kernel;
+  int result;
 };
 
 // The entries of `row` that libqor.so exports; empty when the kernel is absent.
 std::vector<Entry> ExportedEntries(const FunctionRow& row);
 
-// Strides of the strided calls: the inputs and the result each with its own, so that a mix-up
-// shows.
-constexpr int kStrideA = 3;
-constexpr int kStrideB = 5;
-constexpr int kStrideR = 2;
-// Elements per kernel call: a few thousand and odd, so that every call runs blocks and a tail.
+// Strides of the strided calls, each its own so that a mix-up shows; elements per kernel call,
+// odd so that every call runs blocks and a tail.
+constexpr int kStrideA = 3, kStrideB = 5, kStrideR = 2;
 constexpr int kCallLength = 4093;
 
-// r[i] = f(a[i]) or f(a[i], b[i]), or the chosen result of two, through `entry`, in calls of kCallLength elements.
+// r[i] = f(a[i]) or f(a[i], b[i]), or the chosen result of two, through `entry`.
 template <class T>
 void Evaluate(const Entry& entry, const Inputs<T>& inputs, std::vector<T>* results);
 
@@ -42,7 +40,6 @@ class ScopedMode {
   explicit ScopedMode(unsigned mode);
   ~ScopedMode();
   ScopedMode(const ScopedMode&) = delete;
-  ScopedMode& operator=(const ScopedMode&) = delete;
 
  private:
   unsigned saved_;

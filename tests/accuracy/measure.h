@@ -15,9 +15,8 @@
 
 namespace accuracy {
 
-// Working precision of the references: far above double, so that the offset from the rounded
-// result is exact to many bits and rounding the reference again to T is correct rounding but
-// for ties a 2^-75 ulp away.
+// Working precision of the references: far above double, so that rounding them again to T is
+// correct rounding but for ties a 2^-75 ulp away.
 constexpr mpfr_prec_t kReferencePrecision = 128;
 
 // The expectation for one input of a function of one argument (scratch variables supplied).
@@ -57,19 +56,19 @@ std::string Show(T x) {
   return text;
 }
 
+// Results, results that had to be exact and were not, and the largest error (+inf after a
+// mismatch, -1 before the first result) with the input that gave it.
 template <class T>
 struct ErrorStats {
-  uint64_t count = 0;
-  uint64_t mismatches = 0;  // results that had to be exact and were not
-  double max_ulps = -1;     // +inf after a mismatch; -1 before the first result
+  uint64_t count = 0, mismatches = 0;
+  double max_ulps = -1;
   T worst_a{}, worst_b{}, worst_result{};
   Expected<T> worst_expected{};
 
   void Add(double ulps, T a, T b, T result, const Expected<T>& expected) {
     ++count;
     if (std::isinf(ulps)) ++mismatches;
-    if (ulps > max_ulps) max_ulps = ulps, worst_a = a, worst_b = b, worst_result = result,
-                         worst_expected = expected;
+    if (ulps > max_ulps) *this = {count, mismatches, ulps, a, b, result, expected};
   }
   void Merge(const ErrorStats& other) {
     const uint64_t total = count + other.count, wrong = mismatches + other.mismatches;

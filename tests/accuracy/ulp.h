@@ -14,13 +14,11 @@
 
 namespace accuracy {
 
-// What a result should be.
+// What a result should be: the exact value rounded to nearest in T (NaN, +-inf and +-0
+// included), (exact - rounded) in ulps of `rounded` within [-0.5, 0.5], and whether no error is
+// allowed (a NaN, an infinity, a zero or an exact value).
 template <class T>
-struct Expected {
-  T rounded;            // the exact value rounded to nearest in T: NaN, +-inf and +-0 included
-  double offset;        // (exact - rounded) in ulps of `rounded`, within [-0.5, 0.5]
-  bool must_match;      // a NaN, an infinity, a zero or an exact value: no error allowed
-};
+struct Expected { T rounded; double offset; bool must_match; };
 
 // log2 of the ulp of the binade of `y`; below the smallest normal, the subnormal ulp. Read
 // from the exponent field: the sweeps call this for every float.

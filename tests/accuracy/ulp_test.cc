@@ -10,13 +10,10 @@
 namespace accuracy {
 namespace {
 
-struct Case {
-  double hi, lo;   // exact value (hi + lo) * 2^scale
-  bool inexact;    // the reference rounded: the value only stands for the true one
-  double computed;
-  double want;     // ulps; INFINITY for a result that must match and does not
-  int scale = 0;
-};
+// The exact value (hi + lo) * 2^scale, inexact when the reference rounded (the value only
+// stands for the true one); the error wanted in ulps, INFINITY for a result that must match
+// and does not.
+struct Case { double hi, lo; bool inexact; double computed, want; int scale = 0; };
 
 template <class T>
 void Check(const std::vector<Case>& cases) {
@@ -82,26 +79,14 @@ TEST(UlpErrorTest, FloatCases) {
 }
 
 TEST(DoubleReferenceTest, HardCasesGoToMpfr) {
-  const struct {
-    double reference;
-    bool needs_mpfr;
-  } cases[] = {
-      {1.0 + 0x1p-24, true},           // a float midpoint
-      {1.0 + 0x1p-46, true},           // next to a float: perhaps exact
-      {3.0, true},
-      {1.0 + 0x1p-26, false},
-      {0x1.fffffefffffffp127, true},   // next to the overflow midpoint
-      {0x1p129, false},                // far above it: inf for sure
-      {0x1p-150, true},                // half the smallest subnormal
-      {0x1p-200, false},               // zero for sure
-      {0x1.8p-150, false},
-      {0.0, false},
-      {INFINITY, false},
-      {NAN, false},
-  };
-  for (const auto& c : cases) {
+  // A float midpoint, next to a float (perhaps exact), next to the overflow midpoint and far
+  // above it (inf for sure), half the smallest subnormal and far below it (zero for sure).
+  const struct { double reference; bool needs_mpfr; } cases[] = {
+      {1.0 + 0x1p-24, true},         {1.0 + 0x1p-46, true}, {3.0, true}, {1.0 + 0x1p-26, false},
+      {0x1.fffffefffffffp127, true}, {0x1p129, false},      {0x1p-150, true}, {0x1p-200, false},
+      {0x1.8p-150, false},           {0.0, false},          {INFINITY, false}, {NAN, false}};
+  for (const auto& c : cases)
     EXPECT_EQ(NeedsExactReference(c.reference, false), c.needs_mpfr) << c.reference;
-  }
   EXPECT_FALSE(NeedsExactReference(3.0, true));
 }
 

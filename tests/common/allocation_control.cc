@@ -9,11 +9,9 @@
 
 namespace {
 
-std::atomic<long> g_live{0};
-std::atomic<long> g_made{0};
+std::atomic<long> g_live{0}, g_made{0};
 std::atomic<int> g_fail_first{-1};
-std::atomic<bool> g_fail_rest{false};
-std::atomic<bool> g_hit{false};
+std::atomic<bool> g_fail_rest{false}, g_hit{false};
 
 void Arm(int index, bool rest) {
   g_fail_first = -1;
@@ -54,11 +52,9 @@ extern "C" void qor_serv_deallocate(void* block) {
 namespace alloc_control {
 
 long LiveBlocks() { return g_live.load(); }
-
 void FailAllocation(int index) { Arm(index, false); }
 void FailFrom(int index) { Arm(index, true); }
 long Allocations() { return g_made.load(); }
-
 bool FailureHit() { return g_hit.load(); }
 
 }  // namespace alloc_control

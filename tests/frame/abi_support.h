@@ -1,6 +1,5 @@
-// Shared helpers of the abi tests, which look at the built libqor.so from outside: the rows of
-// frame/functions.def, the names a row owes the user, the non-vector exports, running the
-// binutils tools and reading their ELF listings, and opening the library.
+// Helpers of the tests that look at the built libqor.so from outside: the rows of
+// frame/functions.def and the names they owe, the non-vector exports, binutils listings.
 #ifndef QOR_TESTS_FRAME_ABI_SUPPORT_H_
 #define QOR_TESTS_FRAME_ABI_SUPPORT_H_
 
@@ -21,7 +20,6 @@
 
 // Paths compiled in by tests/frame/abi.cmake: QOR_ABI_LIBQOR, QOR_ABI_LIBQOR_CORE,
 // QOR_ABI_OBJDUMP, QOR_ABI_READELF.
-
 namespace qor_abi {
 
 // ------------------------------------------------------------------------------------------
@@ -164,7 +162,6 @@ inline std::vector<Row> PresentRows() {
 struct FunctionNames {
   std::string stub0, stub1, stub1_ha, stub2, ttab, ctab;
   std::vector<std::string> Stubs() const { return {stub0, stub1, stub1_ha, stub2}; }
-  std::vector<std::string> All() const { return {stub0, stub1, stub1_ha, stub2, ttab, ctab}; }
   const std::string& StubOfSlot(int slot) const {
     return slot == 0 ? stub0 : slot == 1 ? stub1 : stub2;
   }
@@ -214,23 +211,19 @@ inline std::vector<std::string> SplitWords(const std::string& text) {
   for (std::string word; stream >> word;) words.push_back(word);
   return words;
 }
-
 inline bool StartsWith(const std::string& text, const std::string& prefix) {
   return text.compare(0, prefix.size(), prefix) == 0;
 }
-
 inline bool EndsWith(const std::string& text, const std::string& suffix) {
   return text.size() >= suffix.size() &&
          text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-// One .dynsym entry as readelf --dyn-syms -W prints it.
+// One .dynsym entry as readelf --dyn-syms -W prints it: the section UND, ABS or an index, the
+// name without its version (after @ or @@, empty when unversioned).
 struct DynamicSymbol {
   uint64_t value = 0, size = 0;
-  std::string type, binding, visibility;
-  std::string section;  // UND, ABS or a section index
-  std::string name;     // without version
-  std::string version;  // after @ or @@, empty when unversioned
+  std::string type, binding, visibility, section, name, version;
 
   bool Defined() const { return section != "UND"; }
   // Visible to a user of the library: defined, global or weak, default or protected.
@@ -247,12 +240,9 @@ inline std::vector<DynamicSymbol> DynamicSymbols(const std::string& path) {
   for (const std::string& line : ToolLines(QOR_ABI_READELF, "--dyn-syms -W", path, &ok)) {
     std::vector<std::string> words = SplitWords(line);
     if (words.size() < 7 || words[0].back() != ':' || words[0] == "Num:") continue;
-    DynamicSymbol symbol;
-    symbol.value = strtoull(words[1].c_str(), nullptr, 16);
-    symbol.size = strtoull(words[2].c_str(), nullptr, 0);  // decimal, or 0x... when large
-    symbol.type = words[3];
-    symbol.binding = words[4];
-    symbol.visibility = words[5];
+    DynamicSymbol symbol{strtoull(words[1].c_str(), nullptr, 16),
+                         strtoull(words[2].c_str(), nullptr, 0),  // decimal, or 0x... when large
+                         words[3], words[4], words[5]};
     size_t next = 6;  // st_other bits beyond the visibility are printed in brackets
     while (next < words.size() && words[next].front() == '[')
       while (next < words.size() && words[next++].back() != ']') {

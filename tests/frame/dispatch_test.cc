@@ -4,7 +4,9 @@
 #include <signal.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cmath>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -33,30 +35,32 @@ int ScriptedCallback(temErrorContext* context) {
 }
 
 // Runs `body` on a fresh thread with the scripted callback installed, then `mode` set, so that
-// the error field is exactly the one asked for.
+// the error field is exactly the one asked for; returns what the callback saw.
 template <class F>
-void WithMode(uint32_t mode, CallbackScript& script, F body) {
+const temErrorContext& WithMode(uint32_t mode, CallbackScript& script, F body) {
   OnFreshThread([&] {
     g_script = &script;
     _temSetErrorCallBack(ScriptedCallback);
     _temSetMode(mode);
     body();
   });
+  return script.seen;
+}
+
+// "code index: arg1, arg2 -> res1, res2 name(length)", the real parts only, to 17 digits.
+std::string Shown(const temErrorContext& c) {
+  std::ostringstream out;
+  out.precision(17);
+  out << c.Code << " " << c.Index << ": " << c.Arg1 << ", " << c.Arg2 << " -> " << c.Res1 << ", "
+      << c.Res2 << " " << c.FuncName << "(" << c.FuncNameLen << ")";
+  return out.str();
 }
 
 TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
-  const struct {
-    uint32_t mode;
-    bool status_set, callback_runs;
-    int err;
-  } cases[] = {
-      {0x2002, false, false, 12345},  // no error handling: nothing is touched
-      {0x0102, true, false, 12345},   // ignore: status only
-      {0x1102, true, true, 12345},    // ignore with callback is not the ignore field
-      {0x1002, true, true, 12345},    // callback only: no default reactions
-      {0x2202, true, false, ERANGE},  // 0x2200 is not the no-error field: status and errno
-      {0x0202, true, false, ERANGE},
-  };
+  // 0x1102: ignore with callback is not the ignore field; 0x2202 is not the no-error field.
+  const struct { uint32_t mode; bool status_set, callback_runs; int err; } cases[] = {
+      {0x2002, false, false, 12345}, {0x0102, true, false, 12345}, {0x1102, true, true, 12345},
+      {0x1002, true, true, 12345},   {0x2202, true, false, ERANGE}, {0x0202, true, false, ERANGE}};
   for (const auto& c : cases) {
     CallbackScript script;
     int status = -100, err = 0, calls = 0;
@@ -65,9 +69,7 @@ TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
       _temSetErrStatus(-100);
       errno = 12345;
       tem::temErrorD(TEM_STATUS_OVERFLOW, 0, a, a, r, r, "vdExp");
-      status = _temGetErrStatus();
-      err = errno;
-      calls = script.calls;
+      status = _temGetErrStatus(), err = errno, calls = script.calls;
       // The status holds the last code, not an accumulation.
       if (c.status_set) {
         tem::temErrorD(TEM_STATUS_OK, 0, a, a, r, r, "vdExp");
@@ -84,39 +86,27 @@ TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
 // two each goes to its array.
 TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   CallbackScript script;
-  script.new_res1 = 7;
-  script.new_res2 = 9;
+  script.new_res1 = 7, script.new_res2 = 9;
   const float a[4] = {1.5f, 2.5f, 3.5f, 4.5f}, b[4] = {-1, -2, -3, -4};
   float r[4] = {10, 20, 30, 40};
-  WithMode(0x1002, script, [&] { tem::temErrorS(TEM_STATUS_ERRDOM, 2, a, b, r, r, "vsPow"); });
-  const temErrorContext& seen = script.seen;
-  EXPECT_EQ(seen.Code, TEM_STATUS_ERRDOM);
-  EXPECT_EQ(seen.Index, 2);
-  EXPECT_EQ(seen.Arg1, 3.5);
-  EXPECT_EQ(seen.Arg2, -3);
-  EXPECT_EQ(seen.Res1, 30);
-  EXPECT_EQ(seen.Res2, 30);
-  EXPECT_STREQ(seen.FuncName, "vsPow");
-  EXPECT_EQ(seen.FuncNameLen, 5);
+  EXPECT_EQ(Shown(WithMode(0x1002, script,
+                           [&] { tem::temErrorS(TEM_STATUS_ERRDOM, 2, a, b, r, r, "vsPow"); })),
+            "1 2: 3.5, -3 -> 30, 30 vsPow(5)");
   EXPECT_EQ(r[2], 7);
   double x[2] = {1, 2}, r1[2] = {0, 0}, r2[2] = {0, 0};
-  WithMode(0x1002, script,
-           [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 1, x, x, r1, r2, "vdSinCos"); });
-  EXPECT_EQ(r1[1], 7);
-  EXPECT_EQ(r2[1], 9);
+  WithMode(0x1002, script, [&] { tem::temErrorD(3, 1, x, x, r1, r2, "vdSinCos"); });
+  EXPECT_TRUE(r1[1] == 7 && r2[1] == 9);
 }
 
 TEST(DispatchTest, NameIsCutTo47Characters) {
-  const std::string sixty(60, 'x'), forty_seven(47, 'y'), forty_eight(48, 'z');
-  const struct { const char* name; int length; } cases[] = {
-      {sixty.c_str(), 47}, {forty_eight.c_str(), 47}, {forty_seven.c_str(), 47}, {"", 0}};
-  for (const auto& c : cases) {
+  for (const std::string name : {std::string(60, 'x'), std::string(48, 'z'), std::string(47, 'y'),
+                                 std::string()}) {
     CallbackScript script;
     double a = 1, r = 1;
-    WithMode(0x1002, script,
-             [&] { tem::temErrorD(TEM_STATUS_OVERFLOW, 0, &a, &a, &r, &r, c.name); });
-    EXPECT_EQ(script.seen.FuncNameLen, c.length);
-    EXPECT_EQ(std::string(script.seen.FuncName), std::string(c.name).substr(0, c.length));
+    const temErrorContext& seen =
+        WithMode(0x1002, script, [&] { tem::temErrorD(3, 0, &a, &a, &r, &r, name.c_str()); });
+    EXPECT_EQ(seen.FuncNameLen, std::min<int>(name.size(), 47));
+    EXPECT_EQ(std::string(seen.FuncName), name.substr(0, 47));
   }
 }
 
@@ -126,27 +116,21 @@ temErrorContext ChunkErrorContext(E value_at_105, Entry entry) {
   CallbackScript script;
   std::vector<E> whole(200);
   whole[105] = value_at_105;
-  WithMode(0x1002, script, [&] {
+  return WithMode(0x1002, script, [&] {
     E* chunk = whole.data() + 100;
     E r[8] = {};
     _temSetInterfInputVectorPointer(whole.data());
     entry(TEM_STATUS_OVERFLOW, 5, chunk, chunk, r, r, "vTest");
   });
-  return script.seen;
 }
 
 // The base pointer turns the index global for each element size; the value is the chunk's own.
 TEST(DispatchTest, BasePointerTurnsTheIndexGlobal) {
-  const temErrorContext d = ChunkErrorContext(3.25, tem::temErrorD);
+  EXPECT_EQ(Shown(ChunkErrorContext(3.25, tem::temErrorD)), "3 105: 3.25, 3.25 -> 0, 0 vTest(5)");
+  EXPECT_EQ(Shown(ChunkErrorContext(0.5f, tem::temErrorS)), "3 105: 0.5, 0.5 -> 0, 0 vTest(5)");
   const temErrorContext z = ChunkErrorContext(TemComplex16{1.5, -2.5}, tem::temErrorZ);
-  const temErrorContext s = ChunkErrorContext(0.5f, tem::temErrorS);
-  EXPECT_EQ(d.Index, 105);
-  EXPECT_EQ(z.Index, 105);
-  EXPECT_EQ(s.Index, 105);
-  EXPECT_EQ(d.Arg1, 3.25);
-  EXPECT_EQ(z.Arg1, 1.5);
+  EXPECT_EQ(Shown(z), "3 105: 1.5, 1.5 -> 0, 0 vTest(5)");
   EXPECT_EQ(z.Arg1Im, -2.5);
-  EXPECT_EQ(s.Arg1, 0.5);
 }
 
 TEST(DispatchTest, StridedAndComplexElements) {
@@ -154,23 +138,20 @@ TEST(DispatchTest, StridedAndComplexElements) {
   script.new_res1 = -1;
   double a[16], b[16], r[16] = {};
   for (int i = 0; i < 16; ++i) a[i] = i, b[i] = 100 + i;
-  WithMode(0x1002, script,
-           [&] { tem::temErrorDI(TEM_STATUS_SING, 4, a, 3, b, 2, r, 2, r, 2, "vdDiv"); });
-  EXPECT_EQ(script.seen.Index, 4);
-  EXPECT_EQ(script.seen.Arg1, 12);
-  EXPECT_EQ(script.seen.Arg2, 108);
+  EXPECT_EQ(Shown(WithMode(0x1002, script, [&] {
+              tem::temErrorDI(TEM_STATUS_SING, 4, a, 3, b, 2, r, 2, r, 2, "vdDiv");
+            })),
+            "2 4: 12, 108 -> 0, 0 vdDiv(5)");
   EXPECT_EQ(r[8], -1);
   EXPECT_EQ(std::count(r, r + 16, 0.0), 15);
   script.new_res1 = 8;
   TemComplex8 c[2] = {{1, 2}, {3, 4}}, cr[2] = {{5, 6}, {7, -8}};
-  WithMode(0x1002, script,
-           [&] { tem::temErrorCI(TEM_STATUS_ERRDOM, 1, c, 1, c, 1, cr, 1, cr, 1, "vcLn"); });
-  EXPECT_EQ(script.seen.Arg1, 3);
-  EXPECT_EQ(script.seen.Arg1Im, 4);
-  EXPECT_EQ(script.seen.Res1, 7);
-  EXPECT_EQ(script.seen.Res1Im, -8);
-  EXPECT_EQ(cr[1].re, 8);
-  EXPECT_EQ(cr[1].im, -8);
+  const temErrorContext& seen = WithMode(0x1002, script, [&] {
+    tem::temErrorCI(TEM_STATUS_ERRDOM, 1, c, 1, c, 1, cr, 1, cr, 1, "vcLn");
+  });
+  EXPECT_EQ(Shown(seen), "1 1: 3, 3 -> 7, 7 vcLn(4)");
+  EXPECT_TRUE(seen.Arg1Im == 4 && seen.Res1Im == -8);
+  EXPECT_TRUE(cr[1].re == 8 && cr[1].im == -8);
 }
 
 // Size and memory codes read and write no values: the null arrays would crash.
@@ -220,31 +201,27 @@ std::string PrintedBy(int code, double a1, double a2, double r1, double r2) {
 
 int Lines(const std::string& s) { return static_cast<int>(std::count(s.begin(), s.end(), '\n')); }
 
-// A name line, then value lines by shape (Arg2 and Res2 of exactly 0.0 count as absent),
-// with the global index.
+// A name line, then value lines by shape (Arg2 and Res2 of exactly 0.0 count as absent), with
+// the global index; code 0 prints nothing, size and memory codes their name line only.
 TEST(DispatchTest, PrintsNameLineAndValueLinesByShape) {
-  const std::string one = PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, INFINITY, INFINITY);
-  EXPECT_NE(one.find("vdTest: overflow"), std::string::npos) << one;
-  EXPECT_NE(one.find("a[32] = 710"), std::string::npos) << one;
-  EXPECT_NE(one.find("r[32] = inf"), std::string::npos) << one;
-  EXPECT_EQ(Lines(one), 3);
+  const struct { int code; double a1, a2, r1, r2; int lines; std::vector<std::string> parts; }
+  cases[] = {
+      {TEM_STATUS_OVERFLOW, 710, 710, INFINITY, INFINITY, 3,
+       {"vdTest: overflow", "a[32] = 710", "r[32] = inf"}},
+      {TEM_STATUS_ERRDOM, 1, 1, 2, 3, 4, {"r1[32] = 2", "r2[32] = 3"}},
+      {TEM_STATUS_SING, 1, 0.5, 2, 2, 4, {"b[32] = 0.5"}},
+      {TEM_STATUS_UNDERFLOW, 1, 0.5, 2, 3, 5, {}},
+      {77, 1, 1, 2, 2, -1, {"unknown"}},  // any number of lines
+      {TEM_STATUS_BADMEM, 1, 1, 1, 1, 1, {}},
+      {TEM_STATUS_BADSIZE, 1, 1, 1, 1, 1, {"element 32"}}};
+  for (const auto& c : cases) {
+    const std::string printed = PrintedBy(c.code, c.a1, c.a2, c.r1, c.r2);
+    if (c.lines >= 0) EXPECT_EQ(Lines(printed), c.lines) << printed;
+    for (const std::string& part : c.parts) EXPECT_NE(printed.find(part), printed.npos) << printed;
+  }
+  EXPECT_EQ(PrintedBy(TEM_STATUS_OK, 1, 1, 1, 1), "");
   EXPECT_EQ(PrintedBy(TEM_STATUS_OVERFLOW, 710, 0.0, 5, 0.0),
             PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, 5, 5));
-  const std::string two_results = PrintedBy(TEM_STATUS_ERRDOM, 1, 1, 2, 3);
-  EXPECT_NE(two_results.find("r1[32] = 2"), std::string::npos) << two_results;
-  EXPECT_NE(two_results.find("r2[32] = 3"), std::string::npos) << two_results;
-  EXPECT_EQ(Lines(two_results), 4);
-  const std::string two_args = PrintedBy(TEM_STATUS_SING, 1, 0.5, 2, 2);
-  EXPECT_NE(two_args.find("b[32] = 0.5"), std::string::npos) << two_args;
-  EXPECT_EQ(Lines(two_args), 4);
-  EXPECT_EQ(Lines(PrintedBy(TEM_STATUS_UNDERFLOW, 1, 0.5, 2, 3)), 5);
-  EXPECT_NE(PrintedBy(77, 1, 1, 2, 2).find("unknown"), std::string::npos);
-  // Code 0 prints nothing; size and memory codes print their name line only.
-  EXPECT_EQ(PrintedBy(TEM_STATUS_OK, 1, 1, 1, 1), "");
-  EXPECT_EQ(Lines(PrintedBy(TEM_STATUS_BADMEM, 1, 1, 1, 1)), 1);
-  const std::string size = PrintedBy(TEM_STATUS_BADSIZE, 1, 1, 1, 1);
-  EXPECT_EQ(Lines(size), 1);
-  EXPECT_NE(size.find("element 32"), std::string::npos) << size;
 }
 
 // Without a trap bit, or with one but no exception mode, the x87 flag of the code is left

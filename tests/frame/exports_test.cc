@@ -1,6 +1,5 @@
-// The dynamic symbols of libqor.so. Exports: exactly the names the function list's present
-// rows owe plus qor_abi::NonVectorExports, each of its kind. Imports: libqor_core.so, glibc
-// (GLIBC_* versions) and the toolchain's weak hooks only; never the C++ runtime or libgcc_s.
+// Exports of libqor.so: exactly the names its present rows owe plus NonVectorExports, each of
+// its kind. Imports: libqor_core.so, glibc (GLIBC_*) and the toolchain's weak hooks only.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -21,10 +20,7 @@ const std::vector<DynamicSymbol>& Symbols() {
 
 // What each owed name must be: a function (stubs at most one 16-byte cell long) or an object
 // (the function tables exactly 24 bytes); 0: any size.
-struct Kind {
-  std::string type;
-  uint64_t size;
-};
+struct Kind { std::string type; uint64_t size; };
 
 std::map<std::string, Kind> ExpectedExports() {
   std::map<std::string, Kind> kinds;
@@ -49,17 +45,12 @@ TEST(Exports, ExactlyTheOwedNamesEachOfItsKind) {
       unexpected += "  " + symbol.name + "\n";
       continue;
     }
-    SCOPED_TRACE(symbol.name);
-    EXPECT_EQ(symbol.type, kind->second.type);
-    EXPECT_EQ(symbol.binding, "GLOBAL");
-    EXPECT_EQ(symbol.visibility, "DEFAULT");
-    EXPECT_EQ(symbol.version, "");
+    EXPECT_EQ(symbol.type + " " + symbol.binding + " " + symbol.visibility + " " + symbol.version,
+              kind->second.type + " GLOBAL DEFAULT ") << symbol.name;
     if (kind->second.size != 0 && symbol.type == "OBJECT")
-      EXPECT_EQ(symbol.size, kind->second.size);
-    if (kind->second.size != 0 && symbol.type == "FUNC") {
-      EXPECT_GT(symbol.size, 0u);
-      EXPECT_LE(symbol.size, kind->second.size);
-    }
+      EXPECT_EQ(symbol.size, kind->second.size) << symbol.name;
+    if (kind->second.size != 0 && symbol.type == "FUNC")
+      EXPECT_TRUE(symbol.size > 0 && symbol.size <= kind->second.size) << symbol.name;
   }
   const std::set<std::string> exported = qor_abi::ExportedNames(Symbols());
   for (const auto& [name, kind] : expected)

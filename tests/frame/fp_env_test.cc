@@ -13,14 +13,9 @@ namespace {
 
 using test_kernels::g_record;
 
-constexpr uint32_t kRoundUp = 0x4000;
-constexpr uint32_t kFtz = 0x8000;
-constexpr uint32_t kDaz = 0x40;
+constexpr uint32_t kRoundUp = 0x4000, kFtz = 0x8000, kDaz = 0x40;
 
-struct Registers {
-  uint32_t mxcsr;
-  uint16_t x87;
-};
+struct Registers { uint32_t mxcsr; uint16_t x87; };
 
 // Calls `body` with the caller's registers set as given, and returns them as the call left
 // them. Nothing between the loads and the reads does floating-point work of its own, so that
@@ -84,8 +79,8 @@ TEST(FpEnvTest, DenormalFieldAndTrapBits) {
   }
 }
 
+// Rounding and precision control stay; the masks are forced.
 TEST(FpEnvTest, X87MasksAreSetForTheCallAndTheCallersWordComesBack) {
-  // Rounding and precision control stay; the masks are forced.
   const struct { uint16_t caller, inside; } cases[] = {
       {0x37F, 0x37F}, {0x37E, 0x37F}, {0x0B72, 0x0B7F}, {0x0C7F, 0x0C7F}};
   for (const auto& c : cases) {
@@ -103,9 +98,9 @@ TEST(FpEnvTest, X87MasksAreSetForTheCallAndTheCallersWordComesBack) {
 }
 
 TEST(FpEnvTest, FlagsRaisedInsideReachTheCaller) {
+  // Overflow and inexact, whether or not the frame had to restore the register.
   const double a[2] = {DBL_MAX, 1}, b[2] = {DBL_MAX, 1};
   double r[2];
-  // Overflow and inexact, whether or not the frame had to restore the register.
   Registers quiet = CallUnder(0x1F80, 0x37F, [&] { _temdAdd(2, a, b, r); });
   EXPECT_EQ(r[0], INFINITY);
   EXPECT_EQ(quiet.mxcsr, 0x1F80u | 0x28);

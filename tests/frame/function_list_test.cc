@@ -38,12 +38,11 @@ TEST(FunctionList, FieldsAndNamesOfEveryRow) {
                                       "A_CR", "A_RC", "A_PACK_I", "A_PACK_V", "A_PACK_M",
                                       "A_UNPACK_I", "A_UNPACK_V", "A_UNPACK_M"};
   for (const Row& row : Rows()) {
-    SCOPED_TRACE(row.type + "," + row.stem + "," + row.variant);
+    const std::string base = "v" + row.type + row.stem, shown = row.Name() + "," + row.variant;
     EXPECT_TRUE(types.count(row.type) && ctabs.count(row.ctab) && slots.count(row.slots) &&
-                args.count(row.args));
-    EXPECT_EQ(row.macro_name, row.Name());
-    EXPECT_TRUE(isupper(static_cast<unsigned char>(row.stem.at(0))));
-    const std::string base = "v" + row.type + row.stem;
+                args.count(row.args) && isupper(static_cast<unsigned char>(row.stem.at(0))))
+        << shown;
+    EXPECT_EQ(row.macro_name, row.Name()) << shown;
     EXPECT_TRUE(row.error_name == base || row.error_name == base + "I") << row.error_name;
   }
 }

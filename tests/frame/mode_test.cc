@@ -83,23 +83,16 @@ TEST(ModeSeedTest, EachThreadSeedsFromTheEnvironmentOnFirstUse) {
 }
 
 TEST(SetModeTest, ReplacesEachNonZeroFieldWhole) {
+  // The error field is replaced whole, not merged; consistency bits are dropped; a partial
+  // denormal field is stored as it is; traps are one field; bits outside the fields keep their
+  // value and are never set; nothing is validated.
   const struct { uint32_t old, requested, result; } cases[] = {
-      {0x1A02, 0x0, 0x1A02},
-      {0x1A02, 0x100, 0x0102},            // the whole error field, not merged
-      {0x1A02, 0x3, 0x1A03},
-      {0x1A12, 0x20, 0x1A12},             // consistency bits are dropped
-      {0x1A12, 0x21, 0x1A11},
-      {0x1A02, 0x280000, 0x281A02},
-      {0x281A02, 0x140000, 0x141A02},
-      {0x1A02, 0x80000, 0x81A02},         // a partial denormal field is stored as it is
-      {0x5001A02, 0x2000000, 0x2001A02},  // traps are replaced as one field
-      {0x1A02, 0x30000, 0x31A02},
-      {0x11A02, 0x20000, 0x21A02},
-      {0xF0C01A02, 0x1, 0xF0C01A01},      // bits outside the fields keep their value
-      {0x1A02, 0xF0C00000, 0x1A02},       // and are never set
-      {0x1A02, 0xF, 0x1A0F},              // no validation
-      {0x1A02, 0x3F00, 0x3F02},
-  };
+      {0x1A02, 0x0, 0x1A02},        {0x1A02, 0x100, 0x0102},       {0x1A02, 0x3, 0x1A03},
+      {0x1A12, 0x20, 0x1A12},       {0x1A12, 0x21, 0x1A11},        {0x1A02, 0x280000, 0x281A02},
+      {0x281A02, 0x140000, 0x141A02}, {0x1A02, 0x80000, 0x81A02},
+      {0x5001A02, 0x2000000, 0x2001A02}, {0x1A02, 0x30000, 0x31A02}, {0x11A02, 0x20000, 0x21A02},
+      {0xF0C01A02, 0x1, 0xF0C01A01}, {0x1A02, 0xF0C00000, 0x1A02}, {0x1A02, 0xF, 0x1A0F},
+      {0x1A02, 0x3F00, 0x3F02}};
   for (const auto& c : cases)
     EXPECT_EQ(tem::ReplaceModeFields(c.old, c.requested), c.result)
         << std::hex << c.old << " " << c.requested;

@@ -35,9 +35,7 @@ struct Doubling {
     alignas(16) T lanes[tem::Vec<T>::kLanes];
     x.StoreAligned(lanes);
     unsigned bits = 0;
-    for (int i = 0; i < tem::Vec<T>::kLanes; ++i) {
-      if (!(lanes[i] < from)) bits |= 1u << i;
-    }
+    for (int i = 0; i < tem::Vec<T>::kLanes; ++i) bits |= unsigned(!(lanes[i] < from)) << i;
     return bits;
   }
   static void Compute(const tem::Vec<T> (&in)[1], tem::Vec<T> (&out)[1]) {
@@ -50,9 +48,8 @@ struct Doubling {
     alignas(16) T values[tem::Vec<T>::kLanes];
     out[0].StoreAligned(values);
     unsigned settled = LaneBits(in[0], kSettleFrom) & lanes;
-    for (int i = 0; i < tem::Vec<T>::kLanes; ++i) {
+    for (int i = 0; i < tem::Vec<T>::kLanes; ++i)
       if (settled & (1u << i)) values[i] = INFINITY;
-    }
     out[0] = tem::Vec<T>::LoadAligned(values);
     return lanes & ~settled;
   }

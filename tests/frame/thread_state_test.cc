@@ -45,15 +45,12 @@ TEST(ThreadStateTest, RecordsAreMadeOnFirstUseAndFreedAtThreadExit) {
 }
 
 template <int I>
-int Callback(temErrorContext*) {
-  return I;
-}
+int Callback(temErrorContext*) { return I; }
 
 TEST(ThreadStateTest, ThreadsKeepTheirOwnModeStatusAndCallback) {
   constexpr int kThreads = 8;
-  const temErrorCallBack callbacks[kThreads] = {Callback<1>, Callback<2>, Callback<3>,
-                                                Callback<4>, Callback<5>, Callback<6>,
-                                                Callback<7>, Callback<8>};
+  const temErrorCallBack callbacks[kThreads] = {Callback<1>, Callback<2>, Callback<3>, Callback<4>,
+                                                Callback<5>, Callback<6>, Callback<7>, Callback<8>};
   const uint32_t error_fields[] = {0x100, 0x200, 0x400, 0x1000};
   std::barrier set(kThreads);
   std::vector<std::thread> threads;

@@ -22,13 +22,9 @@ class VectorWalkTest : public testing::Test {};
 using RealTypes = testing::Types<float, double>;
 TYPED_TEST_SUITE(VectorWalkTest, RealTypes);
 
-// What the frame must produce for one element, and whether the companion sees it.
+// What the frame must produce for one element, and whether the companion sees and reports it.
 template <class T>
-struct Expected {
-  T value;
-  bool companion;
-  bool reported;
-};
+struct Expected { T value; bool companion, reported; };
 
 template <class T>
 Expected<T> Model(T x, bool no_error) {
@@ -48,9 +44,7 @@ std::vector<T> MixedInputs(int n, unsigned seed) {
 }
 
 template <class T>
-bool SameValue(T x, T y) {
-  return (std::isnan(x) && std::isnan(y)) || x == y;
-}
+bool SameValue(T x, T y) { return (std::isnan(x) && std::isnan(y)) || x == y; }
 
 TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
   using T = TypeParam;
@@ -79,9 +73,8 @@ TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
       }
       for (int i = n; i < n + 8; ++i) EXPECT_EQ(r[i], kSentinel) << "n " << n << " wrote past";
       ASSERT_EQ(companions.size(), expected_companions.size()) << "n " << n;
-      for (size_t k = 0; k < companions.size(); ++k) {
+      for (size_t k = 0; k < companions.size(); ++k)
         EXPECT_TRUE(SameValue(companions[k], expected_companions[k])) << "order at " << k;
-      }
       EXPECT_EQ(status, any_reported && !no_error ? TEM_STATUS_OVERFLOW : 0) << "n " << n;
     }
   }
@@ -122,33 +115,29 @@ TYPED_TEST(VectorWalkTest, TailReadsAndWritesNothingPastTheEnd) {
   }
 }
 
-// What a callback saw: the index and first argument of each reported element.
+// What a callback saw (the index and first argument of each reported element), and what it
+// does: sets Res1 to `new_res1` and returns `result`.
 struct Reports {
   std::vector<int> indices;
   std::vector<double> args;
-};
-
-struct CallbackEffect {
   int result;
   double new_res1;
 };
-thread_local CallbackEffect g_effect;
 thread_local Reports g_reports;
 
 int RecordingCallback(temErrorContext* c) {
   g_reports.indices.push_back(c->Index);
   g_reports.args.push_back(c->Arg1);
-  c->Res1 = g_effect.new_res1;
-  return g_effect.result;
+  c->Res1 = g_reports.new_res1;
+  return g_reports.result;
 }
 
-// Runs `body` on a fresh thread whose callback records each report, sets Res1 to `new_res1`
-// and returns `result`.
+// Runs `body` on a fresh thread whose callback records each report.
 template <class F>
 Reports ReportsOf(int result, double new_res1, F body) {
   Reports reports;
   OnFreshThread([&] {
-    g_effect = {result, new_res1};
+    g_reports = {{}, {}, result, new_res1};
     _temSetErrorCallBack(RecordingCallback);
     body();
     reports = g_reports;
@@ -156,30 +145,30 @@ Reports ReportsOf(int result, double new_res1, F body) {
   return reports;
 }
 
-TYPED_TEST(VectorWalkTest, CallbackReplacementReachesTheBlockStore) {
+// Each report in order, with the argument as it was (in place too); the Res1 of a callback that
+// returns 0 reaches the store, in blocks and in the loop form. 1500 is flagged silently.
+TYPED_TEST(VectorWalkTest, ReportsAndCallbackReplacementsReachTheStore) {
   using T = TypeParam;
-  // Lanes 1 and 6 of the first block and lane 0 of the tail report; 3 is flagged silently.
-  std::vector<T> a = {1, 2500, 2, 1500, 4, 5, 3000, 6, 7, 8, 9, 10, 11, 12, 13, 14, 4000};
-  const int n = static_cast<int>(a.size());
-  for (int result : {0, 1}) {
-    std::vector<T> r(n);
-    const Reports reports = ReportsOf(
-        result, 123, [&] { test_kernels::RunVector<Doubling<T>>(n, a.data(), r.data()); });
-    EXPECT_EQ(reports.indices, (std::vector<int>{1, 6, 16}));
-    for (int i : {1, 6, 16}) EXPECT_EQ(r[i], result == 0 ? T(123) : -a[i]) << i;
-    EXPECT_EQ(r[3], T(-1500));
-    EXPECT_EQ(r[0], T(2));
+  const std::vector<T> block = {1, 2500, 2, 1500, 4, 5, 3000, 6, 7, 8, 9, 10, 11, 12, 13, 14, 4000};
+  const struct { bool loop, in_place; int result; std::vector<T> a; std::vector<int> indices;
+                 std::vector<T> r; } cases[] = {
+      {false, false, 0, block, {1, 6, 16},
+       {2, 55, 4, -1500, 8, 10, 55, 12, 14, 16, 18, 20, 22, 24, 26, 28, 55}},
+      {false, false, 1, block, {1, 6, 16},
+       {2, -2500, 4, -1500, 8, 10, -3000, 12, 14, 16, 18, 20, 22, 24, 26, 28, -4000}},
+      {false, true, 1, {1, 2, 2500, 4, 5}, {2}, {2, 4, -2500, 8, 10}},
+      {true, false, 0, {2500, 1, 3000, 2}, {0, 2}, {55, -1, 55, -2}}};
+  for (const auto& c : cases) {
+    std::vector<T> a = c.a, r(a.size());
+    T* out = c.in_place ? a.data() : r.data();
+    const Reports reports = ReportsOf(c.result, 55, [&] {
+      if (c.loop) test_kernels::RunLoop<Doubling<T>>(int(a.size()), a.data(), out);
+      else test_kernels::RunVector<Doubling<T>>(int(a.size()), a.data(), out);
+    });
+    ASSERT_EQ(reports.indices, c.indices);
+    for (size_t k = 0; k < c.indices.size(); ++k) EXPECT_EQ(reports.args[k], c.a[c.indices[k]]);
+    EXPECT_EQ(std::vector<T>(out, out + a.size()), c.r);
   }
-}
-
-// The record shows the argument as it was, not the result that overwrote it in place.
-TYPED_TEST(VectorWalkTest, InPlaceCallsReportTheArgumentAsItWas) {
-  using T = TypeParam;
-  std::vector<T> a = {1, 2, 2500, 4, 5};
-  const Reports reports =
-      ReportsOf(1, 0, [&] { test_kernels::RunVector<Doubling<T>>(5, a.data(), a.data()); });
-  EXPECT_EQ(a, (std::vector<T>{2, 4, -2500, 8, 10}));
-  EXPECT_EQ(reports.args, (std::vector<double>{2500}));
 }
 
 TYPED_TEST(VectorWalkTest, StridedWalkUsesElementNumbersAndEachStride) {
@@ -204,16 +193,6 @@ TYPED_TEST(VectorWalkTest, StridedWalkUsesElementNumbersAndEachStride) {
       EXPECT_EQ(std::count(r.begin(), r.end(), T(-77)), 40 - n) << inca << " " << incr;
     }
   }
-}
-
-TYPED_TEST(VectorWalkTest, LoopFormReportsEachElementAsItIsStored) {
-  using T = TypeParam;
-  std::vector<T> a = {2500, 1, 3000, 2};
-  std::vector<T> r(4);
-  const Reports reports =
-      ReportsOf(0, 55, [&] { test_kernels::RunLoop<Doubling<T>>(4, a.data(), r.data()); });
-  EXPECT_EQ(reports.indices, (std::vector<int>{0, 2}));
-  EXPECT_EQ(r, (std::vector<T>{55, -1, 55, -2}));
 }
 
 // Clean registers are stored at once; a register with a flagged lane and the tail go element

@@ -1,36 +1,29 @@
 // The arithmetic kernels through their exported stubs, contiguous and strided: Abs bit for bit,
-// the plain operations against the hardware ones, LinearFrac. Statuses of Inv and Div: special
-// values; blocks, strides and in-place calls: the walk test.
+// the plain operations against the hardware ones, LinearFrac (statuses: special values; blocks,
+// strides and in-place calls: the walk test).
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <cstring>
-#include <limits>
-#include <vector>
 
-#include "gtest/gtest.h"
-#include "qor/tem.h"
+#include "tests/kernels/special_cases.h"
 
 namespace {
 
+using special_cases::IgnoreB;
+using special_cases::IgnoreBStrided;
+
+// Signalling and quiet NaNs with payloads keep all but the sign bit.
 TEST(AbsTest, ClearsOnlyTheSignBitInEveryEntry) {
-  const uint32_t inputs[] = {
-      0x80000000, 0x00000000, 0xBF800000, 0x80000001, 0xFF800000,
-      0xFF800001,  // negative signalling NaN: stays signalling
-      0xFFC00123,  // negative quiet NaN with payload
-      0x7FA00000, 0xC2F6E979, 0x3F000000,
-  };
+  const uint32_t inputs[] = {0x80000000, 0x00000000, 0xBF800000, 0x80000001, 0xFF800000,
+                             0xFF800001, 0xFFC00123, 0x7FA00000, 0xC2F6E979, 0x3F000000};
   const int n = sizeof inputs / sizeof inputs[0];
   float a[n];
   memcpy(a, inputs, sizeof a);
   for (auto entry : {_temsAbs, _temsAbs_HA, _temsAbs_21, _temsAbs_11}) {
     std::vector<float> r(n + 1, 5.0f);
     entry(n, a, r.data());
-    for (int i = 0; i < n; ++i) {
-      uint32_t bits;
-      memcpy(&bits, &r[i], 4);
-      EXPECT_EQ(bits, inputs[i] & 0x7FFFFFFF) << i;
-    }
+    uint32_t bits[n];
+    memcpy(bits, r.data(), sizeof bits);
+    for (int i = 0; i < n; ++i) EXPECT_EQ(bits[i], inputs[i] & 0x7FFFFFFF) << i;
     EXPECT_EQ(r[n], 5.0f);
   }
 }
@@ -39,18 +32,15 @@ TEST(AbsTest, ClearsOnlyTheSignBitInEveryEntry) {
 TEST(AbsTest, StridedFormGathersAndScattersWithAnyStride) {
   std::vector<float> a(64);
   for (int i = 0; i < 64; ++i) a[i] = (i % 2 ? -1.0f : 1.0f) * static_cast<float>(i);
-  const struct {
-    int n, inca, incr;
-  } cases[] = {{7, 1, 1}, {9, 2, 3}, {13, 3, 1}, {5, 0, 2}, {6, -2, 1}, {8, 1, -3}, {0, 2, 2},
-               {-4, 2, 2}};
+  const struct { int n, inca, incr; } cases[] = {{7, 1, 1}, {9, 2, 3},  {13, 3, 1}, {5, 0, 2},
+                                                 {6, -2, 1}, {8, 1, -3}, {0, 2, 2},  {-4, 2, 2}};
   for (const auto& c : cases) {
     std::vector<float> r(64, 99.0f);
     const float* a0 = c.inca < 0 ? a.data() + (c.n - 1) * -c.inca : a.data();
     float* r0 = c.incr < 0 ? r.data() + (c.n - 1) * -c.incr : r.data();
     _temsAbsI(c.n, a0, c.inca, r0, c.incr);
-    for (int i = 0; i < c.n; ++i) {
+    for (int i = 0; i < c.n; ++i)
       EXPECT_EQ(r0[i * c.incr], std::fabs(a0[i * c.inca])) << c.n << " " << c.inca << " " << i;
-    }
     EXPECT_EQ(std::count(r.begin(), r.end(), 99.0f), 64 - std::max(c.n, 0));
   }
 }
@@ -103,36 +93,19 @@ void CheckPlain(const std::vector<PlainRow<T>>& rows) {
   }
 }
 
-// One-input kernels seen as two-input rows that ignore b.
-template <class T, auto F>
-void Unary(int n, const T* a, const T*, T* r) { F(n, a, r); }
-template <class T, auto F>
-void UnaryStrided(int n, const T* a, int inca, const T*, int, T* r, int incr) {
-  F(n, a, inca, r, incr);
-}
+#define QOR_PLAIN(t, T, stem, expression) \
+  {#t #stem, _tem##t##stem, _tem##t##stem##I, [](T a, T b) -> T { return expression; }}
+#define QOR_PLAIN1(t, T, stem, expression)                          \
+  {#t #stem, IgnoreB<T, _tem##t##stem>, IgnoreBStrided<T, _tem##t##stem##I>, \
+   [](T a, T) -> T { return expression; }}
 
 TEST(PlainTest, OperationsEqualTheHardwareOnes) {
-  CheckPlain<float>({
-      {"sAdd", _temsAdd, _temsAddI, [](float a, float b) { return a + b; }},
-      {"sSub", _temsSub, _temsSubI, [](float a, float b) { return a - b; }},
-      {"sMul", _temsMul, _temsMulI, [](float a, float b) { return a * b; }},
-      {"sDiv", _temsDiv, _temsDivI, [](float a, float b) { return a / b; }},
-      {"sInv", Unary<float, _temsInv>, UnaryStrided<float, _temsInvI>,
-       [](float a, float) { return 1 / a; }},
-      {"sSqr", Unary<float, _temsSqr>, UnaryStrided<float, _temsSqrI>,
-       [](float a, float) { return a * a; }},
-  });
-  CheckPlain<double>({
-      {"dSub", _temdSub, _temdSubI, [](double a, double b) { return a - b; }},
-      {"dMul", _temdMul, _temdMulI, [](double a, double b) { return a * b; }},
-      {"dDiv", _temdDiv, _temdDivI, [](double a, double b) { return a / b; }},
-      {"dInv", Unary<double, _temdInv>, UnaryStrided<double, _temdInvI>,
-       [](double a, double) { return 1 / a; }},
-      {"dSqr", Unary<double, _temdSqr>, UnaryStrided<double, _temdSqrI>,
-       [](double a, double) { return a * a; }},
-      {"dAbs", Unary<double, _temdAbs>, UnaryStrided<double, _temdAbsI>,
-       [](double a, double) { return std::fabs(a); }},
-  });
+  CheckPlain<float>({QOR_PLAIN(s, float, Add, a + b), QOR_PLAIN(s, float, Sub, a - b),
+                     QOR_PLAIN(s, float, Mul, a * b), QOR_PLAIN(s, float, Div, a / b),
+                     QOR_PLAIN1(s, float, Inv, 1 / a), QOR_PLAIN1(s, float, Sqr, a * a)});
+  CheckPlain<double>({QOR_PLAIN(d, double, Sub, a - b), QOR_PLAIN(d, double, Mul, a * b),
+                      QOR_PLAIN(d, double, Div, a / b), QOR_PLAIN1(d, double, Inv, 1 / a),
+                      QOR_PLAIN1(d, double, Sqr, a * a), QOR_PLAIN1(d, double, Abs, std::fabs(a))});
 }
 
 TEST(LinearFracTest, ScaledAndShiftedQuotientContiguousAndStrided) {

@@ -3,10 +3,10 @@
 #ifndef QOR_TESTS_KERNELS_EXACT_SUPPORT_H_
 #define QOR_TESTS_KERNELS_EXACT_SUPPORT_H_
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <random>
 #include <vector>
 
@@ -16,17 +16,9 @@ template <class T>
 using BitsOf = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
 
 template <class T>
-BitsOf<T> Bits(T x) {
-  BitsOf<T> b;
-  memcpy(&b, &x, sizeof b);
-  return b;
-}
+BitsOf<T> Bits(T x) { return std::bit_cast<BitsOf<T>>(x); }
 template <class T>
-T FromBits(BitsOf<T> b) {
-  T x;
-  memcpy(&x, &b, sizeof x);
-  return x;
-}
+T FromBits(BitsOf<T> b) { return std::bit_cast<T>(b); }
 
 // Same bits, or both NaN.
 template <class T>

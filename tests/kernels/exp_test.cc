@@ -31,10 +31,8 @@ TEST(ExpTables, TellingRowsOfTheDExpTable) {
 // Every seventh row: hi is 2^(i/N) rounded, hi + lo is 2^(i/N) to 106 bits; and the
 // hyperbolic powers 2^(j/16) / 2.
 TEST(ExpTables, SampledRowsAreTwoToTheFraction) {
-  const struct {
-    const double (*table)[2];
-    int rows;
-  } tables[] = {{generated::kExp64, 64}, {generated::kExp128, 128}};
+  const struct { const double (*table)[2]; int rows; } tables[] = {{generated::kExp64, 64},
+                                                                    {generated::kExp128, 128}};
   mpfr_t v, sum;
   mpfr_inits2(300, v, sum, static_cast<mpfr_ptr>(nullptr));
   for (const auto& t : tables) {
@@ -86,9 +84,8 @@ TEST(ExpFamilyDouble, SubnormalResultsAreRoundedOnce) {
     for (int i = 0; i < 400; ++i) x.push_back(c.from - c.span * i / 400.0);
     x.push_back(-720.0);
     c.f(401, x.data(), r.data());
-    for (int i = 0; i < 401; ++i) {
+    for (int i = 0; i < 401; ++i)
       EXPECT_LE(std::fabs(r[i] - SubnormalReference(c.reference, x[i])), 0x1p-1074) << x[i];
-    }
   }
   double r, x = -720.0;
   _temdExp(1, &x, &r);

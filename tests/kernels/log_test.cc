@@ -1,14 +1,95 @@
-// The logarithm family beyond its special values: the reports of Log1p's two-register steps,
-// and the single logarithms' error on the reduction, tighter than the accuracy harness's ulp.
+// The logarithm family beyond its special values: the reduction tables (published rows, and a
+// sample re-derived by their rule with MPFR, bit for bit), the reports of Log1p's two-register
+// steps, and the single logarithms' error on the reduction, tighter than the accuracy harness's.
+#include <mpfr.h>
+
 #include <cmath>
 #include <cstring>
 #include <utility>
 #include <vector>
 
 #include "gtest/gtest.h"
+#include "kernels/log_core.h"
 #include "qor/tem.h"
 
 namespace {
+
+// x rounded to `bits` significant bits.
+double Round(mpfr_t x, int bits) {
+  mpfr_t t;
+  mpfr_init2(t, bits);
+  mpfr_set(t, x, MPFR_RNDN);
+  const double d = mpfr_get_d(t, MPFR_RNDN);
+  mpfr_clear(t);
+  return d;
+}
+
+TEST(LogTablesTest, PublishedRows) {
+  EXPECT_EQ(tem::kLnBlockTable[0][0], -708.3964185305813);
+  EXPECT_EQ(tem::kLnBlockTable[0][1], -1.6828200473689525e-09);
+  // Row c = 513 holds the same sum as the published -708.398369750711, -1.684341546977394e-09,
+  // split at another bit: the parts differ by 1.4e-12, their sums by less than 2^-70.
+  const double dhi = tem::kLnBlockTable[1][0] - -708.398369750711;  // exact: nearby multiples
+  const double dlo = tem::kLnBlockTable[1][1] - -1.684341546977394e-09;
+  EXPECT_LT(std::fabs(dhi + dlo), 0x1p-70);
+  // c = 1024 holds -1023 ln 2 in the parts of ln 2 that the exponent term uses: ln(1) = +0.
+  EXPECT_EQ(tem::kLnBlockTable[512][0], -1023 * 0.6931471805582987);
+  EXPECT_EQ(tem::kLnBlockTable[512][1], -1023 * 1.6465949582866463e-12);
+  const double row0[3] = {1.0, 0.0, 0.0};
+  const double row1[3] = {0.984375, 0.01574835697101662, -2.877450746936954e-12};
+  for (int k = 0; k < 3; ++k) {
+    EXPECT_EQ(tem::kLnCoreTable[0][k], row0[k]);
+    EXPECT_EQ(tem::kLnCoreTable[1][k], row1[k]);
+  }
+}
+
+TEST(LogTablesTest, BlockRowsFollowTheirRule) {
+  struct Base {
+    const double (*table)[2];
+    int (*log)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+    double l2hi, l2lo;
+  } bases[] = {{tem::kLnBlockTable, mpfr_log, 0.6931471805582987, 1.6465949582866463e-12},
+               {tem::kLog2BlockTable, mpfr_log2, 1.0, 0.0},
+               {tem::kLog10BlockTable, mpfr_log10, 0.30102999566224753, 1.7336659603714182e-12}};
+  mpfr_t f, lg, lo;
+  mpfr_inits2(200, f, lg, lo, (mpfr_ptr)0);
+  for (const Base& b : bases) {
+    for (int c = 513; c < 1024; c += 37) {
+      // hi = -(1022 L2hi + H), lo = -(1022 L2lo + rest), log_b(c / 512) = H + rest.
+      mpfr_set_ui(f, c, MPFR_RNDN);
+      mpfr_div_ui(f, f, 512, MPFR_RNDN);
+      b.log(lg, f, MPFR_RNDN);
+      const double h = Round(lg, 32);
+      mpfr_sub_d(lg, lg, h, MPFR_RNDN);
+      mpfr_set_d(lo, b.l2lo, MPFR_RNDN);
+      mpfr_mul_ui(lo, lo, 1022, MPFR_RNDN);
+      mpfr_add(lo, lo, lg, MPFR_RNDN);
+      EXPECT_EQ(b.table[c - 512][0], -(1022 * b.l2hi + h)) << c;
+      EXPECT_EQ(b.table[c - 512][1], -mpfr_get_d(lo, MPFR_RNDN)) << c;
+    }
+  }
+  mpfr_clears(f, lg, lo, (mpfr_ptr)0);
+}
+
+TEST(LogTablesTest, ScalarRowsFollowTheirRule) {
+  mpfr_t x;
+  mpfr_init2(x, 200);
+  for (int j = 0; j < 128; j += 9) {
+    // rcp = 1 / (1 + j / 64) in 9 bits; hi + lo = -ln(rcp), hi in 32 bits.
+    mpfr_set_ui(x, 64, MPFR_RNDN);
+    mpfr_div_ui(x, x, 64 + j, MPFR_RNDN);
+    const double rcp = Round(x, 9);
+    mpfr_set_d(x, rcp, MPFR_RNDN);
+    mpfr_log(x, x, MPFR_RNDN);
+    mpfr_neg(x, x, MPFR_RNDN);
+    const double hi = Round(x, 32);
+    mpfr_sub_d(x, x, hi, MPFR_RNDN);
+    EXPECT_EQ(tem::kLnCoreTable[j][0], rcp) << j;
+    EXPECT_EQ(tem::kLnCoreTable[j][1], hi) << j;
+    EXPECT_EQ(tem::kLnCoreTable[j][2], mpfr_get_d(x, MPFR_RNDN)) << j;
+  }
+  mpfr_clear(x);
+}
 
 std::vector<std::pair<int, double>> g_seen;
 int Record(temErrorContext* c) { return g_seen.push_back({c->Index, c->Arg1}), 0; }
@@ -36,12 +117,9 @@ TEST(LogTest, Log1pReportsEachFlaggedElementOfItsSteps) {
 // (0x1.556f9p+0, 0.97 ulp there) and the worst inputs over all floats, against the double
 // function (its error is below 2^-28 float ulps).
 TEST(LogTest, SingleLogsStayWellBelowOneUlpOnTheReduction) {
-  const struct {
-    void (*f)(int, const float*, float*);
-    double (*reference)(double);
-    double bound;
-  } cases[] = {{_temsLn, std::log, 0.66}, {_temsLog2, std::log2, 0.77},
-               {_temsLog10, std::log10, 0.71}};
+  const struct { void (*f)(int, const float*, float*); double (*reference)(double); double bound; }
+  cases[] = {{_temsLn, std::log, 0.66}, {_temsLog2, std::log2, 0.77},
+             {_temsLog10, std::log10, 0.71}};
   std::vector<float> a = {0x1.556f9p+0f, 0x1.557b74p+0f, 0x1.55a95p+0f, 0x1.55594cp+0f};
   for (uint32_t bits = 0x3F000000; bits < 0x40800000; bits += 61) {
     float v;

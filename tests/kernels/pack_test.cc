@@ -65,7 +65,6 @@ void CheckStrided(int width) {
     for (int64_t i = 0; i < n; ++i) want[i] = base[i * inc];
     E::PackI(n, base, inc, y.data(), width);
     EXPECT_TRUE(SameBytes(y, want)) << "PackI inc " << inc;
-
     std::vector<T> z = Numbered<T>(64, 5), zwant = z;
     T* zbase = inc < 0 ? z.data() + (n - 1) * -inc : z.data();
     T* wbase = inc < 0 ? zwant.data() + (n - 1) * -inc : zwant.data();
@@ -86,7 +85,6 @@ void CheckIndexed(int width) {
   for (int64_t i = 0; i < n; ++i) want[i] = middle[index[i]];
   E::PackV(n, middle, index.data(), y.data(), width);
   EXPECT_TRUE(SameBytes(y, want)) << "PackV";
-
   std::vector<T> z = Numbered<T>(40, 4), zwant = z;
   for (int64_t i = 0; i < n; ++i) zwant[20 + index[i]] = a[i];  // the later element stays
   E::UnpackV(n, a.data(), z.data() + 20, index.data(), width);
@@ -101,21 +99,13 @@ void CheckMasked(int width) {
   if constexpr (sizeof(Ix) == 8) mask[5] = Ix{1} << 32;  // set only in the high bits
   const int64_t n = static_cast<int64_t>(mask.size());
   std::vector<T> y = Numbered<T>(n, 7), want = y;
-  int64_t k = 0;
-  for (int64_t i = 0; i < n; ++i) {
-    if (mask[i] != 0) want[k++] = a[i];
-  }
+  std::vector<T> z = Numbered<T>(n, 8), zwant = z;
+  for (int64_t i = 0, k = 0; i < n; ++i)
+    if (mask[i] != 0) want[k] = a[i], zwant[i] = a[k++];
   E::PackM(n, a.data(), mask.data(), y.data(), width);
   EXPECT_TRUE(SameBytes(y, want)) << "PackM";
-
-  std::vector<T> z = Numbered<T>(n, 8), zwant = z;
-  k = 0;
-  for (int64_t i = 0; i < n; ++i) {
-    if (mask[i] != 0) zwant[i] = a[k++];
-  }
   E::UnpackM(n, a.data(), z.data(), mask.data(), width);
   EXPECT_TRUE(SameBytes(z, zwant)) << "UnpackM";
-
   const std::vector<Ix> zeros(n, 0);
   std::vector<T> untouched = Numbered<T>(n, 9), copy = untouched;
   E::PackM(n, a.data(), zeros.data(), untouched.data(), width);
@@ -142,10 +132,8 @@ TYPED_TEST(PackTest, WidthRuleForCountsStridesAndMasks) {
   E::PackI(int64_t{1} << 32, a.data(), 1, y.data(), 1);
   E::UnpackI(int64_t{1} << 32, a.data(), y.data(), 1, 1);
   EXPECT_TRUE(SameBytes(y, before));
-
   E::PackI((int64_t{1} << 32) + 3, a.data() + 7, 0xFFFFFFFFll, y.data(), 1);
   for (int i = 0; i < 3; ++i) EXPECT_EQ(memcmp(&y[i], &a[7 - i], sizeof(TypeParam)), 0) << i;
-
   const int64_t wide_mask[1] = {int64_t{1} << 32};
   std::vector<TypeParam> packed = Numbered<TypeParam>(2, 3), unpacked = packed;
   E::PackM(2, a.data(), wide_mask, packed.data(), 1);

@@ -86,22 +86,11 @@ TEST(PowTables, ReductionStagesFollowTheirRules) {
 TEST(Pow, CompanionIsCloseToTheExactPower) {
   const double near_one = 1.0 + 0x1p-40, below_one = 1.0 - 0x1p-45;
   const double cases[][2] = {
-      {near_one, 1023.5 / std::log2(near_one)},
-      {near_one, -1050.25 / std::log2(near_one)},
-      {below_one, 1000.75 / std::log2(below_one)},
-      {below_one, -1073.2 / std::log2(below_one)},
-      {3 * 0x1p-1074, 0.75},
-      {0x1.234p-1030, -0.9},
-      {0x1.fffffffffffffp-1, -0x1p62},
-      {0.5, 1074.4},
-      {2.0, -1022.5},
-      {10.0, 307.9},
-      {10.0, -320.3},
-      {1.5, 1750.0},
-      {-3.0, 645.0},
-      {-3.0, -677.0},
-      {0x1.8p+1023, 1.0},
-  };
+      {near_one, 1023.5 / std::log2(near_one)},   {near_one, -1050.25 / std::log2(near_one)},
+      {below_one, 1000.75 / std::log2(below_one)}, {below_one, -1073.2 / std::log2(below_one)},
+      {3 * 0x1p-1074, 0.75}, {0x1.234p-1030, -0.9}, {0x1.fffffffffffffp-1, -0x1p62},
+      {0.5, 1074.4},         {2.0, -1022.5},        {10.0, 307.9},  {10.0, -320.3},
+      {1.5, 1750.0},         {-3.0, 645.0},         {-3.0, -677.0}, {0x1.8p+1023, 1.0}};
   mpfr_t x, y, exact;
   mpfr_inits2(256, x, y, exact, static_cast<mpfr_ptr>(nullptr));
   for (const auto& c : cases) {
@@ -129,9 +118,8 @@ TEST(Pow, PowxIsPowWithAFixedExponent) {
     const std::vector<double> y(x.size(), b);
     _temdPow(1001, x.data(), y.data(), expected.data());
     _temdPowx(1001, x.data(), b, r.data());
-    for (size_t i = 0; i < x.size(); ++i) {
+    for (size_t i = 0; i < x.size(); ++i)
       EXPECT_TRUE(SameValue(r[i], expected[i])) << x[i] << "^" << b;
-    }
   }
 }
 

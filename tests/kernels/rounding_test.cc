@@ -21,12 +21,7 @@ template <class T>
 using Strided = void (*)(int, const T*, int, T*, int);
 
 template <class T>
-struct Row {
-  const char* name;
-  Contiguous<T> f;
-  Strided<T> fi;
-  T (*reference)(T);
-};
+struct Row { const char* name; Contiguous<T> f; Strided<T> fi; T (*reference)(T); };
 
 #define QOR_ROW(t, stem, libm) {#stem, _tem##t##stem, _tem##t##stem##I, libm}
 #define QOR_ROWS(t, x)                                                                  \
@@ -39,17 +34,14 @@ const Row<double> kDoubleRows[] = {QOR_ROWS(d, )};
 
 template <class T>
 const auto& Rows() {
-  if constexpr (sizeof(T) == 4) {
-    return kSingleRows;
-  } else {
-    return kDoubleRows;
-  }
+  if constexpr (sizeof(T) == 4) return kSingleRows;
+  else return kDoubleRows;
 }
 
 const int kDirections[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
 
-// Every row, every direction: the contiguous call under the direction against the C library
-// under the same one. Returns the number of mismatches (at most a few are printed).
+// Every row and direction: the contiguous call against the C library under the same direction;
+// returns the number of mismatches (the first five are shown).
 template <class T>
 long CheckAllDirections(const std::vector<T>& x) {
   long bad = 0;
@@ -63,11 +55,9 @@ long CheckAllDirections(const std::vector<T>& x) {
       fesetround(FE_TONEAREST);
       EXPECT_EQ(after, direction) << row.name << ": the caller's direction must come back";
       for (size_t i = 0; i < x.size(); ++i) {
-        if (Same(r[i], want[i])) continue;
-        if (++bad <= 5) {
+        if (!Same(r[i], want[i]) && ++bad <= 5)
           ADD_FAILURE() << row.name << " direction " << direction << " x=" << std::hexfloat << x[i]
                         << " got " << r[i] << " want " << want[i];
-        }
       }
     }
   }
@@ -79,8 +69,8 @@ TEST(RoundingTest, BinadeEdgesAndHalvesInEveryDirection) {
   EXPECT_EQ(CheckAllDirections(exact::EdgeValues<double>()), 0);
 }
 
+// Every 4099th float bit pattern (the sweep: all of them), in chunks.
 TEST(RoundingTest, SampledFloatsInEveryDirection) {
-  // Default: every 4099th bit pattern; the sweep: all of them, in chunks.
   const uint64_t step = exact::FullSweep() ? 1 : 4099, chunk = 1 << 22;
   long bad = 0;
   std::vector<float> x;
@@ -98,8 +88,7 @@ TEST(RoundingTest, SampledDoublesInEveryDirection) {
   const size_t total = exact::FullSweep() ? 100000000 : 200000, chunk = 1 << 22;
   long bad = 0;
   for (size_t done = 0; done < total; done += chunk) {
-    bad +=
-        CheckAllDirections(exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
+    bad += CheckAllDirections(exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
   }
   EXPECT_EQ(bad, 0);
 }
@@ -137,7 +126,7 @@ TEST(RoundingTest, StridedFormsRoundToNearestUnderAnyCallerDirection) {
 }
 
 // Modf and Frac against modf: the integral part, and the fraction with the sign of x (+-0 for
-// infinities). Frac is of the vector form, so runs to nearest.
+// infinities).
 template <class T>
 void CheckSplits(void (*modf_entry)(int, const T*, T*, T*),
                  void (*modf_strided)(int, const T*, int, T*, int, T*, int), Contiguous<T> frac,

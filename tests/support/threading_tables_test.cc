@@ -41,8 +41,7 @@ TEST(ThreadingTablesTest, EveryBodyRunsOnceWithCountAndWord) {
 void Nested(int64_t, int64_t, int64_t, void* args) {
   Record inner(4);
   qor_support_pool_threading(4)->parallelFor(77, 4, &inner, Count);
-  for (auto& c : inner.calls)
-    if (c.load() != 1) ++static_cast<Record*>(args)->bad_arguments;
+  for (auto& c : inner.calls) static_cast<Record*>(args)->bad_arguments += c.load() != 1;
 }
 
 TEST(ThreadingTablesTest, NestedRunsComplete) {

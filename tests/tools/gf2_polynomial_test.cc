@@ -41,17 +41,13 @@ TEST(Gf2PolynomialTest, SquareModuloMatchesMultiplyAndDivide) {
 }
 
 TEST(Gf2PolynomialTest, IrreducibilityOfKnownPolynomials) {
-  struct Case {
-    std::initializer_list<int> exponents;
-    bool irreducible;
-  };
-  const Case cases[] = {
+  const struct { std::initializer_list<int> exponents; bool irreducible; } cases[] = {
       {{31, 3, 0}, true},       {{31, 6, 0}, true},  {{31, 7, 0}, true},   {{31, 13, 0}, true},
       {{31, 28, 0}, true},      {{31, 1, 0}, false}, {{31, 2, 0}, false},  {{31, 3, 2, 1, 0}, true},
       {{13, 4, 3, 1, 0}, true}, {{7, 1, 0}, true},   {{7, 3, 0}, true},    {{7, 2, 0}, false},
       {{89, 38, 0}, true},      {{127, 1, 0}, true}, {{127, 2, 0}, false},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const Poly p = gf2::FromExponents(c.exponents);
     EXPECT_EQ(gf2::IsIrreducibleOfPrimeDegree(p, 0), c.irreducible) << gf2::Degree(p) << " " << p[0];
     EXPECT_EQ(gf2::IsIrreducibleOfPrimeDegree(p, 16), c.irreducible) << gf2::Degree(p) << " " << p[0];
@@ -73,16 +69,12 @@ TEST(Gf2PolynomialTest, IrreducibilityOfRandomPolynomialsMatchesTrialDivision) {
   EXPECT_GT(irreducible, 10);  // the sample holds both kinds
 }
 
+// s[n] = sum of c_i s[n-i] from a nonzero start: an irreducible characteristic polynomial is
+// the minimal polynomial.
 TEST(Gf2PolynomialTest, MinimalPolynomialOfLinearRecurrences) {
-  // s[n] = sum of c_i s[n-i] from a nonzero start: an irreducible characteristic polynomial
-  // is the minimal polynomial; a reducible one gives a divisor of it.
-  struct Case {
-    std::initializer_list<int> exponents;
-  };
-  const Case cases[] = {{{31, 3, 0}}, {{89, 38, 0}}, {{13, 4, 3, 1, 0}}, {{127, 1, 0}}};
   std::mt19937_64 rng(3);
-  for (const Case& c : cases) {
-    const Poly p = gf2::FromExponents(c.exponents);
+  for (const Poly& p : {gf2::FromExponents({31, 3, 0}), gf2::FromExponents({89, 38, 0}),
+                        gf2::FromExponents({13, 4, 3, 1, 0}), gf2::FromExponents({127, 1, 0})}) {
     const int d = gf2::Degree(p);
     std::vector<uint8_t> s(2 * d);
     for (int i = 0; i < d; ++i) s[i] = rng() & 1;

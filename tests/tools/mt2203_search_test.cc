@@ -64,9 +64,8 @@ TEST(Mt2203SearchTest, CommittedRowsHoldTheFixedMembersAndWellFormedConstants) {
     EXPECT_EQ(row.mask_b & ~mt2203::kMaskBFree, 0u) << member;
     EXPECT_EQ(row.mask_c & ~mt2203::kMaskCFree, 0u) << member;
     if (const std::optional<Row> fixed = mt2203::FixedRow(member)) {
-      EXPECT_EQ(row.matrix_a, fixed->matrix_a) << member;
-      EXPECT_EQ(row.mask_b, fixed->mask_b) << member;
-      EXPECT_EQ(row.mask_c, fixed->mask_c) << member;
+      EXPECT_TRUE(row.matrix_a == fixed->matrix_a && row.mask_b == fixed->mask_b &&
+                  row.mask_c == fixed->mask_c) << member;
     } else {
       EXPECT_EQ(row.matrix_a & 0xFFFF, member + mt2203::kMemberTag) << member;
     }
@@ -85,9 +84,9 @@ TEST(Mt2203SearchTest, SampledRowsHaveAPrimitivePolynomialOfDegree2203) {
   }
 }
 
+// sum of p_i x[t + i] = 0 for all 32 bits: p is the characteristic polynomial of the whole
+// state transition, not only of the bit sequence it was found from.
 TEST(Mt2203SearchTest, PolynomialAnnihilatesEveryBitOfTheOutput) {
-  // sum of p_i x[t + i] = 0 for all 32 bits: p is the characteristic polynomial of the whole
-  // state transition, not only of the bit sequence it was found from.
   for (uint32_t a : {0xAF81055Fu, 0xE8761D4Bu}) {
     const gf2::Poly p = mt2203::CharacteristicPolynomial(a);
     const int d = gf2::Degree(p);
@@ -98,22 +97,21 @@ TEST(Mt2203SearchTest, PolynomialAnnihilatesEveryBitOfTheOutput) {
     const std::vector<uint32_t> x = mt2203::Untempered(a, state, d + 200);
     for (int t = 0; t < 200; t += 37) {
       uint32_t sum = 0;
-      for (int i = 0; i <= d; ++i)
-        if (gf2::Coefficient(p, i)) sum ^= x[t + 1 + i];
+      for (int i = 0; i <= d; ++i) sum ^= gf2::Coefficient(p, i) ? x[t + 1 + i] : 0;
       EXPECT_EQ(sum, 0u) << std::hex << a << " t " << t;
     }
   }
 }
 
+// With A = 0 the twist is a plain feedback shift of the words: far from primitive.
 TEST(Mt2203SearchTest, PrimitivityRejectsADegenerateTwist) {
-  // With A = 0 the twist is a plain feedback shift of the words: far from primitive.
   EXPECT_FALSE(mt2203::IsPrimitive(mt2203::CharacteristicPolynomial(0)));
   EXPECT_FALSE(mt2203::IsPrimitive(mt2203::CharacteristicPolynomial(0x80000000u)));
 }
 
+// The linear map from the 2203 state bits to the top v bits of k outputs, built column by
+// column by running the generator from each unit state: full rank at k(v), not at k(v) + 1.
 TEST(Mt2203SearchTest, DistributionMatchesRankOfSimulatedOutputs) {
-  // The linear map from the 2203 state bits to the top v bits of k outputs, built column by
-  // column by running the generator from each unit state: full rank at k(v), not at k(v) + 1.
   const Row row = CommittedRows().at(4);
   for (int v : {5, 13, 28}) {
     const int k = row.k[v - 1];
@@ -122,10 +120,8 @@ TEST(Mt2203SearchTest, DistributionMatchesRankOfSimulatedOutputs) {
                                             std::vector<uint64_t>((mt2203::kDegree + 63) / 64, 0));
     for (int s = 0; s < mt2203::kDegree; ++s) {
       std::vector<uint32_t> state(mt2203::kN, 0);
-      if (s < 27)
-        state[0] = 1u << (s + 5);
-      else
-        state[1 + (s - 27) / 32] = 1u << ((s - 27) % 32);
+      if (s < 27) state[0] = 1u << (s + 5);
+      else state[1 + (s - 27) / 32] = 1u << ((s - 27) % 32);
       const std::vector<uint32_t> x = mt2203::Untempered(row.matrix_a, state, outputs + 1);
       for (int t = 0; t < outputs; ++t) {
         const uint32_t y = mt2203::Temper(x[t + 1], row.mask_b, row.mask_c);
@@ -172,32 +168,30 @@ TEST(Mt2203RowsTest, InterruptedWriteIsDroppedAndAppendingResumes) {
   const std::string path = ::testing::TempDir() + "mt2203_rows_test.txt";
   const Row a{7, 0x800005CBu, 0x12345680u, 0xEFC60000u, {2203, 1101}};
   const Row b{9, 0x900005CDu, 0x9D2C5680u, 0xEFC68000u, {2203, 1100}};
-  std::FILE* f = std::fopen(path.c_str(), "w");
-  std::fprintf(f, "# comment\n");
-  mt2203::WriteRow(f, a);
-  std::fprintf(f, "9 0x9000");  // cut off in the middle of a row
-  std::fclose(f);
+  // Appends `text` or the row to the file.
+  auto append = [&](const char* mode, const char* text, const Row* row) {
+    std::FILE* f = std::fopen(path.c_str(), mode);
+    std::fprintf(f, "%s", text);
+    if (row != nullptr) mt2203::WriteRow(f, *row);
+    std::fclose(f);
+  };
+  append("w", "# comment\n", &a);
+  append("a", "9 0x9000", nullptr);  // cut off in the middle of a row
   std::map<int, Row> rows;
   std::string error;
   ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
   EXPECT_EQ(rows.size(), 1u);
   mt2203::DropUnfinishedLine(path);
-  f = std::fopen(path.c_str(), "a");
-  mt2203::WriteRow(f, b);
-  std::fclose(f);
+  append("a", "", &b);
   rows.clear();
   ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
   ASSERT_EQ(rows.size(), 2u);
   for (const Row& expected : {a, b}) {
     const Row& got = rows.at(expected.member);
-    EXPECT_EQ(got.matrix_a, expected.matrix_a);
-    EXPECT_EQ(got.mask_b, expected.mask_b);
-    EXPECT_EQ(got.mask_c, expected.mask_c);
-    EXPECT_EQ(got.k, expected.k);
+    EXPECT_TRUE(got.matrix_a == expected.matrix_a && got.mask_b == expected.mask_b &&
+                got.mask_c == expected.mask_c && got.k == expected.k) << expected.member;
   }
-  f = std::fopen(path.c_str(), "a");
-  std::fprintf(f, "12 0x1 0x2\n");  // a complete line with fields missing is an error
-  std::fclose(f);
+  append("a", "12 0x1 0x2\n", nullptr);  // a complete line with fields missing is an error
   EXPECT_FALSE(mt2203::ReadRows(path, rows, error));
   std::remove(path.c_str());
 }
