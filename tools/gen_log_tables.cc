@@ -8,19 +8,11 @@
 #include <mpfr.h>
 #include <stdio.h>
 
+#include "tools/mpfr_round.h"
+
 namespace {
 
 constexpr mpfr_prec_t kPrec = 256;
-
-// x rounded to nearest with `bits` significant bits.
-double RoundToBits(const mpfr_t x, int bits) {
-  mpfr_t t;
-  mpfr_init2(t, bits);
-  mpfr_set(t, x, MPFR_RNDN);
-  double d = mpfr_get_d(t, MPFR_RNDN);
-  mpfr_clear(t);
-  return d;
-}
 
 enum class Base { kE, k2, k10 };
 

@@ -8,21 +8,13 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include "tools/mpfr_round.h"
+
 namespace {
 
 constexpr mpfr_prec_t kPrec = 256;
 // 2^(e + 192) / (2 pi) must be exact in its integer part for e up to 2047 - 1075.
 constexpr mpfr_prec_t kWindowPrec = 2400;
-
-// v rounded to `bits` significant bits.
-double RoundTo(mpfr_srcptr v, int bits) {
-  mpfr_t t;
-  mpfr_init2(t, bits);
-  mpfr_set(t, v, MPFR_RNDN);
-  const double d = mpfr_get_d(t, MPFR_RNDN);
-  mpfr_clear(t);
-  return d;
-}
 
 // A value as {high, low}. Where |v| > 1 - 2^-7 the high part is +-1, so that products by it
 // are exact near the zeros of the other function, and the low part is v -+ 1 rounded;
@@ -98,9 +90,9 @@ void PrintTwoOverPiRows() {
 void PrintParts(const char* comment, const char* name, mpfr_srcptr c, int bits1, int bits2) {
   mpfr_t rest;
   mpfr_init2(rest, kPrec);
-  const double p1 = RoundTo(c, bits1);
+  const double p1 = RoundToBits(c, bits1);
   mpfr_sub_d(rest, c, p1, MPFR_RNDN);
-  const double p2 = RoundTo(rest, bits2);
+  const double p2 = RoundToBits(rest, bits2);
   mpfr_sub_d(rest, rest, p2, MPFR_RNDN);
   const double p3 = mpfr_get_d(rest, MPFR_RNDN);
   printf("// %s\n", comment);
@@ -123,7 +115,7 @@ void PrintConstants() {
   mpfr_t t;
   mpfr_init2(t, 53);
   mpfr_set_d(t, w, MPFR_RNDN);
-  const double h = RoundTo(t, 27);
+  const double h = RoundToBits(t, 27);
   mpfr_sub_d(c, c, w, MPFR_RNDN);
   printf("// 2 pi = w + rest, w = h + l, h in 27 bits.\n");
   printf("inline constexpr double kTwoPi = %a, kTwoPiHigh = %a, kTwoPiLow = %a, kTwoPiRest = %a;\n\n",

@@ -11,18 +11,9 @@
 #include "gtest/gtest.h"
 #include "kernels/log_core.h"
 #include "qor/tem.h"
+#include "tools/mpfr_round.h"
 
 namespace {
-
-// x rounded to `bits` significant bits.
-double Round(mpfr_t x, int bits) {
-  mpfr_t t;
-  mpfr_init2(t, bits);
-  mpfr_set(t, x, MPFR_RNDN);
-  const double d = mpfr_get_d(t, MPFR_RNDN);
-  mpfr_clear(t);
-  return d;
-}
 
 TEST(LogTablesTest, PublishedRows) {
   EXPECT_EQ(tem::kLnBlockTable[0][0], -708.3964185305813);
@@ -59,7 +50,7 @@ TEST(LogTablesTest, BlockRowsFollowTheirRule) {
       mpfr_set_ui(f, c, MPFR_RNDN);
       mpfr_div_ui(f, f, 512, MPFR_RNDN);
       b.log(lg, f, MPFR_RNDN);
-      const double h = Round(lg, 32);
+      const double h = RoundToBits(lg, 32);
       mpfr_sub_d(lg, lg, h, MPFR_RNDN);
       mpfr_set_d(lo, b.l2lo, MPFR_RNDN);
       mpfr_mul_ui(lo, lo, 1022, MPFR_RNDN);
@@ -78,11 +69,11 @@ TEST(LogTablesTest, ScalarRowsFollowTheirRule) {
     // rcp = 1 / (1 + j / 64) in 9 bits; hi + lo = -ln(rcp), hi in 32 bits.
     mpfr_set_ui(x, 64, MPFR_RNDN);
     mpfr_div_ui(x, x, 64 + j, MPFR_RNDN);
-    const double rcp = Round(x, 9);
+    const double rcp = RoundToBits(x, 9);
     mpfr_set_d(x, rcp, MPFR_RNDN);
     mpfr_log(x, x, MPFR_RNDN);
     mpfr_neg(x, x, MPFR_RNDN);
-    const double hi = Round(x, 32);
+    const double hi = RoundToBits(x, 32);
     mpfr_sub_d(x, x, hi, MPFR_RNDN);
     EXPECT_EQ(tem::kLnCoreTable[j][0], rcp) << j;
     EXPECT_EQ(tem::kLnCoreTable[j][1], hi) << j;
