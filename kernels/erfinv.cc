@@ -93,13 +93,12 @@ struct ErfInvDouble {
     // where 1 - a is inexact, and there w lies in [1/2, 1).
     const __m128d t = _mm_add_pd(_mm_mul_pd(e, _mm_set1_pd(2.0)), t0);
     // P = t (r1 + t (r2 + ... + t r14)) = t (odd + t even), odd = r1 + r3 t^2 + ... + r13 t^12
-    // and even = r2 + r4 t^2 + ... + r14 t^12. Each lane evaluates the pairs (r(2k+1), r(2k+2))
-    // of its own row by Horner in t^2, taking them from the table as aligned 16-byte operands;
-    // one transposition at the end gives odd and even of both lanes. The value is as accurate
-    // as Horner's in t, since |t| < 1/8.
+    // and even = r2 + r4 t^2 + ... + r14 t^12. Each lane evaluates the pairs
+    // P(k) = (r(2k+1), r(2k+2)) of its own row, taken from the table as aligned 16-byte
+    // operands, as a polynomial in s = t^2 by Estrin's scheme:
+    // (P0 + P1 s) + (P2 + P3 s) s^2 + ((P4 + P5 s) + P6 s^2) s^4. One transposition at the end
+    // gives odd and even of both lanes. The value is as accurate as Horner's in t: |t| < 1/8.
     const __m128d t2 = _mm_mul_pd(t, t), t4 = _mm_mul_pd(t2, t2), t8 = _mm_mul_pd(t4, t4);
-    // The seven pairs P0..P6 as a polynomial in s = t^2 by Estrin's scheme:
-    // (P0 + P1 s) + (P2 + P3 s) s^2 + ((P4 + P5 s) + P6 s^2) s^4.
     auto lane_pairs = [](const double* r, __m128d s, __m128d s2, __m128d s4) {
       auto pair = [&](int k) { return _mm_load_pd(r + 2 * k + 1); };
       auto mul_add = [](__m128d a, __m128d b, __m128d v) { return _mm_add_pd(a, _mm_mul_pd(b, v)); };

@@ -88,20 +88,17 @@ long double Poly(const T* c, int order, long double t, int derivative = 0) {
 
 // The double and float entries of construction and interpolation.
 template <class T> struct Api;
-template <> struct Api<double> {
-  static constexpr auto linear = qor_df_kernel_dDFLinearSpline1D;
-  static constexpr auto quadratic = qor_df_kernel_dDFQuadraticSpline1D;
-  static constexpr auto default_cubic = qor_df_kernel_dDFDefaultCubicSpline1D;
-  static constexpr auto natural = qor_df_kernel_dDFNaturalCubicSpline1D;
-  static constexpr auto interpolate = qor_df_kernel_dDFInterpolate1D;
-};
-template <> struct Api<float> {
-  static constexpr auto linear = qor_df_kernel_sDFLinearSpline1D;
-  static constexpr auto quadratic = qor_df_kernel_sDFQuadraticSpline1D;
-  static constexpr auto default_cubic = qor_df_kernel_sDFDefaultCubicSpline1D;
-  static constexpr auto natural = qor_df_kernel_sDFNaturalCubicSpline1D;
-  static constexpr auto interpolate = qor_df_kernel_sDFInterpolate1D;
-};
+#define QOR_FIT_API(T, t)                                                            \
+  template <> struct Api<T> {                                                        \
+    static constexpr auto linear = qor_df_kernel_##t##DFLinearSpline1D;              \
+    static constexpr auto quadratic = qor_df_kernel_##t##DFQuadraticSpline1D;        \
+    static constexpr auto default_cubic = qor_df_kernel_##t##DFDefaultCubicSpline1D; \
+    static constexpr auto natural = qor_df_kernel_##t##DFNaturalCubicSpline1D;       \
+    static constexpr auto interpolate = qor_df_kernel_##t##DFInterpolate1D;          \
+  };
+QOR_FIT_API(double, d)
+QOR_FIT_API(float, s)
+#undef QOR_FIT_API
 
 template <class T> constexpr double kRelTol = sizeof(T) == 8 ? 1e-11 : 2e-3;
 }  // namespace fit_test
