@@ -212,42 +212,19 @@ struct Expm1Reduction {
 // float. Expm1 and Tanh take e^x - 1 from the 128-row table of 2^(i/128).
 // Always inlined, so that the four double registers of a block run side by side.
 namespace wide {
-inline constexpr Splat<double> kLog2e{1.4426950408889634}, kShifter{0x1.8p52};
-inline constexpr Splat<double> kLn2High{0x1.62e42fefa0000p-1}, kLn2Low{0x1.cf79abc9e3b3ap-40};
-inline constexpr Splat<double> kOdd3{1.0 / 6}, kOdd5{1.0 / 120}, kOdd7{1.0 / 5040},
-    kOdd9{1.0 / 362880};
-inline constexpr Splat<double> kEven2{1.0 / 2}, kEven4{1.0 / 24}, kEven6{1.0 / 720},
-    kEven8{1.0 / 40320};
-inline constexpr Splat<double> kOne{1.0};
+inline constexpr Splat<double> kOdd3{1.0 / 6}, kEven2{1.0 / 2}, kEven4{1.0 / 24}, kOne{1.0};
 
-// x = m ln2 + r for |x| up to 2^16, where m times the high part of ln2 is exact; m << 52,
-// the exponent field of 2^m, goes to `m_field`.
-[[gnu::always_inline]] inline D ReduceByLn2(D x, __m128i& m_field) {
-  const D t = x * kLog2e() + kShifter();
-  const D m = t - kShifter();
-  m_field = _mm_slli_epi64(t.Image(), 52);
-  return (x - m * kLn2High()) - m * kLn2Low();
-}
-// 2^m times a power of two whose exponent stays in range, and 2^-m times it.
+// 2^m times a power of two whose exponent stays in range.
 [[gnu::always_inline]] inline D TimesPow2(D power, __m128i m_field) {
   return D::FromImage(_mm_add_epi64(power.Image(), m_field));
 }
-[[gnu::always_inline]] inline D OverPow2(D power, __m128i m_field) {
-  return D::FromImage(_mm_sub_epi64(power.Image(), m_field));
-}
-// sinh r, with r2 = r * r.
-[[gnu::always_inline]] inline D SinhSeries(D r, D r2) {
-  return r + (r * r2) * (kOdd3() + r2 * (kOdd5() + r2 * (kOdd7() + r2 * kOdd9())));
-}
-// cosh r - 1.
-[[gnu::always_inline]] inline D CoshMinusOneSeries(D r2) {
-  return r2 * (kEven2() + r2 * (kEven4() + r2 * (kEven6() + r2 * kEven8())));
-}
-// e^x - 1 for |x| up to 90: x = (n + i/128) ln2 + r, |r| <= ln2/256, and with a = 2^n 2^(i/128)
-// (the table's high part, 2^n added into its exponent) e^x - 1 = (a - 1) + a (e^r - 1).
-// e^r - 1 by its series to r^4 errs by 2^-41 of itself, the high part by 2^-53 of a; a - 1
-// rounds once. Near zero (n = i = 0) a - 1 is 0 and the series stands alone.
-[[gnu::always_inline]] inline D ExpMinusOne(D x) {
+// e^x = a e^r for |x| up to 90: x = (n + i/128) ln2 + r, |r| <= ln2/256, a = 2^n 2^(i/128)
+// (the table's high part, 2^n added into its exponent, 2^-53 of a off), and e^r - 1 by its
+// series to r^4, which errs by 2^-41 of itself.
+struct ExpParts {
+  D a, em1r;
+};
+[[gnu::always_inline]] inline ExpParts ExpByTable(D x) {
   using R = Expm1Reduction;
   const D t = x * Const<D>(R::kK) + Const<D>(R::kShifter);
   const D n = t - Const<D>(R::kShifter);
@@ -257,9 +234,14 @@ inline constexpr Splat<double> kOne{1.0};
   const D hi = {_mm_loadh_pd(_mm_load_sd(&kExp128[i0][0]), &kExp128[i1][0])};
   const __m128i n_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 45),
                                         _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
-  const D a = TimesPow2(hi, n_field);
   const D r2 = r * r;
-  return (a - kOne()) + a * (r + r2 * Estrin3(r, r2, kEven2(), kOdd3(), kEven4()));
+  return {TimesPow2(hi, n_field), r + r2 * Estrin3(r, r2, kEven2(), kOdd3(), kEven4())};
+}
+// e^x - 1 = (a - 1) + a (e^r - 1): a - 1 rounds once, and near zero (n = i = 0) it is 0 and
+// the series stands alone.
+[[gnu::always_inline]] inline D ExpMinusOne(D x) {
+  const ExpParts p = ExpByTable(x);
+  return (p.a - kOne()) + p.a * p.em1r;
 }
 }  // namespace wide
 

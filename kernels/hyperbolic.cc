@@ -1,11 +1,11 @@
-// sinh and cosh: |x| = (m + j/16) ln 2 + r, e^|x| = 2^m 2^(j/16) e^r, and with A = 2^(m+j/16)/2,
-// B = 2^-(m+j/16)/2, C = cosh r, S = sinh r:
+// sinh and cosh in double: |x| = (m + j/16) ln 2 + r, e^|x| = 2^m 2^(j/16) e^r, and with
+// A = 2^(m+j/16)/2, B = 2^-(m+j/16)/2, C = cosh r, S = sinh r:
 //   sinh |x| = (A - B) + ((A - B)(C - 1) + (A + B) S),
 //   cosh x   = (A + B) + ((A + B)(C - 1) + (A - B) S),
-// with A and B as double-double values in the double forms, so that the leading term rounds
-// once. The single forms run in double lanes with j = 0 and no table. Below |x| = kSmall the
-// double sinh is a direct odd Taylor polynomial: there the reduced form
-// makes the result as A - B less a term of nearly its size, and the errors exceed an ulp.
+// with A and B as double-double values, so that the leading term rounds once. Below
+// |x| = kSmall sinh is a direct odd Taylor polynomial: there the reduced form makes the result
+// as A - B less a term of nearly its size, and the errors exceed an ulp. The single forms run
+// in double lanes from e^|x| and its reciprocal (SingleHyperbolic).
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -86,20 +86,20 @@ template <bool kSinh, class Polys>
   }
 }
 
-// The single forms in double lanes with no table: |x| = m ln2 + r, |r| <= ln2/2, A = 2^m/2
-// and B = 2^-m/2 exact, so that for m = 0 sinh is S alone.
+// The single forms in double lanes, from e^|x| = a e^r as the exponential's table and series
+// give it: E = a + a (e^r - 1) and E - 1 = (a - 1) + a (e^r - 1), each within about 2^-40 of
+// itself, and then
+//   sinh |x| = ((E - 1) + (E - 1) / E) / 2, a sum of two terms of one sign, also near 0,
+//   cosh x   = E / 2 + (1/2) / E.
 template <bool kSinh>
 [[gnu::always_inline]] inline D SingleHyperbolic(D x) {
   const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
-  __m128i m_field;
-  const D r = wide::ReduceByLn2(ax, m_field);
-  const D r2 = r * r;
-  const D a = wide::TimesPow2(wide::kEven2(), m_field);
-  const D b = wide::OverPow2(wide::kEven2(), m_field);
-  const D odd = wide::SinhSeries(r, r2), even = wide::CoshMinusOneSeries(r2);
-  const D diff = a - b, sum = a + b;
-  if constexpr (!kSinh) return sum + (sum * even + diff * odd);
-  return (diff + (diff * even + sum * odd)) | (x & D::FromBits(0x8000000000000000ull));
+  const wide::ExpParts p = wide::ExpByTable(ax);
+  const D tail = p.a * p.em1r;
+  const D e = p.a + tail;
+  if constexpr (!kSinh) return e * wide::kEven2() + wide::kEven2() / e;
+  const D em1 = (p.a - wide::kOne()) + tail;
+  return ((em1 + em1 / e) * wide::kEven2()) | (x & D::FromBits(0x8000000000000000ull));
 }
 
 // One lane past the block's range: e^|x| / 2, or overflow.
