@@ -206,11 +206,9 @@ struct Expm1Reduction {
   static constexpr double kL1 = 0x1.62e4200000000p-8, kL2 = 0x1.fdf473de6af28p-29;
 };
 
-// The s members that run in double lanes. Sinh and Cosh reduce by ln 2 with no table: x = m ln2
-// + r, |r| <= ln2/2, and e^r comes from its odd and even parts, sinh r and cosh r - 1, by their
-// Taylor series to r^9 and r^8: relative errors below 2^-35, far below the final rounding to
-// float. Expm1 and Tanh take e^x - 1 from the 128-row table of 2^(i/128).
-// Always inlined, so that the four double registers of a block run side by side.
+// The s members that run in double lanes (Expm1, Tanh, Sinh, Cosh) take e^x from the 128-row
+// table of 2^(i/128) and a short series. Always inlined, so that the four double registers of a
+// block run side by side.
 namespace wide {
 inline constexpr Splat<double> kOdd3{1.0 / 6}, kEven2{1.0 / 2}, kEven4{1.0 / 24}, kOne{1.0};
 
@@ -220,18 +218,23 @@ inline constexpr Splat<double> kOdd3{1.0 / 6}, kEven2{1.0 / 2}, kEven4{1.0 / 24}
 }
 // e^x = a e^r for |x| up to 90: x = (n + i/128) ln2 + r, |r| <= ln2/256, a = 2^n 2^(i/128)
 // (the table's high part, 2^n added into its exponent, 2^-53 of a off), and e^r - 1 by its
-// series to r^4, which errs by 2^-41 of itself.
+// series to r^4, which errs by 2^-41 of itself. r = x - n (ln2/128) in one step: the product
+// rounds by 2^-53 of |x| and ln2/128 is 2^-61 off, so that r is off by less than 2^-46.
 struct ExpParts {
   D a, em1r;
 };
+inline constexpr Splat<double> kLn2Over128{0x1.62e42fefa39efp-8};
 [[gnu::always_inline]] inline ExpParts ExpByTable(D x) {
   using R = Expm1Reduction;
   const D t = x * Const<D>(R::kK) + Const<D>(R::kShifter);
-  const D n = t - Const<D>(R::kShifter);
-  const D r = (x - n * Const<D>(R::kL1)) - n * Const<D>(R::kL2);
-  int i0, i1;
-  Indices<7>(t.Image(), i0, i1);
-  const D hi = {_mm_loadh_pd(_mm_load_sd(&kExp128[i0][0]), &kExp128[i1][0])};
+  const D r = x - (t - Const<D>(R::kShifter)) * kLn2Over128();
+  // Byte offsets of the rows, 16 bytes each, as whole 64-bit lanes.
+  const __m128i offsets = _mm_slli_epi64(_mm_and_si128(t.Image(), _mm_set1_epi64x(127)), 4);
+  const long long o0 = _mm_cvtsi128_si64(offsets);
+  const long long o1 = _mm_cvtsi128_si64(_mm_unpackhi_epi64(offsets, offsets));
+  const char* rows = reinterpret_cast<const char*>(kExp128);
+  const D hi = {_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double*>(rows + o0)),
+                             reinterpret_cast<const double*>(rows + o1))};
   const __m128i n_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 45),
                                         _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
   const D r2 = r * r;

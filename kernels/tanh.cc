@@ -86,9 +86,9 @@ struct DoubleKernel {
 // the least x. |x| is clamped to 10, where tanh rounds to 1 in single and e^2|x| stays far
 // from overflow.
 [[gnu::always_inline]] inline D SingleTanh(D x) {
-  const D ax = D::Min(x & D::FromBits(0x7FFFFFFFFFFFFFFFull), D::Set(10.0));
+  const D ax = D::Min(x & D::FromBits(0x7FFFFFFFFFFFFFFFull), Const<D>(10.0));
   const D em1 = wide::ExpMinusOne(ax + ax);
-  return (em1 / (em1 + D::Set(2.0))) | (x & D::FromBits(0x8000000000000000ull));
+  return (em1 / (em1 + Const<D>(2.0))) | (x & D::FromBits(0x8000000000000000ull));
 }
 
 struct Single {
