@@ -84,8 +84,8 @@ template <class Poly>
   return y | sign;
 }
 
-// The single member in double lanes with no table, |x| up to 88.8; the sign goes back on so
-// that e^-0 - 1 is -0.
+// The single member in double lanes, |x| up to 88.8; the sign goes back on so that e^-0 - 1
+// is -0.
 [[gnu::always_inline]] inline D SingleExpm1(D x) {
   return wide::ExpMinusOne(x) | (x & D::FromBits(0x8000000000000000ull));
 }
