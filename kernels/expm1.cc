@@ -3,7 +3,7 @@
 // Below |x| = 1/32 the double result is a direct Taylor polynomial: there the reduced form
 // builds a small result from two terms of similar size, and their rounding errors add up to
 // more than an ulp. The result takes the sign of x, so that expm1(-0) is -0. The single
-// member runs in double lanes with no table.
+// member runs in double lanes, from the same table (wide::ExpMinusOne).
 #include "kernels/estrin.h"
 #include "kernels/exp_common.h"
 

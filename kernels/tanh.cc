@@ -81,7 +81,7 @@ struct DoubleKernel {
   }
 };
 
-// The single member through the exponential, in double lanes with no table:
+// The single member through the exponential (wide::ExpMinusOne), in double lanes:
 // tanh|x| = (e^2|x| - 1) / (e^2|x| - 1 + 2), with e^2|x| - 1 to its relative accuracy down to
 // the least x. |x| is clamped to 10, where tanh rounds to 1 in single and e^2|x| stays far
 // from overflow.
