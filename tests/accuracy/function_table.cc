@@ -23,6 +23,10 @@ const std::vector<double> kTanhIntervals = {0.21875, 0.3125, 0.4375, 0.625, 0.87
 
 // Distances from 1 where the logarithms' short path ends.
 const std::vector<double> kNearOne = {1.0, 1.0 - 0x1p-7 * 1.25, 1.0 + 0x1p-7 * 1.25};
+// Just above 4/3, where the single logarithms' reduction makes r near -1/3: the worst inputs
+// of a plain single-precision sum and of every float.
+const std::vector<double> kSingleLogWorst = {0x1.556f9p+0, 0x1.557b74p+0, 0x1.55a95p+0,
+                                             0x1.55594cp+0};
 
 double InvSqrt(double x) { return x == 0.0 ? 1.0 / x : 1.0 / std::sqrt(x); }
 double InvCbrt(double x) { return 1.0 / std::cbrt(x); }
@@ -139,11 +143,12 @@ const std::vector<FunctionRow>& Functions() {
       {"sTanh", mpfr_tanh, tanh, {-10.0, 10.0}, Concat(kTanhIntervals, {8.664339742098155})},
       {"dTanh", mpfr_tanh, tanh, {-20.0, 20.0}, Concat(kTanhIntervals, {18.714973875118524})},
 
-      {"sLn", mpfr_log, log, {0x1p-10, 0x1p10}, Concat(kNearOne, {0x1.556f9p+0})},
+      {"sLn", mpfr_log, log, {0x1p-10, 0x1p10}, Concat(kNearOne, kSingleLogWorst)},
       {"dLn", mpfr_log, log, {0x1p-10, 0x1p10}, kNearOne},
-      {"sLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, kNearOne},
+      {"sLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, Concat(kNearOne, kSingleLogWorst)},
       {"dLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, kNearOne},
-      {"sLog10", mpfr_log10, log10, {0x1p-10, 0x1p10}, Concat(kNearOne, {10.0, 1e10})},
+      {"sLog10", mpfr_log10, log10, {0x1p-10, 0x1p10},
+       Concat(Concat(kNearOne, kSingleLogWorst), {10.0, 1e10})},
       {"dLog10", mpfr_log10, log10, {0x1p-10, 0x1p10}, Concat(kNearOne, {10.0, 1e22})},
       {"sLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, {-1.0, -0.5, 0x1p-24, 0x1p24}},
       {"dLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, {-1.0, -0.5, 0x1p-53, 0x1p53}},

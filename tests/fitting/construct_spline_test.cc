@@ -1,6 +1,4 @@
-// Spline coefficients against their defining conditions, the natural cubic against GSL.
-#include <gsl/gsl_errno.h>
-#include <gsl/gsl_spline.h>
+// Spline coefficients against their defining conditions, and the refusals of construction.
 #include <gtest/gtest.h>
 
 #include "tests/fitting/construct_fixture.h"
@@ -128,31 +126,6 @@ TYPED_TEST(ConstructTest, QuadraticIsContinuouslyDifferentiableThroughTheData) {
       }
     }
   }
-}
-
-// GSL's natural and periodic cubic splines on the same data give the same values.
-TEST(ConstructGslTest, NaturalCubicAgreesWithGsl) {
-  const struct {
-    const gsl_interp_type* type;
-    uint64_t bc_type;
-  } kinds[] = {{gsl_interp_cspline, dfBcFreeEnd}, {gsl_interp_cspline_periodic, dfBcPeriodic}};
-  for (const auto& kind : kinds)
-    for (int64_t nx : {3, 5, 40, 1001}) {
-      Problem<double> p({nx, 1, false, false}, 21, kind.bc_type == dfBcPeriodic);
-      p.Describe(4, dfCubicNatural, kind.bc_type, nullptr, 0, nullptr, 4 * (nx - 1));
-      ASSERT_EQ(qor_df_kernel_dDFNaturalCubicSpline1D(&p.task, 0, 0, nullptr), 0);
-      gsl_spline* g = gsl_spline_alloc(kind.type, nx);
-      ASSERT_EQ(gsl_spline_init(g, p.x.data(), p.y.data(), nx), GSL_SUCCESS);
-      gsl_interp_accel* acc = gsl_interp_accel_alloc();
-      for (int64_t i = 0; i + 1 < nx; ++i)
-        for (double f : {0.0, 0.3, 0.77}) {
-          const double t = f * (p.x[i + 1] - p.x[i]), s = p.x[i] + t;
-          EXPECT_NEAR(double(Poly(p.C(0, i, 4), 4, t)), gsl_spline_eval(g, s, acc), 1e-12)
-              << "nx=" << nx << " cell " << i;
-        }
-      gsl_interp_accel_free(acc);
-      gsl_spline_free(g);
-    }
 }
 
 struct Refusal {

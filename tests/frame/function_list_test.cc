@@ -85,16 +85,4 @@ TEST(FunctionList, SlotSharing) {
   EXPECT_EQ(shared02, (std::set<std::string>{"sCospi", "sSinpi"}));
 }
 
-// The bit patterns the tables are made with are the nearest floats of the agreed values.
-TEST(FunctionList, CtabBitPatternsAreTheNearestFloats) {
-  const std::map<std::string, std::vector<uint32_t>> macros = {
-      {"CT_ONE", {TEM_CTAB_CT_ONE}},     {"CT_SCALED", {TEM_CTAB_CT_SCALED}},
-      {"CT_EXACT", {TEM_CTAB_CT_EXACT}}, {"CT_THREE", {TEM_CTAB_CT_THREE}}};
-  for (const auto& [group, bits] : macros) {
-    const std::vector<float> values = qor_abi::CtabValues(group);
-    ASSERT_EQ(values.size(), 3u) << group;
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(bits.at(i), qor_abi::FloatBits(values[i])) << group << i;
-  }
-}
-
 }  // namespace

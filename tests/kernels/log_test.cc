@@ -104,29 +104,4 @@ TEST(LogTest, Log1pReportsEachFlaggedElementOfItsSteps) {
   CheckLog1pReports<double>(_temdLog1p);
 }
 
-// Every 61st float of [1/2, 4), the worst input of the plain single-precision sum
-// (0x1.556f9p+0, 0.97 ulp there) and the worst inputs over all floats, against the double
-// function (its error is below 2^-28 float ulps).
-TEST(LogTest, SingleLogsStayWellBelowOneUlpOnTheReduction) {
-  const struct { void (*f)(int, const float*, float*); double (*reference)(double); double bound; }
-  cases[] = {{_temsLn, std::log, 0.66}, {_temsLog2, std::log2, 0.77},
-             {_temsLog10, std::log10, 0.71}};
-  std::vector<float> a = {0x1.556f9p+0f, 0x1.557b74p+0f, 0x1.55a95p+0f, 0x1.55594cp+0f};
-  for (uint32_t bits = 0x3F000000; bits < 0x40800000; bits += 61) {
-    float v;
-    memcpy(&v, &bits, sizeof v);
-    a.push_back(v);
-  }
-  std::vector<float> r(a.size());
-  for (const auto& c : cases) {
-    c.f(static_cast<int>(a.size()), a.data(), r.data());
-    for (size_t i = 0; i < a.size(); ++i) {
-      const double exact = c.reference(a[i]);
-      if (exact == 0) continue;
-      const double ulp = std::ldexp(1.0, std::ilogb(static_cast<float>(exact)) - 23);
-      ASSERT_LT(std::fabs(r[i] - exact) / ulp, c.bound) << "at " << std::hexfloat << a[i];
-    }
-  }
-}
-
 }  // namespace

@@ -88,11 +88,4 @@ TEST(Gf2PolynomialTest, MinimalPolynomialOfLinearRecurrences) {
   EXPECT_TRUE(gf2::Same(gf2::MinimalPolynomial({0, 0, 0, 0}), gf2::FromExponents({0})));
 }
 
-TEST(Gf2PolynomialTest, GcdOfProducts) {
-  const Poly a = gf2::FromExponents({7, 1, 0}), b = gf2::FromExponents({31, 3, 0}),
-             c = gf2::FromExponents({13, 4, 3, 1, 0});
-  EXPECT_TRUE(gf2::Same(gf2::Gcd(gf2::Multiply(a, b), gf2::Multiply(a, c)), a));
-  EXPECT_TRUE(gf2::Same(gf2::Gcd(gf2::Multiply(a, b), c), gf2::FromExponents({0})));
-}
-
 }  // namespace

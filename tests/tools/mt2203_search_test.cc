@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstdio>
 #include <map>
 #include <random>
 #include <set>
@@ -103,12 +101,6 @@ TEST(Mt2203SearchTest, PolynomialAnnihilatesEveryBitOfTheOutput) {
   }
 }
 
-// With A = 0 the twist is a plain feedback shift of the words: far from primitive.
-TEST(Mt2203SearchTest, PrimitivityRejectsADegenerateTwist) {
-  EXPECT_FALSE(mt2203::IsPrimitive(mt2203::CharacteristicPolynomial(0)));
-  EXPECT_FALSE(mt2203::IsPrimitive(mt2203::CharacteristicPolynomial(0x80000000u)));
-}
-
 // The linear map from the 2203 state bits to the top v bits of k outputs, built column by
 // column by running the generator from each unit state: full rank at k(v), not at k(v) + 1.
 TEST(Mt2203SearchTest, DistributionMatchesRankOfSimulatedOutputs) {
@@ -133,67 +125,6 @@ TEST(Mt2203SearchTest, DistributionMatchesRankOfSimulatedOutputs) {
     EXPECT_EQ(Rank(first_k), k * v) << "v " << v;
     if (k < mt2203::DistributionBound(v)) EXPECT_LT(Rank(rows), outputs * v) << "v " << v;
   }
-}
-
-// Same start state for all: only the members' parameters tell the streams apart.
-TEST(Mt2203SearchTest, EightMembersSideBySideAreUncorrelated) {
-  constexpr int kCount = 1000000;
-  std::vector<uint32_t> state(mt2203::kN);
-  std::mt19937 rng(2203);
-  for (uint32_t& w : state) w = rng();
-  std::vector<std::vector<double>> streams;  // standardised
-  for (const auto& [member, row] : CommittedRows()) {
-    if (streams.size() == 8) break;
-    const std::vector<uint32_t> x = mt2203::Untempered(row.matrix_a, state, kCount + mt2203::kN);
-    std::vector<double> u(kCount);
-    double sum = 0, squares = 0;
-    for (int i = 0; i < kCount; ++i) {
-      u[i] = mt2203::Temper(x[mt2203::kN + i], row.mask_b, row.mask_c) * 0x1p-32;
-      sum += u[i], squares += u[i] * u[i];
-    }
-    const double mean = sum / kCount, deviation = std::sqrt(squares / kCount - mean * mean);
-    for (double& v : u) v = (v - mean) / deviation;
-    streams.push_back(std::move(u));
-  }
-  ASSERT_EQ(streams.size(), 8u);
-  for (size_t i = 0; i < streams.size(); ++i)
-    for (size_t j = i + 1; j < streams.size(); ++j) {
-      double r = 0;
-      for (int n = 0; n < kCount; ++n) r += streams[i][n] * streams[j][n];
-      EXPECT_LT(std::fabs(r / kCount), 5 / std::sqrt(double{kCount})) << i << " " << j;
-    }
-}
-
-TEST(Mt2203RowsTest, InterruptedWriteIsDroppedAndAppendingResumes) {
-  const std::string path = ::testing::TempDir() + "mt2203_rows_test.txt";
-  const Row a{7, 0x800005CBu, 0x12345680u, 0xEFC60000u, {2203, 1101}};
-  const Row b{9, 0x900005CDu, 0x9D2C5680u, 0xEFC68000u, {2203, 1100}};
-  // Appends `text` or the row to the file.
-  auto append = [&](const char* mode, const char* text, const Row* row) {
-    std::FILE* f = std::fopen(path.c_str(), mode);
-    std::fprintf(f, "%s", text);
-    if (row != nullptr) mt2203::WriteRow(f, *row);
-    std::fclose(f);
-  };
-  append("w", "# comment\n", &a);
-  append("a", "9 0x9000", nullptr);  // cut off in the middle of a row
-  std::map<int, Row> rows;
-  std::string error;
-  ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
-  EXPECT_EQ(rows.size(), 1u);
-  mt2203::DropUnfinishedLine(path);
-  append("a", "", &b);
-  rows.clear();
-  ASSERT_TRUE(mt2203::ReadRows(path, rows, error)) << error;
-  ASSERT_EQ(rows.size(), 2u);
-  for (const Row& expected : {a, b}) {
-    const Row& got = rows.at(expected.member);
-    EXPECT_TRUE(got.matrix_a == expected.matrix_a && got.mask_b == expected.mask_b &&
-                got.mask_c == expected.mask_c && got.k == expected.k) << expected.member;
-  }
-  append("a", "12 0x1 0x2\n", nullptr);  // a complete line with fields missing is an error
-  EXPECT_FALSE(mt2203::ReadRows(path, rows, error));
-  std::remove(path.c_str());
 }
 
 }  // namespace
