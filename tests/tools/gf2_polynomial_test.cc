@@ -1,4 +1,4 @@
-// GF(2) polynomial arithmetic against brute force on small degrees.
+// GF(2) irreducibility against trial division on small degrees.
 #include "tools/gf2_polynomial.h"
 
 #include <gtest/gtest.h>
@@ -23,21 +23,6 @@ bool IrreducibleByTrialDivision(const Poly& p) {
   for (uint64_t q = 2; q < (uint64_t{1} << (d / 2 + 1)); ++q)
     if (gf2::Degree(gf2::Remainder(p, Poly{q})) < 0) return false;
   return true;
-}
-
-TEST(Gf2PolynomialTest, SquareModuloMatchesMultiplyAndDivide) {
-  std::mt19937_64 rng(7);
-  for (int degree : {2, 5, 31, 63, 64, 65, 127, 200, 2203}) {
-    const Poly p = RandomPoly(rng, degree);
-    const gf2::Modulus m(p);
-    Poly a = RandomPoly(rng, degree - 1);
-    Poly r = m.Encode(a);
-    for (int step = 0; step < 3; ++step) {
-      m.Square(r);
-      a = gf2::Remainder(gf2::Multiply(a, a), p);
-      ASSERT_TRUE(gf2::Same(m.Decode(r), a)) << "degree " << degree << " step " << step;
-    }
-  }
 }
 
 TEST(Gf2PolynomialTest, IrreducibilityOfKnownPolynomials) {
@@ -67,25 +52,6 @@ TEST(Gf2PolynomialTest, IrreducibilityOfRandomPolynomialsMatchesTrialDivision) {
     }
   }
   EXPECT_GT(irreducible, 10);  // the sample holds both kinds
-}
-
-// s[n] = sum of c_i s[n-i] from a nonzero start: an irreducible characteristic polynomial is
-// the minimal polynomial.
-TEST(Gf2PolynomialTest, MinimalPolynomialOfLinearRecurrences) {
-  std::mt19937_64 rng(3);
-  for (const Poly& p : {gf2::FromExponents({31, 3, 0}), gf2::FromExponents({89, 38, 0}),
-                        gf2::FromExponents({13, 4, 3, 1, 0}), gf2::FromExponents({127, 1, 0})}) {
-    const int d = gf2::Degree(p);
-    std::vector<uint8_t> s(2 * d);
-    for (int i = 0; i < d; ++i) s[i] = rng() & 1;
-    s[0] = 1;
-    for (int n = d; n < 2 * d; ++n)
-      for (int i = 1; i <= d; ++i) s[n] ^= gf2::Coefficient(p, d - i) & s[n - i];
-    EXPECT_TRUE(gf2::Same(gf2::MinimalPolynomial(s), p)) << d;
-  }
-  // Period 3 (1,1,0,...): x^2 + x + 1.
-  EXPECT_TRUE(gf2::Same(gf2::MinimalPolynomial({1, 1, 0, 1, 1, 0, 1, 1}), gf2::FromExponents({2, 1, 0})));
-  EXPECT_TRUE(gf2::Same(gf2::MinimalPolynomial({0, 0, 0, 0}), gf2::FromExponents({0})));
 }
 
 }  // namespace
