@@ -28,23 +28,6 @@ TEST(AbsTest, ClearsOnlyTheSignBitInEveryEntry) {
   }
 }
 
-// Any stride, negative and zero too; a count below one writes nothing.
-TEST(AbsTest, StridedFormGathersAndScattersWithAnyStride) {
-  std::vector<float> a(64);
-  for (int i = 0; i < 64; ++i) a[i] = (i % 2 ? -1.0f : 1.0f) * static_cast<float>(i);
-  const struct { int n, inca, incr; } cases[] = {{7, 1, 1}, {9, 2, 3},  {13, 3, 1}, {5, 0, 2},
-                                                 {6, -2, 1}, {8, 1, -3}, {0, 2, 2},  {-4, 2, 2}};
-  for (const auto& c : cases) {
-    std::vector<float> r(64, 99.0f);
-    const float* a0 = c.inca < 0 ? a.data() + (c.n - 1) * -c.inca : a.data();
-    float* r0 = c.incr < 0 ? r.data() + (c.n - 1) * -c.incr : r.data();
-    _temsAbsI(c.n, a0, c.inca, r0, c.incr);
-    for (int i = 0; i < c.n; ++i)
-      EXPECT_EQ(r0[i * c.incr], std::fabs(a0[i * c.inca])) << c.n << " " << c.inca << " " << i;
-    EXPECT_EQ(std::count(r.begin(), r.end(), 99.0f), 64 - std::max(c.n, 0));
-  }
-}
-
 // Every table slot of dAdd and every length from 0 to 35; overflow and NaN are not reported.
 TEST(AddTest, EveryEntryAndLengthIsTheHardwareSumSilently) {
   for (auto entry : {_temdAdd, _temdAdd_HA, _temdAdd_50, _temdAdd_26, qor_tem_kernel_dAdd_ttab[0],
