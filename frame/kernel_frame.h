@@ -106,7 +106,7 @@ struct Strided {
 // Flagged lanes of one group, in increasing lane order: the companion's result goes through
 // the dispatch to the result arrays and comes back, as a callback may have changed it.
 template <class K, int kRegs, class Io>
-[[gnu::noinline, gnu::cold]] void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typename K::T> (&x)[kRegs][K::kInputs],
+void HandleFlaggedLanes(const Io& io, int first, unsigned mask, const Vec<typename K::T> (&x)[kRegs][K::kInputs],
                         Vec<typename K::T> (&y)[kRegs][K::kResults], const char* name) {
   using T = typename K::T;
   constexpr int kLanes = Vec<T>::kLanes;
@@ -145,9 +145,43 @@ template <class V, int kRegs, int kWidth>
 // in place of Compute, so that the chains of a block's registers can overlap.
 TEM_OPTIONAL_FLAG(ComputesBlocks, kComputeBlock)
 
+// The stores of a group's results, `count` real lanes.
+template <class K, int kRegs, class Io>
+[[gnu::always_inline]] inline void StoreGroup(const Io& io, int first, int count,
+                                              const Vec<typename K::T> (&y)[kRegs][K::kResults]) {
+  constexpr int kLanes = Vec<typename K::T>::kLanes;
+#pragma GCC unroll 16
+  for (int r = 0; r < kRegs; ++r) {
+    const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
+    for (int k = 0; k < K::kResults; ++k) io.Store(k, first + r * kLanes, lanes, y[r][k]);
+  }
+}
+
+// A group with flagged lanes, out of line: in the no-error mode the lanes Settle decides, then
+// the companion for the lanes left, then the stores of the whole group.
+template <class K, int kRegs, class Io>
+[[gnu::noinline, gnu::cold]] void FinishFlaggedGroup(const Io& io, int first, int count, unsigned mask,
+                                                     bool no_error,
+                                                     const Vec<typename K::T> (&x)[kRegs][K::kInputs],
+                                                     Vec<typename K::T> (&y)[kRegs][K::kResults],
+                                                     const char* name) {
+  constexpr int kLanes = Vec<typename K::T>::kLanes;
+  if (no_error) {
+    unsigned left = 0;
+    for (int r = 0; r < kRegs; ++r) {
+      unsigned lanes = (mask >> (r * kLanes)) & ((1u << kLanes) - 1);
+      if (lanes != 0) left |= static_cast<unsigned>(K::Settle(x[r], y[r], lanes)) << (r * kLanes);
+    }
+    mask = left;
+  }
+  if (mask != 0) HandleFlaggedLanes<K, kRegs>(io, first, mask, x, y, name);
+  StoreGroup<K, kRegs>(io, first, count, y);
+}
+
 // One block of kRegs registers, or a tail group of one register with `count` real lanes.
-// Inlined into the walk, so that a block's registers and constants stay in registers; only
-// copies of them reach the flagged-lane handler, whose arrays live in memory.
+// Inlined into the walk, so that a block's registers and constants stay in registers; a group
+// with a flagged lane finishes out of line on copies of them, so that the fast path never
+// keeps them in memory.
 template <class K, int kRegs, class Io>
 [[gnu::always_inline]] inline void RunGroup(const Io& io, int first, int count, bool no_error, const char* name) {
   using V = Vec<typename K::T>;
@@ -166,27 +200,15 @@ template <class K, int kRegs, class Io>
   if constexpr (ComputesBlocks<K>::value) K::ComputeBlock(x, y);
   if constexpr (K::kCanFail) {
     mask &= (1u << count) - 1;
-    if (mask != 0 && no_error) {
-      unsigned left = 0;
-      for (int r = 0; r < kRegs; ++r) {
-        unsigned lanes = (mask >> (r * kLanes)) & ((1u << kLanes) - 1);
-        if (lanes != 0) left |= static_cast<unsigned>(K::Settle(x[r], y[r], lanes)) << (r * kLanes);
-      }
-      mask = left;
-    }
     if (mask != 0) {
       V flagged_x[kRegs][K::kInputs], flagged_y[kRegs][K::kResults];
       CopyRegisters(x, flagged_x);
       CopyRegisters(y, flagged_y);
-      HandleFlaggedLanes<K, kRegs>(io, first, mask, flagged_x, flagged_y, name);
-      CopyRegisters(flagged_y, y);
+      FinishFlaggedGroup<K, kRegs>(io, first, count, mask, no_error, flagged_x, flagged_y, name);
+      return;
     }
   }
-#pragma GCC unroll 16
-  for (int r = 0; r < kRegs; ++r) {
-    const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
-    for (int k = 0; k < K::kResults; ++k) io.Store(k, first + r * kLanes, lanes, y[r][k]);
-  }
+  StoreGroup<K, kRegs>(io, first, count, y);
 }
 
 // Vector form: blocks of K::kBlock lanes, then tail groups of one register. The loop kind is
