@@ -5,21 +5,13 @@
 
 namespace alloc_control {
 
-// Blocks of qor_serv_allocate not yet given back.
-long LiveBlocks();
-
+long LiveBlocks();  // blocks of qor_serv_allocate not yet given back
 // The allocation `index` calls from now (0 = the next) returns null; -1 fails none. Either
-// way the allocation count starts again from 0.
+// way the allocation count starts again from 0. FailFrom fails every one from `index` on.
 void FailAllocation(int index);
-
-// Like FailAllocation, but every allocation from `index` on fails, until the next call.
 void FailFrom(int index);
-
-// Allocations asked for since the last FailAllocation or FailFrom.
-long Allocations();
-
-// True when the planned failure has happened.
-bool FailureHit();
+long Allocations();  // since the last FailAllocation or FailFrom
+bool FailureHit();   // the planned failure has happened
 
 // Fails every allocation from `index` on for its lifetime.
 struct ScopedFailure {

@@ -126,14 +126,10 @@ inline const std::vector<std::string>& NonVectorDataExports() {
   return names;
 }
 
-#define QOR_ABI_STR(x) QOR_ABI_STR_(x)
-#define QOR_ABI_STR_(x) #x
-
 // One TEM_FN row of functions.def, its fields as written there.
 struct Row {
   std::string type, stem, variant, args, form, ctab, slots, error_name;
   int have;
-  std::string macro_name;  // TEM_FULL_NAME(type, stem, variant), as the library expands it
 
   // type + stem, plus "I" for the strided variant, built without the library's macros.
   std::string Name() const { return type + stem + (variant == "I" ? "I" : ""); }
@@ -142,8 +138,7 @@ struct Row {
 inline const std::vector<Row>& Rows() {
   static const std::vector<Row> rows = {
 #define TEM_FN(t, stem, var, args, form, ctab, slots, name, have) \
-  Row{#t, #stem, #var, #args, #form, #ctab, #slots, name, have,    \
-      QOR_ABI_STR(TEM_FULL_NAME(t, stem, var))},
+  Row{#t, #stem, #var, #args, #form, #ctab, #slots, name, have},
 #include "frame/functions.def"
 #undef TEM_FN
   };
@@ -210,13 +205,6 @@ inline std::vector<std::string> SplitWords(const std::string& text) {
   std::istringstream stream(text);
   for (std::string word; stream >> word;) words.push_back(word);
   return words;
-}
-inline bool StartsWith(const std::string& text, const std::string& prefix) {
-  return text.compare(0, prefix.size(), prefix) == 0;
-}
-inline bool EndsWith(const std::string& text, const std::string& suffix) {
-  return text.size() >= suffix.size() &&
-         text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
 // One .dynsym entry as readelf --dyn-syms -W prints it: the section UND, ABS or an index, the

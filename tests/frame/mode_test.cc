@@ -35,12 +35,9 @@ TEST(ModeGrammarTest, AcceptsAndRejectsWholeValues) {
       {"TEM_ERRMODE_IGNORE,TEM_ERRMODE_CALLBACK", 0x1100},
       // The sixth row is one letter short; the full word has a byte behind the match.
       {"TEM_DOUBLE_CONSISTENT", kRejected}, {"TEM_HA,TEM_DOUBLE_CONSISTENT", kRejected},
-      // A partial parse never counts.
-      {"TEM_LA,", kRejected}, {"TEM_LA, TEM_HA", kRejected}, {"TEM_LA,,TEM_HA", kRejected},
-      {"tem_la", kRejected}, {"TEM_la", kRejected}, {"TEM_LAX", kRejected},
-      {"TEM_LA ", kRejected}, {" TEM_LA", kRejected}, {"TEM_", kRejected},
-      {"TEMXLA", kRejected}, {"TEM_ERRMODE", kRejected}, {"TEM_LA;TEM_HA", kRejected},
-      {"TEM_HA,TEM_LA,TEM_UNKNOWN", kRejected},
+      // A partial parse never counts: one value for each way a parse stops.
+      {"tem_la", kRejected}, {"TEMXLA", kRejected}, {"TEM_LAX", kRejected}, {"TEM_LA,", kRejected},
+      {"TEM_LA, TEM_HA", kRejected}, {"TEM_HA,TEM_LA,TEM_UNKNOWN", kRejected},
   };
   for (const auto& c : cases)
     EXPECT_EQ(ParseWith(c.value), c.parsed) << (c.value ? c.value : "(absent)");
@@ -82,47 +79,38 @@ TEST(ModeSeedTest, EachThreadSeedsFromTheEnvironmentOnFirstUse) {
   unsetenv("QOR_TEM_MODE");
 }
 
+// The error field is replaced whole, not merged; consistency bits are dropped; traps are one
+// field; bits outside the fields keep their value and are never set; nothing is validated.
 TEST(SetModeTest, ReplacesEachNonZeroFieldWhole) {
-  // The error field is replaced whole, not merged; consistency bits are dropped; a partial
-  // denormal field is stored as it is; traps are one field; bits outside the fields keep their
-  // value and are never set; nothing is validated.
   const struct { uint32_t old, requested, result; } cases[] = {
-      {0x1A02, 0x0, 0x1A02},        {0x1A02, 0x100, 0x0102},       {0x1A02, 0x3, 0x1A03},
-      {0x1A12, 0x20, 0x1A12},       {0x1A12, 0x21, 0x1A11},        {0x1A02, 0x280000, 0x281A02},
-      {0x281A02, 0x140000, 0x141A02}, {0x1A02, 0x80000, 0x81A02},
-      {0x5001A02, 0x2000000, 0x2001A02}, {0x1A02, 0x30000, 0x31A02}, {0x11A02, 0x20000, 0x21A02},
-      {0xF0C01A02, 0x1, 0xF0C01A01}, {0x1A02, 0xF0C00000, 0x1A02}, {0x1A02, 0xF, 0x1A0F},
-      {0x1A02, 0x3F00, 0x3F02}};
+      {0x1A02, 0x0, 0x1A02},          {0x1A02, 0x100, 0x0102},       {0x1A12, 0x21, 0x1A11},
+      {0x281A02, 0x140000, 0x141A02}, {0x11A02, 0x20000, 0x21A02},   {0x1A02, 0xF, 0x1A0F},
+      {0x5001A02, 0x2000000, 0x2001A02}, {0xF0C01A02, 0x1, 0xF0C01A01},
+      {0x1A02, 0xF0C00000, 0x1A02}};
   for (const auto& c : cases)
     EXPECT_EQ(tem::ReplaceModeFields(c.old, c.requested), c.result)
         << std::hex << c.old << " " << c.requested;
 }
 
-// Both names of each service agree: set returns the (seeded) old word, clear the old status.
+// Set returns the (seeded) old word, the table index follows the accuracy field, clear returns
+// the old status.
 TEST(ServicesTest, ModeTableIndexAndStatus) {
   OnFreshThread([] {
     unsetenv("QOR_TEM_MODE");
     EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 1);
     EXPECT_EQ(_temSetMode(0x100), TEM_MODE_DEFAULT);
-    EXPECT_EQ(qor_tem_kernel_SetMode(0), 0x102u);
     EXPECT_EQ(qor_tem_kernel_SetMode(TEM_EP), 0x102u);
     EXPECT_EQ(_temGetMode(), 0x103u);
     EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 2);
     _temSetMode(TEM_LA);
     EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 0);
-    _temSetMode(4);
-    EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 3);
-    EXPECT_EQ(_temGetErrStatus(), 0);
     EXPECT_EQ(_temSetErrStatus(12345), 0);
-    EXPECT_EQ(qor_tem_kernel_GetErrStatus(), 12345);
     EXPECT_EQ(qor_tem_kernel_SetErrStatus(-7), 12345);
     EXPECT_EQ(_temClearErrStatus(), -7);
-    EXPECT_EQ(qor_tem_kernel_ClearErrStatus(), 0);
+    EXPECT_EQ(_temGetErrStatus(), 0);
   });
-  int dummy;
-  EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(&dummy, 0x1A03), 2);
+  EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(nullptr, 0x1A03), 2);
   EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(nullptr, 0x1A00), -1);
-  EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(nullptr, 0x2001), 0);
   EXPECT_EQ(dll_cpu_version(), 1);
 }
 
@@ -133,14 +121,12 @@ int CallbackB(temErrorContext*) { return 1; }
 // bit leaves it set.
 TEST(ErrorCallBackTest, CallbackBitFollowsThePointer) {
   OnFreshThread([] {
-    EXPECT_EQ(_temGetErrorCallBack(), nullptr);
     EXPECT_EQ(_temSetErrorCallBack(CallbackA), nullptr);
     EXPECT_EQ(_temGetMode(), 0x1A02u);
     EXPECT_EQ(qor_tem_kernel_SetErrorCallBack(CallbackB), CallbackA);
-    EXPECT_EQ(qor_tem_kernel_GetErrorCallBack(), CallbackB);
+    EXPECT_EQ(_temGetErrorCallBack(), CallbackB);
     EXPECT_EQ(_temClearErrorCallBack(), CallbackB);
     EXPECT_EQ(_temGetMode(), 0x0A02u);
-    EXPECT_EQ(_temGetErrorCallBack(), nullptr);
     _temSetMode(TEM_ERRMODE_STDERR);
     _temSetErrorCallBack(CallbackA);
     EXPECT_EQ(_temGetMode(), 0x1402u);
@@ -148,9 +134,6 @@ TEST(ErrorCallBackTest, CallbackBitFollowsThePointer) {
     _temSetErrorCallBack(nullptr);
     EXPECT_EQ(_temGetMode(), 0x1002u);
     EXPECT_EQ(_temGetErrorCallBack(), nullptr);
-    _temSetErrorCallBack(CallbackA);
-    EXPECT_EQ(qor_tem_kernel_ClearErrorCallBack(), CallbackA);
-    EXPECT_EQ(_temGetMode(), 0x1002u);
   });
 }
 

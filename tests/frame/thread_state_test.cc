@@ -44,35 +44,34 @@ TEST(ThreadStateTest, RecordsAreMadeOnFirstUseAndFreedAtThreadExit) {
   EXPECT_EQ(LiveBlocks(), before) << "records are freed when their threads end";
 }
 
-template <int I>
-int Callback(temErrorContext*) { return I; }
+int CallbackA(temErrorContext*) { return 0; }
+int CallbackB(temErrorContext*) { return 1; }
 
+// Every thread sets its own mode and callback, then reports its own code many times while the
+// others do the same.
 TEST(ThreadStateTest, ThreadsKeepTheirOwnModeStatusAndCallback) {
   constexpr int kThreads = 8;
-  const temErrorCallBack callbacks[kThreads] = {Callback<1>, Callback<2>, Callback<3>, Callback<4>,
-                                                Callback<5>, Callback<6>, Callback<7>, Callback<8>};
-  const uint32_t error_fields[] = {0x100, 0x200, 0x400, 0x1000};
   std::barrier set(kThreads);
   std::vector<std::thread> threads;
   std::atomic<int> failures{0};
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
-      const uint32_t mode = (i % 3 + 1) | error_fields[i % 4] | (i % 2 ? 0x280000u : 0x140000u);
+      const uint32_t mode = (i % 3 + 1) | (0x100u << i % 4) | (i % 2 ? 0x280000u : 0x140000u);
+      const temErrorCallBack callback = i % 2 ? CallbackA : CallbackB;
       _temSetMode(mode);
-      _temSetErrorCallBack(callbacks[i]);
+      _temSetErrorCallBack(callback);
       set.arrive_and_wait();
-      // Every thread reports its own code many times while the others do the same.
       const int code = i % 4 + 1;
       double a = 1, r = 2;
       for (int k = 0; k < 2000; ++k) {
         _temSetMode(TEM_ERRMODE_IGNORE);
         tem::temErrorD(code, 0, &a, &a, &r, &r, "vdTest");
-        if (_temGetErrStatus() != code) ++failures;
+        failures += _temGetErrStatus() != code;
       }
       _temSetMode(mode);
       set.arrive_and_wait();
-      if (_temGetMode() != mode) ++failures;
-      if (_temGetErrorCallBack() != callbacks[i]) ++failures;
+      failures += _temGetMode() != mode;
+      failures += _temGetErrorCallBack() != callback;
     });
   }
   for (std::thread& t : threads) t.join();
