@@ -60,7 +60,7 @@ struct Log1pDoubleLanes : Log1pLanes {
 // sLog1p in single lanes: u = 1 + x rounded to single through sLn's reduction, and the part of
 // 1 + x that u misses, d (exact, by a fast two-sum of 1 and x in the order of magnitude), joins
 // ln(1 + r) as d / u = d 2^-n / (1 + r), taken as d 2^-n (1 - r + r^2). Near 0 a short series
-// of its own. The sign of x is that of the result, and of a zero.
+// of its own.
 struct Log1pSingle {
   using T = float;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
@@ -78,14 +78,19 @@ struct Log1pSingle {
     const __m128 inverse = _mm_add_ps(_mm_sub_ps(one, a.r), _mm_mul_ps(a.r, a.r));
     const __m128 ln = LogSingleFinish<LnSingleBase, true>(a, _mm_mul_ps(delta, inverse));
     // |x| <= 2^-8: x + x^2 (-1/2 + x (1/3 - x / 4)), where ln(1 + x) and the rounding error
-    // of 1 + x nearly cancel in the sum above.
+    // of 1 + x nearly cancel in the sum above. Registers without such a lane skip it.
     const __m128 near_zero = _mm_cmple_ps(_mm_andnot_ps(_mm_set1_ps(-0.0f), x), _mm_set1_ps(0x1p-8f));
+    if (_mm_movemask_ps(near_zero) == 0) {
+      out[0] = ln;
+      return;
+    }
     const __m128 q = _mm_add_ps(_mm_mul_ps(x, _mm_add_ps(_mm_mul_ps(x, _mm_set1_ps(-0.25f)),
                                                          _mm_set1_ps(1.0f / 3.0f))),
                                 _mm_set1_ps(-0.5f));
-    const __m128 short_path = _mm_add_ps(x, _mm_mul_ps(_mm_mul_ps(x, x), q));
-    const __m128 y = _mm_or_ps(_mm_and_ps(near_zero, short_path), _mm_andnot_ps(near_zero, ln));
-    out[0] = _mm_or_ps(y, _mm_and_ps(x, _mm_set1_ps(-0.0f)));
+    // The sign of x is put back, for x = -0.
+    const __m128 short_path = _mm_or_ps(_mm_add_ps(x, _mm_mul_ps(_mm_mul_ps(x, x), q)),
+                                        _mm_and_ps(x, _mm_set1_ps(-0.0f)));
+    out[0] = _mm_or_ps(_mm_and_ps(near_zero, short_path), _mm_andnot_ps(near_zero, ln));
   }
   // Lanes outside (-1, +infinity), NaN included, by images made ordered as signed integers:
   // -1 and below map to 0xC07FFFFF and less, +infinity and NaN above 0x7F7FFFFF.

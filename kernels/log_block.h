@@ -237,25 +237,6 @@ inline LnSingleParts LnSingleReduce(__m128 x) {
 
 inline __m128 MaskPs(uint32_t bits) { return _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits))); }
 
-// ln(1 + r) = hi + lo in single lanes. The sums of r + r^2 (p r - 0.5) in plain single cost up
-// to 0.47 ulp of the result where r is near -1/3 and the result is half its terms (x just
-// above 4/3), so the large part -r^2 / 2 is split off exactly: rh keeps the upper 12 bits of r,
-// -rh^2 / 2 is exact, hi = r - rh^2 / 2 rounded with its error kept, and lo gathers that error,
-// -(rh + rl / 2) rl (the rest of -r^2 / 2, exact products) and r^3 p.
-struct PairPs {
-  __m128 hi, lo;
-};
-inline PairPs LnSinglePoly(__m128 r, __m128 p) {
-  const __m128 rh = _mm_and_ps(r, MaskPs(0xFFFFF000u));
-  const __m128 rl = _mm_sub_ps(r, rh);
-  const __m128 b = _mm_mul_ps(_mm_mul_ps(rh, rh), _mm_set1_ps(-0.5f));
-  const __m128 hi = _mm_add_ps(r, b);  // |r| > |b|
-  const __m128 err = _mm_sub_ps(b, _mm_sub_ps(hi, r));
-  const __m128 cube = _mm_mul_ps(_mm_mul_ps(_mm_mul_ps(r, r), r), p);
-  const __m128 rest = _mm_mul_ps(_mm_add_ps(rh, _mm_mul_ps(rl, _mm_set1_ps(0.5f))), rl);
-  return {hi, _mm_add_ps(_mm_sub_ps(cube, rest), err)};
-}
-
 // Constants of the single-precision logarithms: log_b(2) = kLog2Hi + kLog2Lo with kLog2Hi
 // short enough that n kLog2Hi is exact, and for log2 and log10 log_b(e) = kScaleHi + kScaleLo
 // with kScaleHi of 12 bits; kScaleDouble is log_b(e) in double for the companion.
@@ -279,28 +260,33 @@ struct Log10SingleBase {
   static constexpr double kScaleDouble = 0.4342944819032518;
 };
 
-// log_b(x) = n log_b(2) + log_b(e) ln(1 + r) in single lanes, the two leading terms summed
-// with their error kept (|n log_b(2)| exceeds the other term unless n = 0, where the sum is
-// exact). For log2 and log10 the leading product is (hi to 12 bits) * kScaleHi, exact.
-// With kExtra, `extra` (a small correction to ln(1 + r)) joins the low part.
+// log_b(x) = n log_b(2) + log_b(e) ln(1 + r) in single lanes. ln(1 + r) = s + e, with s + e
+// = r + h exactly for h = -r^2 / 2 rounded, and q = r^3 p joining e. The leading sum
+// t = n log_b(2) + lead keeps its error too: near x = 4/3 it is the result less a term of half
+// its size (n = 1, r near -1/3). |n log_b(2)| exceeds lead unless n = 0, where the sum is exact.
+// For ln, lead is s; for log2 and log10 it is s to 12 bits times kScaleHi, an exact product.
+// With kExtra, `extra` (a small correction to ln(1 + r)) joins e.
 template <class B, bool kExtra = false>
 inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
-  PairPs ln1r = LnSinglePoly(a.r, a.p);
-  if constexpr (kExtra) ln1r.lo = _mm_add_ps(ln1r.lo, extra);
+  const __m128 r = a.r, r2 = _mm_mul_ps(r, r);
+  const __m128 h = _mm_mul_ps(r2, _mm_set1_ps(-0.5f));
+  const __m128 s = _mm_add_ps(r, h);  // |r| > |h|
+  __m128 e = _mm_add_ps(_mm_sub_ps(h, _mm_sub_ps(s, r)), _mm_mul_ps(_mm_mul_ps(r2, r), a.p));
+  if constexpr (kExtra) e = _mm_add_ps(e, extra);
   const __m128 n = _mm_cvtepi32_ps(a.n);
   const __m128 nh = _mm_mul_ps(n, _mm_set1_ps(B::kLog2Hi));
-  __m128 lead = ln1r.hi, rest = ln1r.lo;
+  __m128 lead = s, rest = e;
   if constexpr (B::kScaled) {
-    const __m128 hh = _mm_and_ps(ln1r.hi, MaskPs(0xFFFFF000u));
-    lead = _mm_mul_ps(hh, _mm_set1_ps(B::kScaleHi));
-    rest = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_sub_ps(ln1r.hi, hh), _mm_set1_ps(B::kScaleHi)),
-                                 _mm_mul_ps(ln1r.hi, _mm_set1_ps(B::kScaleLo))),
-                      _mm_mul_ps(ln1r.lo, _mm_set1_ps(B::kScale)));
+    const __m128 sh = _mm_and_ps(s, MaskPs(0xFFFFF000u));
+    lead = _mm_mul_ps(sh, _mm_set1_ps(B::kScaleHi));
+    rest = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_sub_ps(s, sh), _mm_set1_ps(B::kScaleHi)),
+                                 _mm_mul_ps(s, _mm_set1_ps(B::kScaleLo))),
+                      _mm_mul_ps(e, _mm_set1_ps(B::kScale)));
   }
   if constexpr (B::kLog2Lo != 0) rest = _mm_add_ps(rest, _mm_mul_ps(n, _mm_set1_ps(B::kLog2Lo)));
-  const __m128 y = _mm_add_ps(nh, lead);
-  const __m128 err = _mm_sub_ps(lead, _mm_sub_ps(y, nh));
-  return _mm_add_ps(y, _mm_add_ps(err, rest));
+  const __m128 t = _mm_add_ps(nh, lead);
+  const __m128 err = _mm_sub_ps(lead, _mm_sub_ps(t, nh));
+  return _mm_add_ps(t, _mm_add_ps(err, rest));
 }
 
 }  // namespace tem

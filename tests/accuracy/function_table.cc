@@ -23,10 +23,11 @@ const std::vector<double> kTanhIntervals = {0.21875, 0.3125, 0.4375, 0.625, 0.87
 
 // Distances from 1 where the logarithms' short path ends.
 const std::vector<double> kNearOne = {1.0, 1.0 - 0x1p-7 * 1.25, 1.0 + 0x1p-7 * 1.25};
-// Just above 4/3, where the single logarithms' reduction makes r near -1/3: the worst inputs
-// of a plain single-precision sum and of every float.
-const std::vector<double> kSingleLogWorst = {0x1.556f9p+0, 0x1.557b74p+0, 0x1.55a95p+0,
-                                             0x1.55594cp+0};
+// Near 4/3, where the single logarithms' reduction makes r near -1/3: the worst inputs of a
+// plain single-precision sum, and of every float for sLn, sLog2 and sLog10.
+const std::vector<double> kSingleLogWorst = {0x1.556f9p+0,  0x1.557b74p+0, 0x1.55a95p+0,
+                                             0x1.55594cp+0, 0x1.4500c8p+0, 0x1.556b24p+0,
+                                             0x1.555ad8p+0};
 
 double InvSqrt(double x) { return x == 0.0 ? 1.0 / x : 1.0 / std::sqrt(x); }
 double InvCbrt(double x) { return 1.0 / std::cbrt(x); }
@@ -150,7 +151,7 @@ const std::vector<FunctionRow>& Functions() {
       {"sLog10", mpfr_log10, log10, {0x1p-10, 0x1p10},
        Concat(Concat(kNearOne, kSingleLogWorst), {10.0, 1e10})},
       {"dLog10", mpfr_log10, log10, {0x1p-10, 0x1p10}, Concat(kNearOne, {10.0, 1e22})},
-      {"sLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, {-1.0, -0.5, 0x1p-24, 0x1p24}},
+      {"sLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, {-1.0, -0.5, 0x1p-24, 0x1p24, 0x1.13d57cp-2}},
       {"dLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, {-1.0, -0.5, 0x1p-53, 0x1p53}},
       {"sLogb", MpfrLogb, logb, {-1e3, 1e3}, {}, true},
       {"dLogb", MpfrLogb, logb, {-1e3, 1e3}, {}, true},
