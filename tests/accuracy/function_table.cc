@@ -177,7 +177,7 @@ const std::vector<FunctionRow>& Functions() {
       {"dPow2o3", MpfrPow2o3, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-500, 0x1p500, 0x1p-1022}},
       {"sPow3o2", MpfrPow3o2, Pow3o2, {0.0, 1e3}, {1.0, 0x1p85, 0x1p-126}},
       {"dPow3o2", MpfrPow3o2, Pow3o2, {0.0, 1e3}, {1.0, 0x1p-600, 0x1p600, 0x1p682, 0x1p-1022}},
-      {"sHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-126, 0x1p127}},
+      {"sHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-126, 0x1p127, 0x1p-63, 0x1p63, 0x1.8p63}},
       {"dHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-900, 0x1p-1022, 0x1p1023, 0x1p-480, 0x1p510}},
       // The exponent 1.5 and 2 take own loops in Powx; 1 and -1 are exact powers.
       {"sPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
