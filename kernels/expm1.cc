@@ -59,7 +59,6 @@ double Expm1Reduced(double x) {
 // |x| up to 708.4, where 2^n is normal; the same steps as Expm1Reduced, lane by lane.
 template <class Poly>
 [[gnu::always_inline]] inline D Expm1Block(D x) {
-  const D sign = x & Const<D>(-0.0);
   const D t = x * Const<D>(R::kK) + Const<D>(R::kShifter);
   const D n = t - Const<D>(R::kShifter);
   const D r = (x - n * Const<D>(R::kL1)) - n * Const<D>(R::kL2);
@@ -77,11 +76,12 @@ template <class Poly>
   const D bb = s - a;
   const D err = (a - (s - bb)) + (Const<D>(-1.0) - bb);
   const D corr = (hi * Poly::Eval(r) + lo) * scale;
-  D y = s + (err + corr);
-  // The polynomial only for registers that have a small lane.
+  const D y = s + (err + corr);
+  // The polynomial only for registers that have a small lane, with the sign of x put back
+  // for x = -0; elsewhere the result has the sign of x already.
   const D small = D::Less(D(_mm_andnot_pd(Const<D>(-0.0).raw, x.raw)), Const<D>(kSmall));
-  if (small.LaneBits() != 0) y = D::Select(small, Poly::Small(x), y);
-  return y | sign;
+  if (small.LaneBits() == 0) return y;
+  return D::Select(small, Poly::Small(x) | (x & Const<D>(-0.0)), y);
 }
 
 // The single member in double lanes, |x| up to 88.8; the sign goes back on so that e^-0 - 1
