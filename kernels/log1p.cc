@@ -33,17 +33,11 @@ struct Log1pLanes {
     *r = x == -1.0 ? -__builtin_inf() : DoubleOf(kQuietNaNBits);
     return x == -1.0 ? 2 : 1;
   }
-  // Lanes outside (-1, +infinity), NaN included, by high words made ordered as signed integers
-  // (negative ones with the magnitude bits flipped): -1, and the doubles below it that share
-  // its high word 0xBFF00000, map to 0xC00FFFFF and less; +infinity and NaN to 0x7FF00000 and
-  // more.
+  // Lanes outside (-1, +infinity), NaN included: those not above -1 or not below +infinity.
   static int Flag(__m128d x) {
-    const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
-    const __m128i flip = _mm_and_si128(_mm_srai_epi32(high, 31), _mm_set1_epi32(0x7FFFFFFF));
-    const __m128i ordered = _mm_xor_si128(high, flip);
-    const __m128i low = _mm_cmpgt_epi32(_mm_set1_epi32(static_cast<int>(0xC0100000u)), ordered);
-    const __m128i high_end = _mm_cmpgt_epi32(ordered, _mm_set1_epi32(0x7FEFFFFF));
-    return _mm_movemask_pd(_mm_castsi128_pd(_mm_or_si128(low, high_end)));
+    const __m128d out = _mm_or_pd(_mm_cmpngt_pd(x, _mm_set1_pd(-1.0)),
+                                  _mm_cmpnlt_pd(x, _mm_set1_pd(__builtin_inf())));
+    return _mm_movemask_pd(out);
   }
 };
 
