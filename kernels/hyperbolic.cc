@@ -2,7 +2,8 @@
 // A = 2^(m+j/16)/2, B = 2^-(m+j/16)/2, C = cosh r, S = sinh r:
 //   sinh |x| = (A - B) + ((A - B)(C - 1) + (A + B) S),
 //   cosh x   = (A + B) + ((A + B)(C - 1) + (A - B) S),
-// with A and B as double-double values, so that the leading term rounds once. Below
+// with A and B as double-double values, so that the leading term rounds once. From |x| = 22
+// on, B is below 2^-63 of A and both are A + A((C - 1) + S). Below
 // |x| = kSmall sinh is a direct odd Taylor polynomial: there the reduced form makes the result
 // as A - B less a term of nearly its size, and the errors exceed an ulp. The single forms run
 // in double lanes from e^|x| and its reciprocal (SingleHyperbolic).
@@ -16,6 +17,7 @@ constexpr double kLog2e = 1.4426950408889634;
 constexpr double kShifter = 0x1.8p48;  // rounds |x| log2 e to a multiple of 1/16
 constexpr double kL1 = 0x1.62e42fefa0000p-1, kL2 = 0x1.cf79abc9e3b3ap-40;  // ln 2
 constexpr double kSmall = 0x1p-3;  // the direct sinh polynomial's range, |x| below it
+constexpr double kLarge = 22.0;    // e^-2|x| < 2^-63 from here on
 
 // The double forms; kOddPoly and kEvenPoly are S(r)/r - 1 over r^2 and (C(r) - 1)/r^2 - 1/2
 // over r^2, on |r| <= ln2/32.
@@ -54,21 +56,27 @@ template <bool kSinh, class Polys>
   Indices<4>(t.Image(), j0, j1);
   const __m128d up0 = _mm_load_pd(&kHyperbolicPowers[j0][0]);
   const __m128d up1 = _mm_load_pd(&kHyperbolicPowers[j1][0]);
-  const __m128d down0 = _mm_load_pd(&kHyperbolicPowers[j0][2]);
-  const __m128d down1 = _mm_load_pd(&kHyperbolicPowers[j1][2]);
   // 2^m and 2^-m from the bits of n above the 4 index bits.
   const __m128i m_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 48),
                                         _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
   const __m128i one = _mm_set1_epi64x(0x3FF0000000000000ll);
   const D scale_up = D::FromImage(_mm_add_epi64(one, m_field));
-  const D scale_down = D::FromImage(_mm_sub_epi64(one, m_field));
   // The high parts are normal after scaling, so 2^+-m goes straight into their exponents.
   const D a_hi = D::FromImage(_mm_add_epi64(_mm_castpd_si128(_mm_unpacklo_pd(up0, up1)), m_field));
-  const D b_hi = D::FromImage(_mm_sub_epi64(_mm_castpd_si128(_mm_unpacklo_pd(down0, down1)), m_field));
+  const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * scale_up;
   const D r2 = r * r;
   const D odd = Polys::Odd(r, r2);
   const D even = Polys::EvenMinusOne(r2);
-  const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * scale_up;
+  // From |x| = kLarge on, B is below 2^-63 of the result: both functions are A e^r, and
+  // registers whose lanes all lie there skip B.
+  if (D::Greater(ax, Const<D>(kLarge)).LaneBits() == 3) {
+    const D y = a_hi + (a_lo + a_hi * (even + odd));
+    return kSinh ? y | sign : y;
+  }
+  const __m128d down0 = _mm_load_pd(&kHyperbolicPowers[j0][2]);
+  const __m128d down1 = _mm_load_pd(&kHyperbolicPowers[j1][2]);
+  const D scale_down = D::FromImage(_mm_sub_epi64(one, m_field));
+  const D b_hi = D::FromImage(_mm_sub_epi64(_mm_castpd_si128(_mm_unpacklo_pd(down0, down1)), m_field));
   const D b_lo = D(_mm_unpackhi_pd(down0, down1)) * scale_down;
   // A >= B, so both sums are exact with their errors by Fast2Sum.
   const D diff = a_hi - b_hi;
