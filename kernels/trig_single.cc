@@ -4,6 +4,7 @@
 #include <math.h>
 
 #include "frame/kernel_frame.h"
+#include "kernels/estrin.h"
 #include "kernels/trig_reduction.h"
 
 namespace tem {
@@ -27,7 +28,7 @@ constexpr Splat<double> kSin3{-0.1666665955042783}, kSin5{0.00833306624608569},
     kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06};
 [[gnu::always_inline]] inline D SinPoly(D r) {
   const D u = r * r;
-  return r + r * u * (kSin3() + u * (kSin5() + u * (kSin7() + u * kSin9())));
+  return r + (r * u) * Estrin4(u, u * u, kSin3(), kSin5(), kSin7(), kSin9());
 }
 
 // tan r = r P(u) / Q(u), u = r^2, the [5/6] Pade approximant of tan: relative error below
