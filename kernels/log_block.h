@@ -132,11 +132,11 @@ inline __m128d LogBlockWith(__m128d x, __m128d n, Extra extra) {
   const __m128d err = _mm_add_pd(_mm_sub_pd(s, w), t);
   const __m128d low = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Lo)), lo);
   const __m128d p = LnBlockTailPd(r, B::kScale);
-  __m128d small = _mm_add_pd(err, low);
+  __m128d small = _mm_add_pd(low, rest);
   if constexpr (!std::is_same_v<Extra, std::nullptr_t>) {
     small = _mm_add_pd(small, extra(reciprocal.q, n));
   }
-  return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(small, rest), p));
+  return _mm_add_pd(w, _mm_add_pd(_mm_add_pd(small, p), err));
 }
 
 // log_b(x) + extra for positive normal lanes, whose biased exponent is n.
@@ -211,7 +211,8 @@ inline __m128d LogBlockShort(__m128d x) {
 // sLn's reduction in single precision, for positive normal floats with bits u:
 // v = u - 0x3F2AAAAB (the image of 2/3), n = v >> 23, m = (v & 0x7FFFFF) + 0x3F2AAAAB in
 // [2/3, 4/3), r = m - 1 exact, and p the Horner sum of the degree-9 polynomial up to its last
-// step, ln x = n ln 2 + r + r^2 (p r - 0.5).
+// step, ln x = n ln 2 + r + r^2 (p r - 0.5). With a scale, p comes times the scale, from
+// coefficients scaled once.
 struct LnSingleParts {
   __m128i n;
   __m128 r, p;
@@ -221,7 +222,7 @@ inline constexpr float kLnSinglePoly[] = {-0.12891685962677002f, 0.1398443728685
                                           -0.16680487990379333f, 0.20010405778884888f,
                                           -0.24999797344207764f, 0.3333321511745453f, -0.5f};
 
-inline LnSingleParts LnSingleReduce(__m128 x) {
+[[gnu::always_inline]] inline LnSingleParts LnSingleReduce(__m128 x, float scale = 1.0f) {
   const __m128i v = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x3F2AAAAB));
   const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
                                                   _mm_set1_epi32(0x3F2AAAAB)));
@@ -229,7 +230,7 @@ inline LnSingleParts LnSingleReduce(__m128 x) {
   // The terms to r^7 by Estrin's scheme: p enters the result times r^3, so that its own
   // rounding errors reach the result at a few hundredths of an ulp.
   using F = Vec<float>;
-  const auto c = [](int k) { return F::Set(kLnSinglePoly[k]); };
+  const auto c = [scale](int k) { return F::Set(kLnSinglePoly[k] * scale); };
   const F rv = {r}, r2 = rv * rv;
   const F p = Estrin4(rv, r2, c(7), c(6), c(5), c(4)) + Estrin4(rv, r2, c(3), c(2), c(1), c(0)) * (r2 * r2);
   return {_mm_srai_epi32(v, 23), r, p.raw};
@@ -260,18 +261,19 @@ struct Log10SingleBase {
   static constexpr double kScaleDouble = 0.4342944819032518;
 };
 
-// log_b(x) = n log_b(2) + log_b(e) ln(1 + r) in single lanes. ln(1 + r) = s + e, with s + e
-// = r + h exactly for h = -r^2 / 2 rounded, and q = r^3 p joining e. The leading sum
-// t = n log_b(2) + lead keeps its error too: near x = 4/3 it is the result less a term of half
-// its size (n = 1, r near -1/3). |n log_b(2)| exceeds lead unless n = 0, where the sum is exact.
-// For ln, lead is s; for log2 and log10 it is s to 12 bits times kScaleHi, an exact product.
-// With kExtra, `extra` (a small correction to ln(1 + r)) joins e.
+// log_b(x) = n log_b(2) + log_b(e) ln(1 + r) in single lanes. ln(1 + r) = s + e + q, with
+// s + e = r + h exactly for h = -r^2 / 2 rounded, and q = r^3 p, p from LnSingleReduce with
+// the scale kScale. The leading sum t = n log_b(2) + lead keeps its error too: near x = 4/3 it
+// is the result less a term of half its size (n = 1, r near -1/3). |n log_b(2)| exceeds lead
+// unless n = 0, where the sum is exact. For ln, lead is s; for log2 and log10 it is s to 12
+// bits times kScaleHi, an exact product. q, the last term to be ready, joins last. With
+// kExtra, `extra` (a small correction to ln(1 + r)) joins e.
 template <class B, bool kExtra = false>
 inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
   const __m128 r = a.r, r2 = _mm_mul_ps(r, r);
   const __m128 h = _mm_mul_ps(r2, _mm_set1_ps(-0.5f));
   const __m128 s = _mm_add_ps(r, h);  // |r| > |h|
-  __m128 e = _mm_add_ps(_mm_sub_ps(h, _mm_sub_ps(s, r)), _mm_mul_ps(_mm_mul_ps(r2, r), a.p));
+  __m128 e = _mm_sub_ps(h, _mm_sub_ps(s, r));
   if constexpr (kExtra) e = _mm_add_ps(e, extra);
   const __m128 n = _mm_cvtepi32_ps(a.n);
   const __m128 nh = _mm_mul_ps(n, _mm_set1_ps(B::kLog2Hi));
@@ -286,7 +288,8 @@ inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
   if constexpr (B::kLog2Lo != 0) rest = _mm_add_ps(rest, _mm_mul_ps(n, _mm_set1_ps(B::kLog2Lo)));
   const __m128 t = _mm_add_ps(nh, lead);
   const __m128 err = _mm_sub_ps(lead, _mm_sub_ps(t, nh));
-  return _mm_add_ps(t, _mm_add_ps(err, rest));
+  const __m128 q = _mm_mul_ps(_mm_mul_ps(r2, r), a.p);
+  return _mm_add_ps(t, _mm_add_ps(_mm_add_ps(err, rest), q));
 }
 
 }  // namespace tem
