@@ -75,7 +75,8 @@ template <class Poly>
   const D s = a - Const<D>(1.0);
   const D bb = s - a;
   const D err = (a - (s - bb)) + (Const<D>(-1.0) - bb);
-  const D corr = (hi * Poly::Eval(r) + lo) * scale;
+  // 2^k (hi p + lo) bit for bit, with the series one multiplication from the end.
+  const D corr = a * Poly::Eval(r) + lo * scale;
   const D y = s + (err + corr);
   // The polynomial only for registers that have a small lane, with the sign of x put back
   // for x = -0; elsewhere the result has the sign of x already.

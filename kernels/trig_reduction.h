@@ -163,20 +163,21 @@ template <bool kSin, bool kCos>
   // sin r - r and cos r - 1 on |r| <= pi/512.
   static constexpr S s5{0.008333322932609515}, s3{0.1666666666665455}, c2{-0.5},
       c4{0.041666666666651524}, c6{0.0013888875887985619};
+  // The small terms are summed in the order they become ready, the series' last.
   const D ps = r * u * (s5() * u - s3());
-  const D pc = u * (c2() + u * (c4() - u * c6()));
+  const D pc = u * c2() + (u * u) * (c4() - u * c6());
   const D sin_r = r + ps;
   const D C = c + cm1, S = s + sl;
   if constexpr (kSin) {
     const D cr = c * r;
     const D hi = s + cr;
-    const D small = ((sl + S * pc) + (c * ps + cm1 * sin_r)) + e * C;
+    const D small = ((sl + e * C) + cm1 * sin_r) + (S * pc + c * ps);
     *sin_parts = {hi, ((s - hi) + cr) + small};
   }
   if constexpr (kCos) {
     const D sr = s * r;
     const D hi = c - sr;
-    const D small = ((cm1 + C * pc) - (s * ps + sl * sin_r)) - e * S;
+    const D small = ((cm1 - e * S) - sl * sin_r) + (C * pc - s * ps);
     *cos_parts = {hi, ((c - hi) - sr) + small};
   }
 }
