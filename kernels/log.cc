@@ -50,7 +50,7 @@ struct LogSingle {
   static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
   static constexpr bool kCanFail = true;
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
-    out[0] = LogSingleFinish<B>(LnSingleReduce(in[0].raw, B::kScale));
+    out[0] = LogSingleFinish<B>(LnSingleReduce<B>(in[0].raw));
   }
   // u - 0x800000 >= 0x7F000000 as unsigned: zero, negative, subnormal, infinity, NaN.
   static int Flag(const Vec<T> (&in)[1]) {

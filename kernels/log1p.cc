@@ -64,7 +64,7 @@ struct Log1pSingle {
     const __m128 one = _mm_set1_ps(1.0f);
     const __m128 u = _mm_add_ps(one, x);
     const __m128 d = _mm_sub_ps(_mm_min_ps(one, x), _mm_sub_ps(u, _mm_max_ps(one, x)));
-    const LnSingleParts a = LnSingleReduce(u);
+    const LnSingleParts a = LnSingleReduce<LnSingleBase>(u);
     // 2^-n from the exponent field 127 - n, at least 1 (n = 128 only for u near the largest
     // float, where d 2^-n is far below the result's ulp either way); a 16-bit max suffices.
     const __m128i field = _mm_max_epi16(_mm_sub_epi32(_mm_set1_epi32(127), a.n), _mm_set1_epi32(1));

@@ -208,34 +208,6 @@ inline __m128d LogBlockShort(__m128d x) {
   return _mm_add_pd(s, _mm_add_pd(low, _mm_mul_pd(ln1r, SplatPd(B::kScale))));
 }
 
-// sLn's reduction in single precision, for positive normal floats with bits u:
-// v = u - 0x3F2AAAAB (the image of 2/3), n = v >> 23, m = (v & 0x7FFFFF) + 0x3F2AAAAB in
-// [2/3, 4/3), r = m - 1 exact, and p the Horner sum of the degree-9 polynomial up to its last
-// step, ln x = n ln 2 + r + r^2 (p r - 0.5). With a scale, p comes times the scale, from
-// coefficients scaled once.
-struct LnSingleParts {
-  __m128i n;
-  __m128 r, p;
-};
-inline constexpr float kLnSinglePoly[] = {-0.12891685962677002f, 0.1398443728685379f,
-                                          -0.12184260785579681f, 0.140058696269989f,
-                                          -0.16680487990379333f, 0.20010405778884888f,
-                                          -0.24999797344207764f, 0.3333321511745453f, -0.5f};
-
-[[gnu::always_inline]] inline LnSingleParts LnSingleReduce(__m128 x, float scale = 1.0f) {
-  const __m128i v = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x3F2AAAAB));
-  const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
-                                                  _mm_set1_epi32(0x3F2AAAAB)));
-  const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
-  // The terms to r^7 by Estrin's scheme: p enters the result times r^3, so that its own
-  // rounding errors reach the result at a few hundredths of an ulp.
-  using F = Vec<float>;
-  const auto c = [scale](int k) { return F::Set(kLnSinglePoly[k] * scale); };
-  const F rv = {r}, r2 = rv * rv;
-  const F p = Estrin4(rv, r2, c(7), c(6), c(5), c(4)) + Estrin4(rv, r2, c(3), c(2), c(1), c(0)) * (r2 * r2);
-  return {_mm_srai_epi32(v, 23), r, p.raw};
-}
-
 inline __m128 MaskPs(uint32_t bits) { return _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits))); }
 
 // Constants of the single-precision logarithms: log_b(2) = kLog2Hi + kLog2Lo with kLog2Hi
@@ -261,13 +233,42 @@ struct Log10SingleBase {
   static constexpr double kScaleDouble = 0.4342944819032518;
 };
 
+// sLn's reduction in single precision, for positive normal floats with bits u:
+// v = u - 0x3F2AAAAB (the image of 2/3), n = v >> 23, m = (v & 0x7FFFFF) + 0x3F2AAAAB in
+// [2/3, 4/3), r = m - 1 exact, and p the degree-9 polynomial's terms past r^2 over r^3,
+// ln x = n ln 2 + r + r^2 (p r - 0.5). p comes times the base's kScale, from coefficients
+// scaled once.
+struct LnSingleParts {
+  __m128i n;
+  __m128 r, p;
+};
+inline constexpr float kLnSinglePoly[] = {-0.12891685962677002f, 0.1398443728685379f,
+                                          -0.12184260785579681f, 0.140058696269989f,
+                                          -0.16680487990379333f, 0.20010405778884888f,
+                                          -0.24999797344207764f, 0.3333321511745453f, -0.5f};
+
+template <class B>
+[[gnu::always_inline]] inline LnSingleParts LnSingleReduce(__m128 x) {
+  const __m128i v = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x3F2AAAAB));
+  const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
+                                                  _mm_set1_epi32(0x3F2AAAAB)));
+  const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
+  // The terms to r^7 by Estrin's scheme: p enters the result times r^3, so that its own
+  // rounding errors reach the result at a few hundredths of an ulp.
+  using F = Vec<float>;
+  const auto c = [](int k) { return F::Set(kLnSinglePoly[k] * B::kScale); };
+  const F rv = {r}, r2 = rv * rv;
+  const F p = Estrin4(rv, r2, c(7), c(6), c(5), c(4)) + Estrin4(rv, r2, c(3), c(2), c(1), c(0)) * (r2 * r2);
+  return {_mm_srai_epi32(v, 23), r, p.raw};
+}
+
 // log_b(x) = n log_b(2) + log_b(e) ln(1 + r) in single lanes. ln(1 + r) = s + e + q, with
-// s + e = r + h exactly for h = -r^2 / 2 rounded, and q = r^3 p, p from LnSingleReduce with
-// the scale kScale. The leading sum t = n log_b(2) + lead keeps its error too: near x = 4/3 it
-// is the result less a term of half its size (n = 1, r near -1/3). |n log_b(2)| exceeds lead
-// unless n = 0, where the sum is exact. For ln, lead is s; for log2 and log10 it is s to 12
-// bits times kScaleHi, an exact product. q, the last term to be ready, joins last. With
-// kExtra, `extra` (a small correction to ln(1 + r)) joins e.
+// s + e = r + h exactly for h = -r^2 / 2 rounded, and q = r^3 p, p from LnSingleReduce<B>.
+// The leading sum t = n log_b(2) + lead keeps its error too: near x = 4/3 it is the result
+// less a term of half its size (n = 1, r near -1/3). |n log_b(2)| exceeds lead unless n = 0,
+// where the sum is exact. For ln, lead is s; for log2 and log10 it is s to 12 bits times
+// kScaleHi, an exact product. q, the last term to be ready, joins last. With kExtra, `extra`
+// (a small correction to ln(1 + r)) joins e.
 template <class B, bool kExtra = false>
 inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
   const __m128 r = a.r, r2 = _mm_mul_ps(r, r);
