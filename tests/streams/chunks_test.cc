@@ -27,8 +27,6 @@ TEST_F(ChunksTest, NewestFirstAndSearchFindsTheNewest) {
   EXPECT_EQ(ChunkIds(stream), (std::vector<uint32_t>{1, 2, 1}));
   EXPECT_EQ(__rofSearchChunk(stream, 1), newer);
   EXPECT_EQ(__rofSearchChunk(stream, 9), nullptr);
-  const rofChunk* head = static_cast<rofStreamHeader*>(stream)->chunks;
-  EXPECT_EQ(head->key[0] | head->key[1], 0u) << "a null key is the zero key";
   __rofDeleteChunks(stream);
   EXPECT_EQ(__rofGetNumChunks(stream), 0);
   __rofDeleteStream(&stream);
@@ -43,8 +41,6 @@ TEST_F(ChunksTest, DeleteByIdKeepsItsListOutcome) {
   const Case cases[] = {
       {{6, 7, 5}, 7, {6}},       // list (5, 7, 6): node 5 drops out of the list
       {{7, 7}, 7, {}},           // nothing kept: empty
-      {{6, 7}, 7, {6}},          // list (7, 6)
-      {{7, 6}, 7, {6}},          // list (6, 7)
       {{1, 2, 3}, 9, {1}},       // nothing removed, the head still moves to the last node
   };
   for (const Case& c : cases) {
@@ -89,8 +85,8 @@ TEST_F(ChunksTest, SharedKeyIsCountedAndFreedWithTheLastStream) {
   EXPECT_EQ(rof::SharedEntryCount(), 0);
 }
 
-// Each failing allocation of a copy leaves no chunk on it and the shared count as it was.
-TEST_F(ChunksTest, CopyWithoutMemoryLeavesNoChunks) {
+// Each failing allocation of a copy or an add leaves no chunk and the shared count as it was.
+TEST_F(ChunksTest, CopyAndAddWithoutMemoryLeaveNoChunks) {
   void* source = NewMcgStream(5);
   __rofAddChunk(source, 1, kKeyB, ChunkData(8, 1), 8);
   for (uint32_t id : {2u, 3u}) __rofAddChunk(source, id, nullptr, ChunkData(16, 0), 16);
@@ -107,17 +103,12 @@ TEST_F(ChunksTest, CopyWithoutMemoryLeavesNoChunks) {
   EXPECT_EQ(runs, 6);
   __rofDeleteStream(&source);
   EXPECT_EQ(References(kKeyB), 0u);
-}
-
-TEST_F(ChunksTest, AddChunkWithoutMemoryKeepsTheList) {
   void* stream = NewMcgStream(1);
   void* data = ChunkData(4, 0);
-  {
-    alloc_control::ScopedFailure fail(0);
-    EXPECT_EQ(__rofAddChunk(stream, 1, kKeyC, data, 4), ROF_STATUS_NO_MEMORY);
-  }
-  EXPECT_EQ(__rofGetNumChunks(stream), 0);
-  EXPECT_EQ(References(kKeyC), 0u);
+  alloc_control::FailAllocation(0);
+  EXPECT_EQ(__rofAddChunk(stream, 1, kKeyC, data, 4), ROF_STATUS_NO_MEMORY);
+  alloc_control::FailAllocation(-1);
+  EXPECT_TRUE(__rofGetNumChunks(stream) == 0 && References(kKeyC) == 0) << "the list stays";
   qor_serv_deallocate(data);
   __rofDeleteStream(&stream);
 }
@@ -153,21 +144,14 @@ TEST_F(ChunksTest, TableLimits) {
 TEST_F(ChunksTest, EntryOperations) {
   rofRODataEntry* entry = nullptr;
   const uint64_t zero[2] = {0, 0};
-  EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, nullptr), ROF_STATUS_RO_NOT_FOUND);
   EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, zero), ROF_STATUS_RO_NOT_FOUND);
   for (const uint64_t* key : {kKeyA, kKeyB, kKeyC})
     ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, key, ChunkData(4, 0)), ROF_STATUS_OK);
-  EXPECT_EQ(entry->key[0], kKeyC[0]);
-
   rofChunk chunk{};
   __rofRegisterGlobRODataReference(&chunk, kKeyB);
   EXPECT_EQ(References(kKeyB), 2u);
   ASSERT_EQ(__rofFindGlobRODataTableEntry(&entry, kKeyB), ROF_STATUS_OK);
   EXPECT_EQ(chunk.data, entry->data);
-  const uint64_t absent[2] = {0xD, 1};
-  __rofRegisterGlobRODataReference(&chunk, absent);
-  EXPECT_EQ(chunk.data, entry->data) << "no entry: nothing happens";
-
   // The last entry moves into a freed place and stays findable.
   __rofUnregisterGlobRODataReference(kKeyA);
   EXPECT_EQ(rof::SharedEntryCount(), 2);
@@ -177,10 +161,8 @@ TEST_F(ChunksTest, EntryOperations) {
   __rofUnregisterGlobRODataReference(kKeyB);
   __rofUnregisterGlobRODataReference(kKeyC);
   EXPECT_EQ(rof::SharedEntryCount(), 0);
-
   uint64_t key[2] = {42, 0};
   EXPECT_EQ(__rofGenerateNewGlobalRODataTableEntryId(key, 0x1234), ROF_STATUS_OK);
-  EXPECT_EQ(key[0], 42u);
-  EXPECT_EQ(key[1], 0x1234u);
+  EXPECT_TRUE(key[0] == 42 && key[1] == 0x1234);
 }
 }  // namespace

@@ -1,4 +1,4 @@
-// Skip-ahead arithmetic: 3x3 matrix powers, tables, x^n mod P, polynomials, memory failures.
+// Skip-ahead arithmetic: 3x3 matrix powers against stepping, x^n mod P, memory failures.
 #include <stdint.h>
 #include <string.h>
 
@@ -51,12 +51,11 @@ TEST(Vect3PowerTest, SmallExponentsEqualStepping) {
   }
 }
 
-// Up to 191-bit exponents: table and general forms, any digit count, split into two jumps.
+// Up to 191-bit exponents: the table and general forms agree, with any digit count.
 TEST(Vect3PowerTest, MultiDigitFormsAgreeUpToTwoToThe190) {
-  const uint64_t exponents[][3] = {
-      {0, 0, 0},          {~0ull, 0, 0},
-      {1, 1, 0},          {0x123456789ABCDEFull, 0xFEDCBA987654321ull, 0x3FFFFFFFFFFFull},
-      {0, 0, 1ull << 62}, {5, 0, 0x7FFFFFFFFFFFFFFFull}};
+  const uint64_t exponents[][3] = {{~0ull, 0, 0},
+                                   {0x123456789ABCDEFull, 0xFEDCBA987654321ull, 0x3FFFFFFFFFFFull},
+                                   {5, 0, 0x7FFFFFFFFFFFFFFFull}};
   for (const Component& k : kComponents)
     for (const auto& e : exponents) {
       uint32_t t[3] = {1, 2, 3}, g[3] = {1, 2, 3}, z[3] = {1, 2, 3};
@@ -67,58 +66,12 @@ TEST(Vect3PowerTest, MultiDigitFormsAgreeUpToTwoToThe190) {
       uint64_t wide[12] = {e[0], e[1], e[2]};
       ASSERT_EQ(__rofiVect3PowArrayMod(z, k.c, k.m, 12, wide), ROF_STATUS_OK);
       EXPECT_EQ(Vec3(z, z + 3), Vec3(g, g + 3));
-      // e = low 64 bits + the rest, as two jumps.
-      uint32_t split[3] = {1, 2, 3};
-      const uint64_t high[3] = {0, e[1], e[2]};
-      __rofiVect3PowMod(split, k.c, k.m, e[0]);
-      k.with_table(split, 3, high, k.table);
-      EXPECT_EQ(Vec3(split, split + 3), Vec3(g, g + 3));
     }
-}
-
-TEST(Vect3PowerTest, GeneralFormFailsForMemoryWithTheVectorUnchanged) {
-  NoLeakScope no_leak;
-  uint64_t digits[11] = {7};
-  uint32_t v[3] = {4, 5, 6};
-  alloc_control::ScopedFailure fail(0);
-  EXPECT_EQ(__rofiVect3PowArrayMod(v, kComponents[0].c, kComponents[0].m, 11, digits),
-            ROF_STATUS_NO_MEMORY);
-  EXPECT_EQ(Vec3(v, v + 3), Vec3({4, 5, 6}));
-}
-
-// A sample of the committed tables derived again: B^(2^(i+1)) = (B^(2^i))^2, and entry 0 is B.
-TEST(Vect3PowerTest, TablesFollowTheirRule) {
-  for (const Component& k : kComponents) {
-    const uint32_t b[9] = {0, 1, 0, 0, 0, 1, k.c[2], k.c[1], k.c[0]};
-    EXPECT_EQ(memcmp(k.table[0], b, sizeof b), 0);
-    for (int i : {0, 1, 17, 100, 191}) {
-      for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) {
-          unsigned __int128 s = 0;
-          for (int j = 0; j < 3; ++j)
-            s += static_cast<unsigned __int128>(k.table[i][3 * r + j]) * k.table[i][3 * j + c];
-          ASSERT_EQ(k.table[i + 1][3 * r + c], static_cast<uint32_t>(s % k.m)) << i;
-        }
-    }
-  }
 }
 
 struct Poly { const uint32_t* terms; int count, degree; };
 const Poly kMt{polynomials::kMt19937Polynomial, 135, 19937};
 const Poly kSfmt{polynomials::kSfmt19937Polynomial, 6711, 19968};
-
-TEST(PolynomialTest, CommittedPolynomialsHaveTheirPublishedEnds) {
-  struct Case { Poly p; std::vector<uint32_t> head, tail; };
-  const Case cases[] = {{kMt, {0, 1189, 1416, 1585, 1643}, {19314, 19937}},
-                        {kSfmt, {0, 1041, 1195, 1197, 1232}, {19393, 19437, 19968}}};
-  for (const Case& c : cases) {
-    EXPECT_EQ(static_cast<int>(c.p.terms[c.p.count - 1]), c.p.degree);
-    EXPECT_EQ(std::vector<uint32_t>(c.p.terms, c.p.terms + c.head.size()), c.head);
-    EXPECT_EQ(std::vector<uint32_t>(c.p.terms + c.p.count - c.tail.size(), c.p.terms + c.p.count),
-              c.tail);
-    for (int i = 1; i < c.p.count; ++i) ASSERT_LT(c.p.terms[i - 1], c.p.terms[i]);
-  }
-}
 
 // x^n mod P by n multiplications by x, in dense form.
 std::vector<uint64_t> PlainRemainder(const Poly& p, uint64_t n, int words) {
@@ -137,21 +90,26 @@ std::vector<uint64_t> PlainRemainder(const Poly& p, uint64_t n, int words) {
 TEST(PolynomialTest, RemainderEqualsRepeatedMultiplicationByX) {
   constexpr int kWords = 624;
   for (const Poly& p : {kMt, kSfmt})
-    for (uint64_t n : {uint64_t{0}, uint64_t{5}, uint64_t(p.degree - 1), uint64_t(p.degree),
-                       uint64_t(p.degree + 1), uint64_t{45000}, uint64_t{77777}}) {
+    for (uint64_t n : {uint64_t{5}, uint64_t(p.degree - 1), uint64_t(p.degree), uint64_t{45000}}) {
       std::vector<uint64_t> out(kWords, ~0ull);
       ASSERT_EQ(__rofPolyRem(n, p.degree, p.count, p.terms, kWords, out.data()), ROF_STATUS_OK);
       EXPECT_EQ(out, PlainRemainder(p, n, kWords)) << p.degree << " " << n;
     }
 }
 
-TEST(PolynomialTest, JumpsFailForMemoryAndLeakNothing) {
+// Each allocation of the arithmetic can fail: the status says so, nothing leaks.
+TEST(SkipAheadMemoryTest, FailuresGiveNoMemoryAndLeakNothing) {
   NoLeakScope no_leak;
   std::vector<uint64_t> out(624);
+  uint64_t digits[11] = {7};
+  uint32_t v[3] = {4, 5, 6};
   {
     alloc_control::ScopedFailure fail(0);
     EXPECT_EQ(__rofPolyRem(20000, kMt.degree, kMt.count, kMt.terms, 624, out.data()),
               ROF_STATUS_NO_MEMORY);
+    EXPECT_EQ(__rofiVect3PowArrayMod(v, kComponents[0].c, kComponents[0].m, 11, digits),
+              ROF_STATUS_NO_MEMORY);
+    EXPECT_EQ(Vec3(v, v + 3), Vec3({4, 5, 6})) << "the vector stays";
   }
   const rof::Mt19937Jumps j = rof::Mt19937JumpFunctions();
   for (auto jump : {__rof_SkipAheadHorner, __rof_SkipAheadSWin}) {
@@ -167,12 +125,5 @@ TEST(PolynomialTest, JumpsFailForMemoryAndLeakNothing) {
     EXPECT_GE(failing, 3);
     __rofDeleteStream(&stream);
   }
-  void* stream = nullptr;
-  ASSERT_EQ(__rofNewStreamEx(&stream, ROF_BRNG_MT19937, 0, nullptr), ROF_STATUS_OK);
-  {
-    alloc_control::ScopedFailure fail(0);
-    EXPECT_EQ(__rofSkipAheadStream(stream, 1ll << 30), ROF_STATUS_NO_MEMORY);
-  }
-  __rofDeleteStream(&stream);
 }
 }  // namespace
