@@ -20,15 +20,6 @@ struct Sample {
   double Weight(int64_t i) const { return weights.empty() ? 1.0 : weights[i]; }
 };
 
-// The same observations in the other storage form.
-inline Sample OtherLayout(const Sample& s) {
-  Sample t = s;
-  t.columns = !s.columns;
-  for (int64_t v = 0; v < s.p; ++v)
-    for (int64_t i = 0; i < s.n; ++i) (t.columns ? t.x[i * s.p + v] : t.x[v * s.n + i]) = s.At(v, i);
-  return t;
-}
-
 struct Reference {
   Real w = 0, w2 = 0;
   std::vector<Real> mean, raw[3], cen[3];  // raw: means of x^2..x^4; cen: sums of (x-m)^2..4

@@ -10,56 +10,43 @@
 
 namespace {
 TEST(SSNewTask, ChecksInOrder) {
+  const int32_t zero = 0, one = 1, three = 3, ten = 10, rows = 0x10000, columns = 0x20000;
+  const int32_t bad_storage = 0x2FFFF;
   const struct {
     const char* name;
-    bool p_null;
-    int32_t p;
-    bool n_null;
-    int32_t n;
-    bool storage_null;
-    int32_t storage;
-    bool x_null;
+    const int32_t *p, *n, *storage;
+    bool x;
     int status;
   } cases[] = {
-      {"null p", true, 3, false, 10, false, 0x10000, false, -4001},
-      {"p 0 before storage", false, 0, false, 10, true, 0, false, -4001},
-      {"storage null before bad n", false, 3, false, 0, true, 0, false, -4044},
-      {"bad storage before bad n", false, 3, false, 0, false, 0x30000 - 1, false, -4003},
-      {"n 0", false, 3, false, 0, false, 0x20000, false, -4002},
-      {"n null", false, 3, true, 0, false, 0x10000, false, -4002},
-      {"no x: n and storage unchecked", false, 3, true, 0, true, 0, true, 0},
-      {"rows", false, 3, false, 1, false, 0x10000, false, 0},
-      {"columns", false, 3, false, 10, false, 0x20000, false, 0},
+      {"null p", nullptr, &ten, &rows, true, -4001},
+      {"p 0 before storage", &zero, &ten, nullptr, true, -4001},
+      {"storage null before bad n", &three, &zero, nullptr, true, -4044},
+      {"bad storage before bad n", &three, &zero, &bad_storage, true, -4003},
+      {"n 0", &three, &zero, &columns, true, -4002},
+      {"n null", &three, nullptr, &rows, true, -4002},
+      {"no x: n and storage unchecked", &three, nullptr, nullptr, false, 0},
+      {"rows", &three, &one, &rows, true, 0},
+      {"columns", &three, &ten, &columns, true, 0},
   };
   double x[4] = {};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     rofSSTask* task = nullptr;
-    const int status = __rofdSSNewTask(&task, c.p_null ? nullptr : &c.p, c.n_null ? nullptr : &c.n,
-                                       c.storage_null ? nullptr : &c.storage,
-                                       c.x_null ? nullptr : x, nullptr, nullptr, 0);
+    const int status =
+        __rofdSSNewTask(&task, c.p, c.n, c.storage, c.x ? x : nullptr, nullptr, nullptr, 0);
     EXPECT_EQ(status, c.status);
     EXPECT_EQ(task != nullptr, c.status == 0);
     if (task == nullptr) continue;
-    EXPECT_TRUE(task->layoutTag == 2 && task->layoutFlag == 1 && task->dimen == &c.p);
-    EXPECT_EQ(task->observ, c.x_null ? nullptr : x);
+    EXPECT_TRUE(task->layoutTag == 2 && task->layoutFlag == 1 && task->dimen == c.p);
+    EXPECT_EQ(task->observ, c.x ? x : nullptr);
     EXPECT_EQ(__rofSSDeleteTask(&task), 0);
     EXPECT_EQ(task, nullptr);
   }
-}
-
-TEST(SSNewTask, WideIndicesAndFloatTwin) {
-  const int64_t p = int64_t(1) << 32 | 3, n = 5, storage = 0x20000;  // 32-bit read would be 3
-  float x[15] = {};
+  // Wide integers are read whole: this p's low 32 bits are 5, but it is negative.
+  const int64_t negative = -(int64_t(1) << 32) + 5, n = 5, storage = 0x20000;
+  float y[15] = {};
   rofSSTask* task = nullptr;
-  EXPECT_EQ(__rofsSSNewTask(&task, &p, &n, &storage, x, nullptr, nullptr, 1), 0);
-  EXPECT_EQ(rof::ss::ReadInt(*task, task->dimen), p);
-  __rofSSDeleteTask(&task);
-  const int64_t bad = int64_t(1) << 32;  // low 32 bits 0 but the value is positive
-  EXPECT_EQ(__rofsSSNewTask(&task, &bad, &n, &storage, x, nullptr, nullptr, 1), 0);
-  __rofSSDeleteTask(&task);
-  const int64_t negative = -(int64_t(1) << 32) + 5;  // low 32 bits 5
-  EXPECT_EQ(__rofsSSNewTask(&task, &negative, &n, &storage, x, nullptr, nullptr, 1), -4001);
+  EXPECT_EQ(__rofsSSNewTask(&task, &negative, &n, &storage, y, nullptr, nullptr, 1), -4001);
 }
 
 TEST(SSNewTask, AllocationFailureLeavesHandleNull) {
