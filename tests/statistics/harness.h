@@ -36,6 +36,11 @@ constexpr uint64_t kAllBasic = ROF_SS_MEAN | ROF_SS_RAW_MOM2 | ROF_SS_RAW_MOM3 |
                                ROF_SS_RAW_SUM2 | ROF_SS_RAW_SUM3 | ROF_SS_RAW_SUM4 |
                                ROF_SS_CEN_SUM2 | ROF_SS_CEN_SUM3 | ROF_SS_CEN_SUM4 |
                                ROF_SS_CROSS_PRODUCT;
+// The estimates that the sums and the cross-product can give.
+constexpr uint64_t kMoments = ROF_SS_MEAN | ROF_SS_RAW_MOM2 | ROF_SS_RAW_MOM3 | ROF_SS_RAW_MOM4 |
+                              ROF_SS_CEN_MOM2 | ROF_SS_CEN_MOM3 | ROF_SS_CEN_MOM4 |
+                              ROF_SS_KURTOSIS | ROF_SS_SKEWNESS | ROF_SS_VARIATION | ROF_SS_COV |
+                              ROF_SS_COR;
 
 // Ids of the vector results and of the matrix results.
 constexpr int kVectorIds[] = {7, 8, 9, 10, 11, 12, 13, 14, 15, 18, 67, 68, 69, 70, 71, 72, 73};

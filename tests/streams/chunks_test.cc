@@ -41,6 +41,7 @@ TEST_F(ChunksTest, DeleteByIdKeepsItsListOutcome) {
   const Case cases[] = {
       {{6, 7, 5}, 7, {6}},       // list (5, 7, 6): node 5 drops out of the list
       {{7, 7}, 7, {}},           // nothing kept: empty
+      {{7, 6}, 7, {6}},          // list (6, 7): the kept node's link skips the released one
       {{1, 2, 3}, 9, {1}},       // nothing removed, the head still moves to the last node
   };
   for (const Case& c : cases) {
