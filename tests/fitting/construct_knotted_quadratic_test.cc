@@ -1,10 +1,5 @@
-// Knotted quadratic spline: defining properties, interpolation, refusals, failed allocation.
-#include <gtest/gtest.h>
-
-#include <cmath>
-
+// Knotted quadratic spline: defining properties, interpolation by the knots, refusals.
 #include "tests/fitting/construct_fixture.h"
-#include "tests/common/allocation_control.h"
 
 namespace fit_test {
 namespace {
@@ -44,14 +39,18 @@ void ExpectNear(long double a, long double b, const char* what, int64_t at) {
 }
 
 template <class T>
-void CheckDefiningProperties() {
+class KnottedQuadraticTest : public ::testing::Test {};
+using RealTypes = ::testing::Types<double, float>;
+TYPED_TEST_SUITE(KnottedQuadraticTest, RealTypes);
+
+// Values at the breakpoints, C1 at the knots, and the end conditions.
+TYPED_TEST(KnottedQuadraticTest, MeetsItsDefinition) {
+  using T = TypeParam;
   const T bc[2] = {T(0.75), T(-1.5)};
   const Shape shapes[] = {{2, 1, false, false}, {3, 2, true, false}, {5, 3, false, true},
                           {9, 2, true, true}, {12, 1, false, false}};
-  const uint64_t codes[] = {dfBcNotAKnot, dfBcFreeEnd, dfBc1st1st, dfBc2nd1st,
-                            dfBc1st2nd, dfBc2nd2nd, dfBcPeriodic};
   for (const Shape& shape : shapes)
-    for (uint64_t code : codes)
+    for (uint64_t code : kBoundaries)
       for (Layout layout : {kMiddles, kGiven, kOwn}) {
         if (shape.nx == 2 && code == dfBcNotAKnot) continue;
         Knotted<T> p(shape, uint32_t(shape.nx + code), code, bc, layout);
@@ -63,31 +62,17 @@ void CheckDefiningProperties() {
           for (int64_t i = 1; i < nx; ++i)
             for (int der = 0; der < 2; ++der)
               ExpectNear<T>(p.At(k, i - 1, p.knots[i], der), p.At(k, i, p.knots[i], der), "knot", i);
-          const long double left1 = p.At(k, 0, p.at[0], 1), right1 = p.At(k, end, p.at[end], 1);
           const long double left2 = p.At(k, 0, p.at[0], 2), right2 = p.At(k, end, p.at[end], 2);
-          switch (code) {
-            case dfBcNotAKnot:
-              ExpectNear<T>(left2, p.At(k, 1, p.knots[1], 2), "not-a-knot", 0);
-              ExpectNear<T>(right2, p.At(k, end - 1, p.knots[end], 2), "not-a-knot", end);
-              break;
-            case dfBcPeriodic:
-              ExpectNear<T>(left1, right1, "periodic slope", 0);
-              ExpectNear<T>(left2, right2, "periodic curvature", 0);
-              break;
-            default:
-              const bool first_left = code == dfBc1st1st || code == dfBc1st2nd;
-              const bool first_right = code == dfBc1st1st || code == dfBc2nd1st;
-              const T value_left = code == dfBcFreeEnd ? T(0) : bc[0];
-              const T value_right = code == dfBcFreeEnd ? T(0) : bc[1];
-              ExpectNear<T>(first_left ? left1 : left2, value_left, "left end", 0);
-              ExpectNear<T>(first_right ? right1 : right2, value_right, "right end", end);
+          if (code != dfBcNotAKnot) {
+            ExpectEnds(code, bc, p.At(k, 0, p.at[0], 1), left2, p.At(k, end, p.at[end], 1), right2,
+                       20 * kRelTol<T>);
+            continue;
           }
+          ExpectNear<T>(left2, p.At(k, 1, p.knots[1], 2), "not-a-knot", 0);
+          ExpectNear<T>(right2, p.At(k, end - 1, p.knots[end], 2), "not-a-knot", end);
         }
       }
 }
-
-TEST(KnottedQuadraticTest, DoubleMeetsItsDefinition) { CheckDefiningProperties<double>(); }
-TEST(KnottedQuadraticTest, FloatMeetsItsDefinition) { CheckDefiningProperties<float>(); }
 
 // The interpolator picks the piece by the knots, inside and outside the partition.
 template <class T>
@@ -162,20 +147,5 @@ TEST(KnottedQuadraticTest, RefusalsInTheirOrder) {
   }
 }
 
-TEST(KnottedQuadraticTest, FailedAllocationLeaksNothing) {
-  const float bc[2] = {1, -1};
-  for (uint64_t code : {dfBcNotAKnot, dfBcPeriodic, dfBc2nd2nd}) {
-    Knotted<float> p({9, 2, true, false}, 5, code, bc, kMiddles);
-    const long live = alloc_control::LiveBlocks();
-    {
-      alloc_control::ScopedFailure fail(0);
-      EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), dfErrNoMemory) << code;
-    }
-    EXPECT_EQ(alloc_control::LiveBlocks(), live);
-    EXPECT_EQ(p.coeff, std::vector<float>(p.coeff.size(), -777.f)) << code;
-    EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), 0);
-    EXPECT_EQ(alloc_control::LiveBlocks(), live);
-  }
-}
 }  // namespace
 }  // namespace fit_test
