@@ -69,55 +69,42 @@ TYPED_TEST(ConstructTest, CubicsMeetTheirConditionsForEveryBoundary) {
     }
 }
 
-TYPED_TEST(ConstructTest, LinearHoldsValueAndSlope) {
-  using T = TypeParam;
-  for (const Shape& s : kShapes) {
-    Problem<T> p(s, 5);
-    p.Describe(2, 0, 0, nullptr, 0, nullptr, 2 * (s.nx - 1));
-    ASSERT_EQ(Api<T>::linear(&p.task, 0, 0, nullptr), 0);
-    for (int64_t k = 0; k < s.ny; ++k)
-      for (int64_t i = 0; i + 1 < s.nx; ++i) {
-        const long double slope = (p.Y(k, i + 1) - p.Y(k, i)) / (p.at[i + 1] - p.at[i]);
-        EXPECT_EQ(p.C(k, i, 2)[0], p.Y(k, i));
-        EXPECT_NEAR(p.C(k, i, 2)[1], double(slope), kRelTol<T> * (1 + std::fabs(double(slope))));
-      }
-  }
-}
-
-// The quadratic interpolates, is C1, and takes bc[0] at the middle of the first cell.
-TYPED_TEST(ConstructTest, QuadraticIsContinuouslyDifferentiableThroughTheData) {
+// Linear and quadratic cells start at y[i] and end at y[i+1]; the quadratic is C1 and takes
+// bc[0] at the middle of the first cell.
+TYPED_TEST(ConstructTest, LinearAndQuadraticThroughTheData) {
   using T = TypeParam;
   const T mid[1] = {T(0.3)};
-  for (const Shape& s : kShapes) {
-    Problem<T> p(s, 9);
-    p.Describe(3, dfQuadraticDefault, dfBcMidValue, mid, 0, nullptr, 3 * (s.nx - 1));
-    ASSERT_EQ(Api<T>::quadratic(&p.task, 0, 0, nullptr), 0);
-    const double tol = sizeof(T) == 8 ? 1e-9 : 0.05;  // the recurrence amplifies rounding
-    for (int64_t k = 0; k < s.ny; ++k) {
-      EXPECT_NEAR(double(Poly(p.C(k, 0, 3), 3, (p.at[1] - p.at[0]) / 2)), mid[0], tol);
-      for (int64_t i = 0; i + 1 < s.nx; ++i) {
-        const long double h = p.at[i + 1] - p.at[i];
-        EXPECT_EQ(p.C(k, i, 3)[0], p.Y(k, i));
-        EXPECT_NEAR(double(Poly(p.C(k, i, 3), 3, h)), p.Y(k, i + 1), tol) << "cell " << i;
-        if (i + 2 < s.nx)
-          EXPECT_NEAR(double(Poly(p.C(k, i, 3), 3, h, 1)), double(p.C(k, i + 1, 3)[1]), tol);
+  for (const Shape& s : kShapes)
+    for (int order : {2, 3}) {
+      Problem<T> p(s, 9);
+      p.Describe(order, 0, order == 3 ? dfBcMidValue : 0, mid, 0, nullptr, order * (s.nx - 1));
+      ASSERT_EQ((order == 2 ? Api<T>::linear : Api<T>::quadratic)(&p.task, 0, 0, nullptr), 0);
+      // The quadratic's recurrence amplifies rounding.
+      const double tol = order == 2 ? 10 * kRelTol<T> : sizeof(T) == 8 ? 1e-9 : 0.05;
+      for (int64_t k = 0; k < s.ny; ++k) {
+        if (order == 3)
+          EXPECT_NEAR(double(Poly(p.C(k, 0, 3), 3, (p.at[1] - p.at[0]) / 2)), mid[0], tol);
+        for (int64_t i = 0; i + 1 < s.nx; ++i) {
+          const long double h = p.at[i + 1] - p.at[i];
+          EXPECT_EQ(p.C(k, i, order)[0], p.Y(k, i)) << order << " cell " << i;
+          EXPECT_NEAR(double(Poly(p.C(k, i, order), order, h)), p.Y(k, i + 1), tol) << order << " cell " << i;
+          if (order == 3 && i + 2 < s.nx)
+            EXPECT_NEAR(double(Poly(p.C(k, i, 3), 3, h, 1)), double(p.C(k, i + 1, 3)[1]), tol);
+        }
       }
     }
-  }
 }
 
-struct Refusal {
-  const char* what;
-  int64_t nx, order, type, ic_type;
-  uint64_t bc_type, y_hint;
-  bool null_bc;
-  int method;
-  int (*construct)(dfTask*, int, int, const qorThreading*);
-  int status;
-};
-
 TEST(ConstructStatusTest, RefusalsInTheirOrder) {
-  const Refusal cases[] = {
+  const struct {
+    const char* what;
+    int64_t nx, order, type, ic_type;
+    uint64_t bc_type, y_hint;
+    bool null_bc;
+    int method;
+    int (*construct)(dfTask*, int, int, const qorThreading*);
+    int status;
+  } cases[] = {
       {"linear method", 1, 2, 0, 0, 0, 99, false, 1, qor_df_kernel_dDFLinearSpline1D, dfErrBadMethod},
       {"linear nx", 1, 2, 0, 0, 0, 99, false, 0, qor_df_kernel_dDFLinearSpline1D, dfErrBadNx},
       {"linear yHint", 2, 2, 0, 0, 0, 99, false, 0, qor_df_kernel_dDFLinearSpline1D, dfErrBadYHint},
@@ -139,7 +126,7 @@ TEST(ConstructStatusTest, RefusalsInTheirOrder) {
       {"natural bc", 2, 4, 2, 0, 48, 16, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadBc},
       {"natural periodic values", 5, 4, 2, 0, 64, 32, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadPeriodic},
   };
-  for (const Refusal& c : cases) {
+  for (const auto& c : cases) {
     Problem<double> p({std::max<int64_t>(c.nx, 2), 1, false, false}, 1);
     p.task.nx = c.nx;
     p.task.yHint = c.y_hint;

@@ -103,27 +103,24 @@ TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
   }
 }
 
-// Step and look-up kinds read the tabulated values.
+// Step kinds take the value at the right or the left end of a cell, look-up the value at a
+// breakpoint.
 TYPED_TEST(InterpolateTest, TabulatedKinds) {
   using T = TypeParam;
   Problem<T> p({6, 2, false, false}, 4);
-  const int64_t nx = 6;
-  p.Describe(0, dfStepRight, 0, nullptr, 0, nullptr, 0);
   const std::vector<T> s = {T(p.at[0] - 1), T(p.at[0]), T(p.at[2]), T((p.at[2] + p.at[3]) / 2),
                             T(p.at[5]), T(p.at[5] + 1)};
-  std::vector<T> r(2 * s.size());
-  const std::vector<int> right = {0, 0, 2, 2, 5, 5}, left = {0, 0, 2, 3, 5, 5};
-  for (const auto& [type, taken] : {std::pair{dfStepRight, &right}, {dfStepLeft, &left}}) {
-    p.task.splineType = type;
-    ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
+  const struct { int type; std::vector<T> s; std::vector<int> taken; } cases[] = {
+      {dfStepRight, s, {0, 0, 2, 2, 5, 5}},
+      {dfStepLeft, s, {0, 0, 2, 3, 5, 5}},
+      {dfLookup, std::vector<T>(p.at.begin(), p.at.end()), {0, 1, 2, 3, 4, 5}}};
+  for (const auto& c : cases) {
+    p.Describe(0, c.type, 0, nullptr, 0, nullptr, 0);
+    std::vector<T> r(12);
+    ASSERT_EQ(Run(p, 1, c.s, {1}, &r, dfOutFSD), 0);
     for (int k = 0; k < 2; ++k)
-      for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, (*taken)[i])) << type << " " << i;
+      for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, c.taken[i])) << c.type << " " << i;
   }
-  p.task.splineType = dfLookup;
-  std::vector<T> on(p.at.begin(), p.at.end()), got(2 * nx);
-  ASSERT_EQ(Run(p, 1, on, {1}, &got, dfOutFSD), 0);
-  for (int k = 0; k < 2; ++k)
-    for (int i = 0; i < nx; ++i) EXPECT_EQ(got[k * nx + i], p.Y(k, i));
 }
 
 int MarkLeft(int64_t* n, int64_t*, double*, double* r, const void*) {

@@ -130,25 +130,7 @@ TYPED_TEST(SearchTest, NaNSites) {
   }
 }
 
-// The shortcuts are taken only on an ascending partition with enough sites to pay the check.
-TYPED_TEST(SearchTest, CheckAscendingNeedsAnAscendingPartitionAndEnoughSites) {
-  using T = TypeParam;
-  const T nan = std::numeric_limits<T>::quiet_NaN();
-  const struct Case { std::vector<T> x; int method; int64_t nsite; bool ascending; } cases[] = {
-      {std::vector<T>(64, T(1)), df::kHybridSearch, 2, true},
-      {std::vector<T>(64, T(1)), df::kSortedSearch, 2, true},
-      {std::vector<T>(64, T(1)), df::kHybridSearch, 1, false},
-      {std::vector<T>(64, T(1)), df::kPeakSearch, 1000, false},
-      {{0, 2, 1, 3}, df::kHybridSearch, 1000, false},
-      {{0, nan, 2, 3}, df::kSortedSearch, 1000, false},
-  };
-  for (const Case& c : cases) {
-    df::SearchPlan<T> plan = Plan(c.method, int64_t(c.x.size()), c.x.data(), c.x[0], c.x[0], false);
-    df::CheckAscending(&plan, c.nsite);
-    EXPECT_EQ(plan.ascending, c.ascending) << c.method << " " << c.nsite << " " << c.x[1];
-  }
-}
-
+// Groups of four sites multiply by the reciprocal of the step, the sites behind them divide.
 TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
   const int64_t nx = 1001;
   const double ends[2] = {0.0, 100.0}, step = (ends[1] - ends[0]) / 1000, inv = 1 / step;
