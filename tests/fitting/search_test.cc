@@ -140,11 +140,16 @@ TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
       if (std::trunc(s * inv) != std::trunc(s / step)) site = s;
   ASSERT_NE(site, 0) << "no site where the two roundings part";
   const std::vector<double> sites(5, site);
-  std::vector<int64_t> cells(5);
-  ASSERT_EQ(qor_df_kernel_dDFUniformSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
-                                               nullptr, cells.data()), 0);
-  EXPECT_TRUE(cells[0] == static_cast<int64_t>(site * inv) + 1 && cells[3] == cells[0]);
-  EXPECT_TRUE(cells[4] == static_cast<int64_t>(site / step) + 1 && cells[4] != cells[0]);
+  for (bool user : {false, true}) {  // the uniform user-defined method, every site left to it
+    std::vector<int64_t> cells(5);
+    ASSERT_EQ(user ? qor_df_kernel_dDFUniUserDefSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
+                                                           nullptr, cells.data(), PoorEstimates<double>,
+                                                           nullptr, 0, nullptr)
+                   : qor_df_kernel_dDFUniformSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
+                                                        nullptr, cells.data()), 0);
+    EXPECT_TRUE(cells[0] == static_cast<int64_t>(site * inv) + 1 && cells[3] == cells[0]) << user;
+    EXPECT_TRUE(cells[4] == static_cast<int64_t>(site / step) + 1 && cells[4] != cells[0]) << user;
+  }
 }
 
 // Exported forms: the flags word chooses the cell width, the sorted form keeps its cursor.
