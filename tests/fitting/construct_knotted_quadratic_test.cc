@@ -84,7 +84,8 @@ TYPED_TEST(KnottedQuadraticTest, InterpolationFollowsTheKnots) {
     std::vector<T> site = {T(p.at[0] - 0.5L), T(p.at[nx - 1] + 0.5L)};
     for (int64_t i = 0; i < nx; ++i) site.push_back(T(p.at[i]));
     for (int64_t i = 1; i < nx; ++i)
-      for (long double f : {-0.01L, 0.01L}) site.push_back(T(p.knots[i] + f * (p.at[i] - p.at[i - 1])));
+      for (long double f : {-0.01L, 0.01L})
+        site.push_back(T(p.knots[i] + f * (p.at[i] - p.at[i - 1])));
     const int32_t dorder[] = {1, 1, 1};
     const int64_t n = int64_t(site.size());
     std::vector<T> r(3 * n * shape.ny);

@@ -87,7 +87,8 @@ TYPED_TEST(ConstructTest, LinearAndQuadraticThroughTheData) {
         for (int64_t i = 0; i + 1 < s.nx; ++i) {
           const long double h = p.at[i + 1] - p.at[i];
           EXPECT_EQ(p.C(k, i, order)[0], p.Y(k, i)) << order << " cell " << i;
-          EXPECT_NEAR(double(Poly(p.C(k, i, order), order, h)), p.Y(k, i + 1), tol) << order << " cell " << i;
+          EXPECT_NEAR(double(Poly(p.C(k, i, order), order, h)), p.Y(k, i + 1), tol)
+              << order << " cell " << i;
           if (order == 3 && i + 2 < s.nx)
             EXPECT_NEAR(double(Poly(p.C(k, i, 3), 3, h, 1)), double(p.C(k, i + 1, 3)[1]), tol);
         }
@@ -149,7 +150,8 @@ TEST(ConstructStatusTest, FailedAllocationLeaksNothing) {
   } cases[] = {{9, 4, dfCubicNatural, 0, dfBcPeriodic, qor_df_kernel_dDFNaturalCubicSpline1D},
                {9, 4, dfCubicDefault, dfIc2nd, dfBcFreeEnd, qor_df_kernel_dDFDefaultCubicSpline1D},
                {5000, 3, dfQuadraticDefault, 0, dfBcMidValue, qor_df_kernel_dDFQuadraticSpline1D},
-               {9, 3, dfQuadraticKnotted, dfIcKnots, dfBcNotAKnot, qor_df_kernel_dDFQuadraticSpline1D}};
+               {9, 3, dfQuadraticKnotted, dfIcKnots, dfBcNotAKnot,
+                qor_df_kernel_dDFQuadraticSpline1D}};
   for (const auto& c : cases) {
     Problem<double> p({c.nx, 2, false, false}, 4, c.bc_type == dfBcPeriodic);
     p.Describe(c.order, c.type, c.bc_type, bc, c.ic_type, c.ic_type == dfIc2nd ? m.data() : nullptr,

@@ -230,8 +230,9 @@ TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
   std::vector<double> sites = AdversarialSites(x, rng);
   sites.resize(20000, 1.5);
   std::sort(sites.begin(), sites.end());
+  const qorThreading* threadings[] = {qor_support_serial_threading(), qor_support_pool_threading(3)};
   for (const auto& c : cases)
-    for (const qorThreading* threading : {qor_support_serial_threading(), qor_support_pool_threading(3)}) {
+    for (const qorThreading* threading : threadings) {
       dfTask* task = nullptr;
       ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), c.x_hint, 0, nullptr, 0, 1), 0);
       std::vector<int64_t> cells(sites.size(), -1);

@@ -15,13 +15,8 @@ std::vector<double> Partition(int64_t nx) {
 }
 
 TEST(TaskTest, CreationRefusesBadArgumentsInOrderBeforeAllocating) {
-  const struct {
-    const char* name;
-    int64_t nx, ny;
-    bool x, y;
-    uint64_t x_hint, y_hint;
-    int status;
-  } cases[] = {
+  const struct { const char* name; int64_t nx, ny; bool x, y; uint64_t x_hint, y_hint; int status; }
+  cases[] = {
       {"nx below 2 before null x", 1, 0, false, false, 3, 5, dfErrBadNx},
       {"null x before x hint", 2, 0, false, false, 3, 5, dfErrBadX},
       {"x hint 3", 4, 1, true, true, 3, 0, dfErrBadXHint},
@@ -208,7 +203,9 @@ TEST(TaskTest, AllocationFailuresLeakNothing) {
   for (int i = 0; i < 300; ++i) x[i] = static_cast<float>(i);
   const long live = alloc_control::LiveBlocks();
   dfTask* task = nullptr;
-  const auto create = [&] { return qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0); };
+  const auto create = [&] {
+    return qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0);
+  };
   const int failing_runs = alloc_control::ForEachFailure(
       create, [](int status) { EXPECT_EQ(status, dfErrNoMemory); },
       [&] {
