@@ -123,13 +123,14 @@ TYPED_TEST(InterpolateTest, TabulatedKinds) {
   }
 }
 
-int MarkLeft(int64_t* n, int64_t*, double*, double* r, const void*) {
-  for (int64_t i = 0; i < *n; ++i) r[i] = 1234;
-  return 0;
-}
-int Refuse(int64_t*, int64_t*, double*, double*, const void*) { return -77; }
-
+// Sites left of the partition go to the left callback, the others are evaluated; a callback's
+// negative status stops the interpolation.
 TEST(InterpolateCallbackTest, LeftSitesGoToTheCallbackOthersAreEvaluated) {
+  const auto mark_left = [](int64_t* n, int64_t*, double*, double* r, const void*) {
+    for (int64_t i = 0; i < *n; ++i) r[i] = 1234;
+    return 0;
+  };
+  const auto refuse = [](int64_t*, int64_t*, double*, double*, const void*) { return -77; };
   Problem<double> p({5, 1, false, false}, 2);
   p.Describe(2, 0, 0, nullptr, 0, nullptr, 8);
   ASSERT_EQ(qor_df_kernel_dDFLinearSpline1D(&p.task, 0, 0, nullptr), 0);
@@ -137,14 +138,14 @@ TEST(InterpolateCallbackTest, LeftSitesGoToTheCallbackOthersAreEvaluated) {
   const int32_t dorder[] = {1};
   std::vector<double> r(3);
   ASSERT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
-                                           r.data(), 0, nullptr, MarkLeft, nullptr, nullptr,
+                                           r.data(), 0, nullptr, +mark_left, nullptr, nullptr,
                                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
             0);
   EXPECT_EQ(r[0], 1234);
   EXPECT_NEAR(r[1], p.Y(0, 1), 1e-14);
   EXPECT_NEAR(r[2], double(Poly(p.C(0, 3, 2), 2, p.at[4] + 1 - p.at[3])), 1e-12);
   EXPECT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
-                                           r.data(), 0, nullptr, nullptr, nullptr, Refuse,
+                                           r.data(), 0, nullptr, nullptr, nullptr, +refuse,
                                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
             -77);
 }
