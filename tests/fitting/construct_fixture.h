@@ -1,7 +1,10 @@
-// A fitting task over test-owned arrays, for the construction and interpolation tests.
+// A fitting task over test-owned arrays and the checks the fitting tests share.
 #ifndef QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_
 #define QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -16,34 +19,24 @@ template <class T>
 struct Problem {
   Shape shape;
   std::vector<T> x;             // as stored: the two ends when uniform
-  std::vector<long double> at;  // every breakpoint
+  std::vector<long double> at;  // every breakpoint (exact: steps of 3/4 when uniform)
   std::vector<T> y;             // function-major, or breakpoint-major when columns
   std::vector<T> coeff;
   std::vector<void*> ytab, ctab;
   dfTask task{};
 
   // Random data; with `periodic` every function ends where it starts.
-  Problem(Shape s, uint32_t seed, bool periodic = false) : shape(s) {
+  Problem(Shape s, uint32_t seed, bool periodic = false) : shape(s), at(s.nx, -1.25L) {
     std::mt19937 rng(seed);
     std::uniform_real_distribution<double> u(0.2, 1.5), v(-2.0, 2.0);
-    at.resize(s.nx);
-    at[0] = -1.25;
-    const long double step = 0.75L;
-    for (int64_t i = 1; i < s.nx; ++i) at[i] = T(at[i - 1] + (s.uniform ? step : T(u(rng))));
-    if (s.uniform) {
-      x = {T(at[0]), T(at[0] + step * (s.nx - 1))};
-      for (int64_t i = 0; i < s.nx; ++i) at[i] = (long double)x[0] + i * ((long double)x[1] - x[0]) / (s.nx - 1);
-    } else {
-      x.assign(at.begin(), at.end());
-    }
+    for (int64_t i = 1; i < s.nx; ++i) at[i] = T(at[i - 1] + (s.uniform ? 0.75 : u(rng)));
+    x = s.uniform ? std::vector<T>{T(at[0]), T(at.back())} : std::vector<T>(at.begin(), at.end());
     y.resize(s.nx * s.ny);
-    for (int64_t k = 0; k < s.ny; ++k)
+    for (int64_t k = 0; k < s.ny; ++k) {
       for (int64_t i = 0; i < s.nx; ++i) Y(k, i) = T(v(rng));
-    if (periodic)
-      for (int64_t k = 0; k < s.ny; ++k) Y(k, s.nx - 1) = Y(k, 0);
-    if (s.columns) ytab = {y.data()};
-    else
-      for (int64_t k = 0; k < s.ny; ++k) ytab.push_back(y.data() + k * s.nx);
+      if (periodic) Y(k, s.nx - 1) = Y(k, 0);
+      ytab.push_back(y.data() + (s.columns ? 0 : k * s.nx));
+    }
     task.isDouble = sizeof(T) == 8;
     task.taskKind = 1;
     task.nx = s.nx;
@@ -86,6 +79,28 @@ long double Poly(const T* c, int order, long double t, int derivative = 0) {
   return r;
 }
 
+// Cell of s by definition: i for x[i-1] <= s < x[i] (0 below, nx above), nx-1 at x[nx-1].
+template <class V, class S>
+int64_t CellOf(const V& x, S s) {
+  if (s == x.back()) return int64_t(x.size()) - 1;
+  return std::upper_bound(x.begin(), x.end(), s) - x.begin();
+}
+
+// End conditions other than not-a-knot, from the first (1) and second (2) derivatives at the
+// left (l) and right (r) ends.
+template <class T>
+void ExpectEnds(uint64_t b, const T* bc, long double l1, long double l2, long double r1,
+                long double r2, double tol) {
+  if (b == dfBcPeriodic) {
+    EXPECT_NEAR(double(l1), double(r1), tol) << "periodic slope";
+    EXPECT_NEAR(double(l2), double(r2), tol) << "periodic curvature";
+    return;
+  }
+  const bool fl = b == dfBc1st1st || b == dfBc1st2nd, fr = b == dfBc1st1st || b == dfBc2nd1st;
+  EXPECT_NEAR(double(fl ? l1 : l2), b == dfBcFreeEnd ? 0 : double(bc[0]), tol) << "left end";
+  EXPECT_NEAR(double(fr ? r1 : r2), b == dfBcFreeEnd ? 0 : double(bc[1]), tol) << "right end";
+}
+
 // The double and float entries of construction and interpolation.
 template <class T> struct Api;
 #define QOR_FIT_API(T, t)                                                            \
@@ -100,6 +115,8 @@ QOR_FIT_API(double, d)
 QOR_FIT_API(float, s)
 #undef QOR_FIT_API
 
+constexpr uint64_t kBoundaries[] = {dfBcNotAKnot, dfBcFreeEnd, dfBc1st1st, dfBc1st2nd,
+                                    dfBc2nd1st,   dfBc2nd2nd,  dfBcPeriodic};
 template <class T> constexpr double kRelTol = sizeof(T) == 8 ? 1e-11 : 2e-3;
 }  // namespace fit_test
 

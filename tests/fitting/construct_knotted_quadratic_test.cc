@@ -1,10 +1,5 @@
-// Knotted quadratic spline: defining properties, interpolation, refusals, failed allocation.
-#include <gtest/gtest.h>
-
-#include <cmath>
-
+// Knotted quadratic spline: defining properties, interpolation by the knots, refusals.
 #include "tests/fitting/construct_fixture.h"
-#include "tests/common/allocation_control.h"
 
 namespace fit_test {
 namespace {
@@ -18,19 +13,17 @@ struct Knotted : Problem<T> {
   std::vector<long double> knots;
 
   Knotted(Shape s, uint32_t seed, uint64_t bc_type, const T* bc, Layout layout)
-      : Problem<T>(s, seed, bc_type == dfBcPeriodic) {
-    const int64_t nx = s.nx;
-    ic.assign(nx + 1, T(0));
+      : Problem<T>(s, seed, bc_type == dfBcPeriodic), ic(s.nx + 1), knots(this->at) {
+    const std::vector<long double>& at = this->at;
     ic[0] = this->x[0];
-    ic[nx] = this->x.back();
-    for (int64_t i = 1; i < nx; ++i) ic[i] = T(this->at[i - 1] + 0.3L * (this->at[i] - this->at[i - 1]));
-    knots.assign(nx + 1, 0.0L);
-    knots[0] = this->at[0];
-    knots[nx] = this->at[nx - 1];
-    for (int64_t i = 1; i < nx; ++i)
-      knots[i] = layout == kGiven ? (long double)ic[i] : 0.5L * (this->at[i - 1] + this->at[i]);
+    ic[s.nx] = this->x.back();
+    knots.push_back(at.back());
+    for (int64_t i = 1; i < s.nx; ++i) {
+      ic[i] = T(at[i - 1] + 0.3L * (at[i] - at[i - 1]));
+      knots[i] = layout == kGiven ? (long double)ic[i] : 0.5L * (at[i - 1] + at[i]);
+    }
     this->Describe(3, dfQuadraticKnotted, bc_type, bc, layout == kOwn ? dfIcKnots | 4 : dfIcKnots,
-                   layout == kMiddles ? nullptr : ic.data(), 3 * nx);
+                   layout == kMiddles ? nullptr : ic.data(), 3 * s.nx);
   }
   // Derivative `der` of piece j of function k at site s.
   long double At(int64_t k, int64_t j, long double s, int der) const {
@@ -44,14 +37,18 @@ void ExpectNear(long double a, long double b, const char* what, int64_t at) {
 }
 
 template <class T>
-void CheckDefiningProperties() {
+class KnottedQuadraticTest : public ::testing::Test {};
+using RealTypes = ::testing::Types<double, float>;
+TYPED_TEST_SUITE(KnottedQuadraticTest, RealTypes);
+
+// Values at the breakpoints, C1 at the knots, and the end conditions.
+TYPED_TEST(KnottedQuadraticTest, MeetsItsDefinition) {
+  using T = TypeParam;
   const T bc[2] = {T(0.75), T(-1.5)};
   const Shape shapes[] = {{2, 1, false, false}, {3, 2, true, false}, {5, 3, false, true},
                           {9, 2, true, true}, {12, 1, false, false}};
-  const uint64_t codes[] = {dfBcNotAKnot, dfBcFreeEnd, dfBc1st1st, dfBc2nd1st,
-                            dfBc1st2nd, dfBc2nd2nd, dfBcPeriodic};
   for (const Shape& shape : shapes)
-    for (uint64_t code : codes)
+    for (uint64_t code : kBoundaries)
       for (Layout layout : {kMiddles, kGiven, kOwn}) {
         if (shape.nx == 2 && code == dfBcNotAKnot) continue;
         Knotted<T> p(shape, uint32_t(shape.nx + code), code, bc, layout);
@@ -63,63 +60,46 @@ void CheckDefiningProperties() {
           for (int64_t i = 1; i < nx; ++i)
             for (int der = 0; der < 2; ++der)
               ExpectNear<T>(p.At(k, i - 1, p.knots[i], der), p.At(k, i, p.knots[i], der), "knot", i);
-          const long double left1 = p.At(k, 0, p.at[0], 1), right1 = p.At(k, end, p.at[end], 1);
           const long double left2 = p.At(k, 0, p.at[0], 2), right2 = p.At(k, end, p.at[end], 2);
-          switch (code) {
-            case dfBcNotAKnot:
-              ExpectNear<T>(left2, p.At(k, 1, p.knots[1], 2), "not-a-knot", 0);
-              ExpectNear<T>(right2, p.At(k, end - 1, p.knots[end], 2), "not-a-knot", end);
-              break;
-            case dfBcPeriodic:
-              ExpectNear<T>(left1, right1, "periodic slope", 0);
-              ExpectNear<T>(left2, right2, "periodic curvature", 0);
-              break;
-            default:
-              const bool first_left = code == dfBc1st1st || code == dfBc1st2nd;
-              const bool first_right = code == dfBc1st1st || code == dfBc2nd1st;
-              const T value_left = code == dfBcFreeEnd ? T(0) : bc[0];
-              const T value_right = code == dfBcFreeEnd ? T(0) : bc[1];
-              ExpectNear<T>(first_left ? left1 : left2, value_left, "left end", 0);
-              ExpectNear<T>(first_right ? right1 : right2, value_right, "right end", end);
+          if (code != dfBcNotAKnot) {
+            ExpectEnds(code, bc, p.At(k, 0, p.at[0], 1), left2, p.At(k, end, p.at[end], 1), right2,
+                       20 * kRelTol<T>);
+            continue;
           }
+          ExpectNear<T>(left2, p.At(k, 1, p.knots[1], 2), "not-a-knot", 0);
+          ExpectNear<T>(right2, p.At(k, end - 1, p.knots[end], 2), "not-a-knot", end);
         }
       }
 }
 
-TEST(KnottedQuadraticTest, DoubleMeetsItsDefinition) { CheckDefiningProperties<double>(); }
-TEST(KnottedQuadraticTest, FloatMeetsItsDefinition) { CheckDefiningProperties<float>(); }
-
 // The interpolator picks the piece by the knots, inside and outside the partition.
-template <class T>
-void CheckInterpolation(Shape shape, Layout layout) {
+TYPED_TEST(KnottedQuadraticTest, InterpolationFollowsTheKnots) {
+  using T = TypeParam;
   const T bc[2] = {T(0.5), T(2)};
-  Knotted<T> p(shape, 7, dfBc1st2nd, bc, layout);
-  ASSERT_EQ(Api<T>::quadratic(&p.task, 0, 0, nullptr), 0);
-  const int64_t nx = shape.nx;
-  std::vector<T> site = {T(p.at[0] - 0.5L), T(p.at[nx - 1] + 0.5L)};
-  for (int64_t i = 0; i < nx; ++i) site.push_back(T(p.at[i]));
-  for (int64_t i = 1; i < nx; ++i)
-    for (long double f : {-0.01L, 0.01L}) site.push_back(T(p.knots[i] + f * (p.at[i] - p.at[i - 1])));
-  const int32_t dorder[] = {1, 1, 1};
-  const int64_t n = int64_t(site.size());
-  std::vector<T> r(3 * n * shape.ny);
-  ASSERT_EQ(Api<T>::interpolate(&p.task, 1, 0, n, site.data(), 0, 3, dorder, nullptr, r.data(), 0,
-                                nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                nullptr, nullptr, nullptr), 0);
-  for (int64_t k = 0; k < shape.ny; ++k)
-    for (int64_t s = 0; s < n; ++s) {
-      int64_t piece = 0;
-      while (piece + 1 < nx && site[s] >= p.knots[piece + 1]) ++piece;
-      for (int der = 0; der < 3; ++der)
-        ExpectNear<T>(r[(k * n + s) * 3 + der], p.At(k, piece, site[s], der), "site", s);
-    }
-}
-
-TEST(KnottedQuadraticTest, InterpolationFollowsTheKnots) {
-  CheckInterpolation<double>({7, 2, false, false}, kMiddles);
-  CheckInterpolation<double>({6, 1, true, true}, kGiven);
-  CheckInterpolation<float>({5, 2, false, true}, kGiven);
-  CheckInterpolation<float>({8, 1, true, false}, kOwn);
+  for (Layout layout : {kMiddles, kGiven, kOwn}) {
+    const Shape shape = {6 + layout, 2 - layout % 2, layout == kGiven, layout == kOwn};
+    Knotted<T> p(shape, 7, dfBc1st2nd, bc, layout);
+    ASSERT_EQ(Api<T>::quadratic(&p.task, 0, 0, nullptr), 0);
+    const int64_t nx = shape.nx;
+    std::vector<T> site = {T(p.at[0] - 0.5L), T(p.at[nx - 1] + 0.5L)};
+    for (int64_t i = 0; i < nx; ++i) site.push_back(T(p.at[i]));
+    for (int64_t i = 1; i < nx; ++i)
+      for (long double f : {-0.01L, 0.01L})
+        site.push_back(T(p.knots[i] + f * (p.at[i] - p.at[i - 1])));
+    const int32_t dorder[] = {1, 1, 1};
+    const int64_t n = int64_t(site.size());
+    std::vector<T> r(3 * n * shape.ny);
+    ASSERT_EQ(Api<T>::interpolate(&p.task, 1, 0, n, site.data(), 0, 3, dorder, nullptr, r.data(), 0,
+                                  nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                  nullptr, nullptr, nullptr), 0);
+    for (int64_t k = 0; k < shape.ny; ++k)
+      for (int64_t s = 0; s < n; ++s) {
+        int64_t piece = 0;
+        while (piece + 1 < nx && site[s] >= p.knots[piece + 1]) ++piece;
+        for (int der = 0; der < 3; ++der)
+          ExpectNear<T>(r[(k * n + s) * 3 + der], p.At(k, piece, site[s], der), "site", s);
+      }
+  }
 }
 
 // Faults planted in a valid task: which of them is reported shows the order of the tests.
@@ -162,20 +142,5 @@ TEST(KnottedQuadraticTest, RefusalsInTheirOrder) {
   }
 }
 
-TEST(KnottedQuadraticTest, FailedAllocationLeaksNothing) {
-  const float bc[2] = {1, -1};
-  for (uint64_t code : {dfBcNotAKnot, dfBcPeriodic, dfBc2nd2nd}) {
-    Knotted<float> p({9, 2, true, false}, 5, code, bc, kMiddles);
-    const long live = alloc_control::LiveBlocks();
-    {
-      alloc_control::ScopedFailure fail(0);
-      EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), dfErrNoMemory) << code;
-    }
-    EXPECT_EQ(alloc_control::LiveBlocks(), live);
-    EXPECT_EQ(p.coeff, std::vector<float>(p.coeff.size(), -777.f)) << code;
-    EXPECT_EQ(qor_df_kernel_sDFQuadraticSpline1D(&p.task, 0, 0, nullptr), 0);
-    EXPECT_EQ(alloc_control::LiveBlocks(), live);
-  }
-}
 }  // namespace
 }  // namespace fit_test

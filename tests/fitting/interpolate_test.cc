@@ -1,22 +1,9 @@
 // Interpolation against independently evaluated coefficients; cells, kinds, callbacks, refusals.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "support/threading_tables.h"
 #include "tests/fitting/construct_fixture.h"
 
 namespace fit_test {
 namespace {
-// Cell of s by definition: 0 below, i for x[i-1] <= s < x[i], nx-1 at the end, nx above.
-int64_t BruteCell(const std::vector<long double>& at, long double s) {
-  const int64_t nx = int64_t(at.size());
-  if (s == at[nx - 1]) return nx - 1;
-  int64_t c = 0;
-  while (c < nx && at[c] <= s) ++c;
-  return c;
-}
-
 template <class T>
 std::vector<T> Sites(const Problem<T>& p, int count, uint32_t seed) {
   std::mt19937 rng(seed);
@@ -40,11 +27,11 @@ size_t Index(int64_t rhint, int64_t k, int64_t s, int64_t m, int64_t ny, int64_t
 template <class T>
 int Run(Problem<T>& p, int type, const std::vector<T>& s, const std::vector<int32_t>& dorder,
         std::vector<T>* r, int64_t rhint, void* cell = nullptr,
-        const qorThreading* threading = nullptr, int64_t sitehint = 0) {
+        const qorThreading* threading = nullptr) {
   // A wide task reads the derivative orders as 64-bit integers.
   const std::vector<int64_t> dorder64(dorder.begin(), dorder.end());
   const void* orders = p.task.wideIndex ? static_cast<const void*>(dorder64.data()) : dorder.data();
-  return Api<T>::interpolate(&p.task, type, 0, int64_t(s.size()), s.data(), sitehint,
+  return Api<T>::interpolate(&p.task, type, 0, int64_t(s.size()), s.data(), 0,
                              int64_t(dorder.size()), orders, nullptr, r->data(), rhint,
                              cell, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                              nullptr, threading);
@@ -58,13 +45,12 @@ TYPED_TEST_SUITE(InterpolateTest, RealTypes);
 // Polynomial kinds: random coefficients of order 2, 3, 4 and 6; every rhint; all derivatives.
 TYPED_TEST(InterpolateTest, PolynomialKindsMatchTheirCoefficients) {
   using T = TypeParam;
-  const int64_t orders[] = {2, 3, 4, 6};
   const int64_t rhints[] = {0, dfOutFSD, dfOutFDS, dfOutSFD, dfOutSDF};
   const std::vector<int32_t> dorders[] = {{1, 1, 1, 1}, {0, 1, 0, 1}, {0, 0}, {1}};
   std::mt19937 rng(3);
   std::uniform_real_distribution<double> u(-1, 1);
   for (bool uniform : {false, true})
-    for (int64_t order : orders)
+    for (int64_t order : {2, 3, 4, 6})
       for (const auto& dorder : dorders)
         for (int64_t rhint : rhints) {
           Problem<T> p({12, 3, uniform, false}, 17);
@@ -80,13 +66,13 @@ TYPED_TEST(InterpolateTest, PolynomialKindsMatchTheirCoefficients) {
           ASSERT_EQ(Run(p, 1, s, dorder, &r, rhint), 0);
           for (int64_t k = 0; k < 3; ++k)
             for (int64_t i = 0; i < ns; ++i) {
-              const int64_t c = BruteCell(p.at, s[i]);
+              const int64_t c = CellOf(p.at, (long double)s[i]);
               const int64_t j = std::min<int64_t>(std::max<int64_t>(c - 1, 0), 10);
               const long double t = (long double)s[i] - (long double)T(p.at[j]);
               for (int64_t m = 0; m < nd; ++m) {
                 const double expect = double(Poly(p.C(k, j, int(order)), int(order), t, want[m]));
                 EXPECT_NEAR(r[Index(rhint ? rhint : 16, k, i, m, 3, ns, nd)], expect,
-                            (sizeof(T) == 8 ? 1e-11 : 2e-3) * (1 + std::fabs(expect)))
+                            kRelTol<T> * (1 + std::fabs(expect)))
                     << "order " << order << " rhint " << rhint << " site " << s[i] << " der " << want[m];
               }
             }
@@ -109,7 +95,7 @@ TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
     std::vector<T> r(2 * ns), again(2 * ns), threaded(2 * ns);
     ASSERT_EQ(Run(p, 3, s, {1}, &r, dfOutSFD, cells), 0);
     for (int64_t i = 0; i < ns; ++i)
-      ASSERT_EQ(wide ? cells64[i] : int64_t(cells32[i]), BruteCell(p.at, s[i])) << s[i];
+      ASSERT_EQ(wide ? cells64[i] : int64_t(cells32[i]), CellOf(p.at, (long double)s[i])) << s[i];
     ASSERT_EQ(Run(p, 4, s, {1}, &again, dfOutSFD, cells), 0);
     EXPECT_EQ(again, r);
     ASSERT_EQ(Run(p, 1, s, {1}, &threaded, dfOutSFD, nullptr, qor_support_pool_threading(2)), 0);
@@ -117,36 +103,34 @@ TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
   }
 }
 
-// Step and look-up kinds read the tabulated values.
+// Step kinds take the value at the right or the left end of a cell, look-up the value at a
+// breakpoint.
 TYPED_TEST(InterpolateTest, TabulatedKinds) {
   using T = TypeParam;
   Problem<T> p({6, 2, false, false}, 4);
-  const int64_t nx = 6;
-  p.Describe(0, dfStepRight, 0, nullptr, 0, nullptr, 0);
   const std::vector<T> s = {T(p.at[0] - 1), T(p.at[0]), T(p.at[2]), T((p.at[2] + p.at[3]) / 2),
                             T(p.at[5]), T(p.at[5] + 1)};
-  std::vector<T> r(2 * s.size());
-  const std::vector<int> right = {0, 0, 2, 2, 5, 5}, left = {0, 0, 2, 3, 5, 5};
-  for (const auto& [type, taken] : {std::pair{dfStepRight, &right}, {dfStepLeft, &left}}) {
-    p.task.splineType = type;
-    ASSERT_EQ(Run(p, 1, s, {1}, &r, dfOutFSD), 0);
+  const struct { int type; std::vector<T> s; std::vector<int> taken; } cases[] = {
+      {dfStepRight, s, {0, 0, 2, 2, 5, 5}},
+      {dfStepLeft, s, {0, 0, 2, 3, 5, 5}},
+      {dfLookup, std::vector<T>(p.at.begin(), p.at.end()), {0, 1, 2, 3, 4, 5}}};
+  for (const auto& c : cases) {
+    p.Describe(0, c.type, 0, nullptr, 0, nullptr, 0);
+    std::vector<T> r(12);
+    ASSERT_EQ(Run(p, 1, c.s, {1}, &r, dfOutFSD), 0);
     for (int k = 0; k < 2; ++k)
-      for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, (*taken)[i])) << type << " " << i;
+      for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, c.taken[i])) << c.type << " " << i;
   }
-  p.task.splineType = dfLookup;
-  std::vector<T> on(p.at.begin(), p.at.end()), got(2 * nx);
-  ASSERT_EQ(Run(p, 1, on, {1}, &got, dfOutFSD), 0);
-  for (int k = 0; k < 2; ++k)
-    for (int i = 0; i < nx; ++i) EXPECT_EQ(got[k * nx + i], p.Y(k, i));
 }
 
-int MarkLeft(int64_t* n, int64_t*, double*, double* r, const void*) {
-  for (int64_t i = 0; i < *n; ++i) r[i] = 1234;
-  return 0;
-}
-int Refuse(int64_t*, int64_t*, double*, double*, const void*) { return -77; }
-
+// Sites left of the partition go to the left callback, the others are evaluated; a callback's
+// negative status stops the interpolation.
 TEST(InterpolateCallbackTest, LeftSitesGoToTheCallbackOthersAreEvaluated) {
+  const auto mark_left = [](int64_t* n, int64_t*, double*, double* r, const void*) {
+    for (int64_t i = 0; i < *n; ++i) r[i] = 1234;
+    return 0;
+  };
+  const auto refuse = [](int64_t*, int64_t*, double*, double*, const void*) { return -77; };
   Problem<double> p({5, 1, false, false}, 2);
   p.Describe(2, 0, 0, nullptr, 0, nullptr, 8);
   ASSERT_EQ(qor_df_kernel_dDFLinearSpline1D(&p.task, 0, 0, nullptr), 0);
@@ -154,14 +138,14 @@ TEST(InterpolateCallbackTest, LeftSitesGoToTheCallbackOthersAreEvaluated) {
   const int32_t dorder[] = {1};
   std::vector<double> r(3);
   ASSERT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
-                                           r.data(), 0, nullptr, MarkLeft, nullptr, nullptr,
+                                           r.data(), 0, nullptr, +mark_left, nullptr, nullptr,
                                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
             0);
   EXPECT_EQ(r[0], 1234);
   EXPECT_NEAR(r[1], p.Y(0, 1), 1e-14);
   EXPECT_NEAR(r[2], double(Poly(p.C(0, 3, 2), 2, p.at[4] + 1 - p.at[3])), 1e-12);
   EXPECT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
-                                           r.data(), 0, nullptr, nullptr, nullptr, Refuse,
+                                           r.data(), 0, nullptr, nullptr, nullptr, +refuse,
                                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
             -77);
 }

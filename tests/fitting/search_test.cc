@@ -1,34 +1,15 @@
 // Cell search: every method and form against brute force, selection, threads, callbacks.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <limits>
-#include <random>
 #include <utility>
-#include <vector>
 
 #include "fitting/search.h"
 #include "support/threading_tables.h"
 #include "tests/common/allocation_control.h"
+#include "tests/fitting/construct_fixture.h"
 
 namespace {
 using df::CellForm;
-
-// The double or the float entry, as T says.
-template <class T, class D, class S, class... A>
-int Entry(D double_entry, S float_entry, A... args) {
-  if constexpr (sizeof(T) == 8) return double_entry(args...);
-  else return float_entry(args...);
-}
-
-// Number of breakpoints at or below s, with x[nx-1] itself in cell nx-1.
-template <class T>
-int64_t ReferenceCell(const std::vector<T>& x, T s) {
-  const int64_t nx = static_cast<int64_t>(x.size());
-  if (s == x[nx - 1]) return nx - 1;
-  return std::upper_bound(x.begin(), x.end(), s) - x.begin();
-}
+using fit_test::CellOf;
 
 template <class T>
 std::vector<T> RandomPartition(int64_t nx, std::mt19937_64& rng) {
@@ -76,14 +57,7 @@ int PoorEstimates(int64_t* n, const T*, int64_t* estimate, uint32_t*, void*, int
 // A plan of `method` over nx breakpoints `x` (the two ends for the uniform methods).
 template <class T>
 df::SearchPlan<T> Plan(int method, int64_t nx, const T* x, T first, T last, bool ascending) {
-  df::SearchPlan<T> plan;
-  plan.method = method;
-  plan.nx = nx;
-  plan.x = x;
-  plan.step = (last - first) / static_cast<T>(nx - 1);
-  plan.callback = PoorEstimates<T>;
-  plan.ascending = ascending;
-  return plan;
+  return {method, nx, x, (last - first) / static_cast<T>(nx - 1), ascending, PoorEstimates<T>};
 }
 
 // Every cell form gives the brute-force cells of the partition `x`.
@@ -93,7 +67,7 @@ void ExpectBruteForce(const df::SearchPlan<T>& plan, const std::vector<T>& x,
   for (CellForm form : {CellForm::k32, CellForm::k64, CellForm::k64Pack}) {
     const std::vector<int64_t> cells = Search(plan, form, sites);
     for (size_t i = 0; i < sites.size(); ++i)
-      ASSERT_EQ(cells[i], ReferenceCell(x, sites[i])) << "nx " << x.size() << " method "
+      ASSERT_EQ(cells[i], CellOf(x, sites[i])) << "nx " << x.size() << " method "
           << plan.method << " form " << int(form) << " site " << sites[i];
   }
 }
@@ -156,25 +130,7 @@ TYPED_TEST(SearchTest, NaNSites) {
   }
 }
 
-// The shortcuts are taken only on an ascending partition with enough sites to pay the check.
-TYPED_TEST(SearchTest, CheckAscendingNeedsAnAscendingPartitionAndEnoughSites) {
-  using T = TypeParam;
-  const T nan = std::numeric_limits<T>::quiet_NaN();
-  const struct Case { std::vector<T> x; int method; int64_t nsite; bool ascending; } cases[] = {
-      {std::vector<T>(64, T(1)), df::kHybridSearch, 2, true},
-      {std::vector<T>(64, T(1)), df::kSortedSearch, 2, true},
-      {std::vector<T>(64, T(1)), df::kHybridSearch, 1, false},
-      {std::vector<T>(64, T(1)), df::kPeakSearch, 1000, false},
-      {{0, 2, 1, 3}, df::kHybridSearch, 1000, false},
-      {{0, nan, 2, 3}, df::kSortedSearch, 1000, false},
-  };
-  for (const Case& c : cases) {
-    df::SearchPlan<T> plan = Plan(c.method, int64_t(c.x.size()), c.x.data(), c.x[0], c.x[0], false);
-    df::CheckAscending(&plan, c.nsite);
-    EXPECT_EQ(plan.ascending, c.ascending) << c.method << " " << c.nsite << " " << c.x[1];
-  }
-}
-
+// Groups of four sites multiply by the reciprocal of the step, the sites behind them divide.
 TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
   const int64_t nx = 1001;
   const double ends[2] = {0.0, 100.0}, step = (ends[1] - ends[0]) / 1000, inv = 1 / step;
@@ -184,11 +140,16 @@ TEST(SearchTest, UniformGroupsMultiplyAndTheTailDivides) {
       if (std::trunc(s * inv) != std::trunc(s / step)) site = s;
   ASSERT_NE(site, 0) << "no site where the two roundings part";
   const std::vector<double> sites(5, site);
-  std::vector<int64_t> cells(5);
-  ASSERT_EQ(qor_df_kernel_dDFUniformSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
-                                               nullptr, cells.data()), 0);
-  EXPECT_TRUE(cells[0] == static_cast<int64_t>(site * inv) + 1 && cells[3] == cells[0]);
-  EXPECT_TRUE(cells[4] == static_cast<int64_t>(site / step) + 1 && cells[4] != cells[0]);
+  for (bool user : {false, true}) {  // the uniform user-defined method, every site left to it
+    std::vector<int64_t> cells(5);
+    ASSERT_EQ(user ? qor_df_kernel_dDFUniUserDefSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
+                                                           nullptr, cells.data(), PoorEstimates<double>,
+                                                           nullptr, 0, nullptr)
+                   : qor_df_kernel_dDFUniformSearch1D64(nx, ends, 5, sites.data(), step, 0, nullptr,
+                                                        nullptr, cells.data()), 0);
+    EXPECT_TRUE(cells[0] == static_cast<int64_t>(site * inv) + 1 && cells[3] == cells[0]) << user;
+    EXPECT_TRUE(cells[4] == static_cast<int64_t>(site / step) + 1 && cells[4] != cells[0]) << user;
+  }
 }
 
 // Exported forms: the flags word chooses the cell width, the sorted form keeps its cursor.
@@ -242,14 +203,15 @@ TEST(SearchTest, CallbackContract) {
   }
 }
 
-TYPED_TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
-  using T = TypeParam;
-  const T nan = std::numeric_limits<T>::quiet_NaN();
+// The driver chooses the method by partition, site and data hints, and gives the brute-force
+// cells on the calling thread and on a pool (the sorted method keeps a cursor per thread).
+TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
   const struct {
     const char* name;
     uint64_t x_hint;
     int64_t site_hint;
-    std::vector<T> dhint;
+    std::vector<double> dhint;
     int status;
   } cases[] = {
       {"hybrid", 1, 0, {}, 0},
@@ -258,56 +220,35 @@ TYPED_TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
       {"choice neither 0 nor 1", 1, 0, {0, 0.5, 0, 0, 3}, dfErrBadSiteHint},
       {"choice NaN", 1, 0, {0, nan, 0, 0, 3}, dfErrBadSiteHint},
       {"peak below 0", 1, 0, {0, 1, 0, 0, -1}, dfErrBadSiteHint},
-      {"peak above nx", 1, 0, {0, 1, 0, 0, 600}, dfErrBadSiteHint},
+      {"peak above nx", 1, 0, {0, 1, 0, 0, 6000}, dfErrBadSiteHint},
       {"peak NaN", 1, 0, {0, 1, 0, 0, nan}, dfErrBadSiteHint},
       {"sorted before the data hint", 1, 64, {0, 0.5, 0, 0, 0}, 0},
       {"quasi-uniform before the site hint", 2, 64, {0, 0.5, 0, 0, 0}, 0},
   };
   std::mt19937_64 rng(5);
-  const std::vector<T> x = RandomPartition<T>(500, rng);
-  std::vector<T> sites = AdversarialSites(x, rng);
-  std::sort(sites.begin(), sites.end());
-  for (const auto& c : cases) {
-    dfTask* task = nullptr;
-    ASSERT_EQ(Entry<T>(qor_df_kernel_dNewTask1D, qor_df_kernel_sNewTask1D, &task, 500, x.data(),
-                       c.x_hint, 0, nullptr, 0, 1), 0);
-    std::vector<int64_t> cells(sites.size(), -1);
-    const T* dhint = c.dhint.empty() ? nullptr : c.dhint.data();
-    const int status = Entry<T>(qor_df_kernel_dDFSearch1D, qor_df_kernel_sDFSearch1D, task, 0,
-                                int64_t(sites.size()), sites.data(), c.site_hint, dhint,
-                                cells.data(), nullptr, nullptr, nullptr);
-    EXPECT_EQ(status, c.status) << c.name;
-    if (status == 0)
-      for (size_t i = 0; i < sites.size(); ++i)
-        ASSERT_EQ(cells[i], ReferenceCell(x, sites[i])) << c.name;
-    qor_df_kernel_DeleteTask(&task);
-  }
-}
-
-// Serial and pool tables give the same cells; uniform sites expand on the stack up to 4096.
-TEST(SearchTest, ThreadsAndExpandedSites) {
-  std::mt19937_64 rng(3);
   const std::vector<double> x = RandomPartition<double>(5000, rng);
   std::vector<double> sites = AdversarialSites(x, rng);
   sites.resize(20000, 1.5);
-  for (uint64_t x_hint : {1u, 2u}) {
-    dfTask* task = nullptr;
-    ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), x_hint, 0, nullptr, 0, 0), 0);
-    for (int64_t site_hint : {0, 64}) {
-      std::vector<double> s = sites;
-      if (site_hint == 64) std::sort(s.begin(), s.end());
-      const auto cells = [&](const qorThreading* threading) {
-        std::vector<uint32_t> r(s.size());
-        EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, s.size(), s.data(), site_hint, nullptr,
-                                            r.data(), nullptr, nullptr, threading), 0);
-        return r;
-      };
-      const std::vector<uint32_t> serial = cells(qor_support_serial_threading());
-      for (int threads : {2, 3, 7})
-        ASSERT_EQ(serial, cells(qor_support_pool_threading(threads))) << x_hint << " " << threads;
+  std::sort(sites.begin(), sites.end());
+  const qorThreading* threadings[] = {qor_support_serial_threading(), qor_support_pool_threading(3)};
+  for (const auto& c : cases)
+    for (const qorThreading* threading : threadings) {
+      dfTask* task = nullptr;
+      ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), c.x_hint, 0, nullptr, 0, 1), 0);
+      std::vector<int64_t> cells(sites.size(), -1);
+      EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, int64_t(sites.size()), sites.data(), c.site_hint,
+                                          c.dhint.empty() ? nullptr : c.dhint.data(), cells.data(),
+                                          nullptr, nullptr, threading), c.status) << c.name;
+      for (size_t i = 0; c.status == 0 && i < sites.size(); ++i)
+        ASSERT_EQ(cells[i], CellOf(x, sites[i])) << c.name;
+      qor_df_kernel_DeleteTask(&task);
     }
-    qor_df_kernel_DeleteTask(&task);
-  }
+}
+
+// Uniform sites (site hint 4) expand on the stack up to 4096, beyond in one allocation.
+TEST(SearchTest, UniformSitesExpand) {
+  std::mt19937_64 rng(3);
+  const std::vector<double> x = RandomPartition<double>(5000, rng);
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 5000, x.data(), 1, 0, nullptr, 0, 0), 0);
   const double ends[2] = {x[0] - 1, x[4999] + 1};
@@ -319,7 +260,7 @@ TEST(SearchTest, ThreadsAndExpandedSites) {
     EXPECT_EQ(alloc_control::Allocations(), nsite > 4096 ? 1 : 0);
     const double d = (ends[1] - ends[0]) * (1.0 / (nsite - 1));
     for (int64_t i = 0; i < nsite; i += 97)
-      ASSERT_EQ(cells[i], ReferenceCell(x, i * d + ends[0])) << i;
+      ASSERT_EQ(cells[i], CellOf(x, i * d + ends[0])) << i;
     alloc_control::ScopedFailure failure(0);
     EXPECT_EQ(qor_df_kernel_dDFSearch1D(task, 0, nsite, ends, 4, nullptr, cells.data(), nullptr,
                                         nullptr, nullptr), nsite > 4096 ? dfErrNoMemory : 0);

@@ -1,6 +1,7 @@
 // The fitting task: refusals in order, tables, the search accelerator, allocation failures.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "fitting/task.h"
@@ -14,24 +15,16 @@ std::vector<double> Partition(int64_t nx) {
 }
 
 TEST(TaskTest, CreationRefusesBadArgumentsInOrderBeforeAllocating) {
-  const struct {
-    const char* name;
-    int64_t nx;
-    bool x;
-    uint64_t x_hint;
-    int64_t ny;
-    bool y;
-    uint64_t y_hint;
-    int status;
-  } cases[] = {
-      {"nx below 2 before null x", 1, false, 3, 0, false, 5, dfErrBadNx},
-      {"null x before x hint", 2, false, 3, 0, false, 5, dfErrBadX},
-      {"x hint 3", 4, true, 3, 1, true, 0, dfErrBadXHint},
-      {"x hint 5", 4, true, 5, 1, true, 0, dfErrBadXHint},
-      {"ny 0 with y", 4, true, 1, 0, true, 0, dfErrBadNy},
-      {"ny 1 without y", 4, true, 1, 1, false, 0, dfErrBadY},
-      {"y hint 64", 4, true, 1, 1, true, 64, dfErrBadYHint},
-      {"y hint 17", 4, true, 1, 1, true, 17, dfErrBadYHint},
+  const struct { const char* name; int64_t nx, ny; bool x, y; uint64_t x_hint, y_hint; int status; }
+  cases[] = {
+      {"nx below 2 before null x", 1, 0, false, false, 3, 5, dfErrBadNx},
+      {"null x before x hint", 2, 0, false, false, 3, 5, dfErrBadX},
+      {"x hint 3", 4, 1, true, true, 3, 0, dfErrBadXHint},
+      {"x hint 5", 4, 1, true, true, 5, 0, dfErrBadXHint},
+      {"ny 0 with y", 4, 0, true, true, 1, 0, dfErrBadNy},
+      {"ny 1 without y", 4, 1, true, false, 1, 0, dfErrBadY},
+      {"y hint 64", 4, 1, true, true, 1, 64, dfErrBadYHint},
+      {"y hint 17", 4, 1, true, true, 1, 17, dfErrBadYHint},
   };
   std::vector<double> x = Partition(8), y(8);
   for (const auto& c : cases) {
@@ -66,41 +59,32 @@ TEST(TaskTest, FieldsAndTablesOfANewTask) {
   qor_df_kernel_DeleteTask(&task);
 }
 
-TEST(TaskTest, AcceleratorOfTwoBreakpointsAndOfAUniformTask) {
-  double x[3] = {1.0, 2.0, 0.0 / 0.0};  // x[2] of a uniform task is never read
-  dfTask* task = nullptr;
-  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 2, x, dfXNonUniform, 0, nullptr, 0, 0), 0);
-  ASSERT_EQ(task->cellCount, 16u);
-  EXPECT_EQ(task->cellTable[0], 0u);
-  for (int j = 0; j <= 16; ++j) EXPECT_EQ(task->cellTable[2 * j + 1], 1u) << j;
-  EXPECT_EQ(task->cellScale.d, 16.0);
-  qor_df_kernel_DeleteTask(&task);
-
-  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 1000, x, dfXUniform, 0, nullptr, 0, 0), 0);
-  EXPECT_TRUE(task->cellCount == 0 && task->cellTable == nullptr);
-  EXPECT_EQ(qor_df_kernel_iEditVal(task, dfParamXHint, 2), 0);  // stores only
-  EXPECT_EQ(task->cellTable, nullptr);
-  qor_df_kernel_DeleteTask(&task);
-}
-
-// Every bucket's (lo, hi) encloses the breakpoints around any value of the bucket.
+// The bucket (lo, hi) of any value v between the ends, trunc((v - x[0]) * scale), encloses
+// the breakpoints around v; a uniform task has no accelerator.
 TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
-  for (int64_t nx : {17, 271, 272, 5000, 20000}) {
+  for (int64_t nx : {2, 17, 271, 272, 5000, 20000}) {
     std::vector<double> x(nx);
     for (int64_t i = 0; i < nx; ++i) x[i] = i + 0.9 * (i * i % 7) / 7.0 + (i > nx / 2 ? 3 * i : 0);
     dfTask* task = nullptr;
     ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, nx, x.data(), dfXNoHint, 0, nullptr, 0, 0), 0);
     const uint64_t m = task->cellCount;
     EXPECT_EQ(m, static_cast<uint64_t>(nx < 272 ? 16 : nx >= 16384 ? 1024 : nx / 16));
-    for (int64_t i = 0; i + 1 < nx; ++i) {
-      const double v = 0.5 * (x[i] + x[i + 1]);
+    for (uint64_t s = 0; s <= 8 * m; ++s) {
+      const double v = x[0] + (x[nx - 1] - x[0]) * s / (8 * m);
       const uint64_t j = static_cast<uint64_t>((v - x[0]) * task->cellScale.d);
-      ASSERT_LE(task->cellTable[2 * j], static_cast<uint64_t>(i)) << nx << " " << i;
-      ASSERT_GE(task->cellTable[2 * j + 1], static_cast<uint64_t>(i + 1)) << nx << " " << i;
+      const int64_t i = std::min<int64_t>(std::upper_bound(x.begin(), x.end(), v) - x.begin(), nx - 1);
+      ASSERT_LE(task->cellTable[2 * j], static_cast<uint64_t>(i - 1)) << nx << " " << v;
+      ASSERT_GE(task->cellTable[2 * j + 1], static_cast<uint64_t>(i)) << nx << " " << v;
     }
-    EXPECT_EQ(task->cellTable[2 * m], task->cellTable[2 * (m - 1)]);
     qor_df_kernel_DeleteTask(&task);
   }
+  double ends[3] = {1.0, 2.0, 0.0 / 0.0};  // x[2] of a uniform task is never read
+  dfTask* task = nullptr;
+  ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 1000, ends, dfXUniform, 0, nullptr, 0, 0), 0);
+  EXPECT_TRUE(task->cellCount == 0 && task->cellTable == nullptr);
+  EXPECT_EQ(qor_df_kernel_iEditVal(task, dfParamXHint, 2), 0);  // stores only
+  EXPECT_EQ(task->cellTable, nullptr);
+  qor_df_kernel_DeleteTask(&task);
 }
 
 TEST(TaskTest, ValueEditsRefuseAndQueriesReadBack) {
@@ -127,8 +111,7 @@ TEST(TaskTest, ValueEditsRefuseAndQueriesReadBack) {
       int64_t result = -1;
       EXPECT_EQ(qor_df_kernel_iQueryVal(task, c.id, &result), 0);
       // A narrow task writes only the low 32 bits.
-      const int64_t expected = wide ? c.value : (int64_t{-1} << 32) | c.value;
-      EXPECT_EQ(result, expected) << c.id;
+      EXPECT_EQ(result, wide ? c.value : (int64_t{-1} << 32) | c.value) << c.id;
     }
     int64_t result;  // and the refusals of queries and edits
     EXPECT_EQ(qor_df_kernel_iQueryVal(nullptr, dfParamNx, &result), dfErrNullTask);
@@ -143,40 +126,35 @@ TEST(TaskTest, SplineEditStoresStepByStep) {
   std::vector<double> x = Partition(6), y(12), coeff(64), bc(2), ic(6);
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 2, y.data(), 0, 0), 0);
+  const auto edit = [&](int64_t order, int64_t type, uint64_t bc_type, const double* b,
+                        int64_t ic_type, const double* i, double* c, uint64_t hint) {
+    return qor_df_kernel_dEditPPSpline1D(task, order, type, bc_type, b, ic_type, i, c, hint);
+  };
   EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(nullptr, 4, 2, 0, nullptr, 0, nullptr, nullptr, 0),
             dfErrNullTask);
-  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, -1, 2, 0, nullptr, 0, nullptr, nullptr, 0),
-            dfErrBadOrder);
-  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, -1, 0, nullptr, 0, nullptr, nullptr, 0),
-            dfErrBadType);
+  EXPECT_EQ(edit(-1, 2, 0, nullptr, 0, nullptr, nullptr, 0), dfErrBadOrder);
+  EXPECT_EQ(edit(4, -1, 0, nullptr, 0, nullptr, nullptr, 0), dfErrBadType);
   // The order and type stay when a later step refuses.
-  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 12, nullptr, 0, nullptr, nullptr, 0),
-            dfErrBadBc);
+  EXPECT_EQ(edit(4, 2, 12, nullptr, 0, nullptr, nullptr, 0), dfErrBadBc);
   EXPECT_EQ(task->splineOrder, 4);
-  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 64, nullptr, 1, nullptr, nullptr, 0),
-            dfErrBadIc);
+  EXPECT_EQ(edit(4, 2, 64, nullptr, 1, nullptr, nullptr, 0), dfErrBadIc);
   EXPECT_EQ(task->bcType, 64);
-  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 2, nullptr, 0, ic.data(), nullptr, 0),
-            dfErrBadIcType);
-  // Cubic: 4*(nx-1) reals a function; knotted quadratic: 3*nx.
-  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 4, 2, 12, bc.data(), 0, nullptr, coeff.data(), 0),
-            0);
+  EXPECT_EQ(edit(4, 2, 2, nullptr, 0, ic.data(), nullptr, 0), dfErrBadIcType);
+  // Cubic: 4*(nx-1) reals a function; knotted quadratic: 3*nx; separate: entry 0 only.
+  ASSERT_EQ(edit(4, 2, 12, bc.data(), 0, nullptr, coeff.data(), 0), 0);
   EXPECT_EQ(task->coeffTable[1], coeff.data() + 20);
-  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 3, 1, 1, nullptr, 8, ic.data(), coeff.data(), 0),
-            0);
+  ASSERT_EQ(edit(3, 1, 1, nullptr, 8, ic.data(), coeff.data(), 0), 0);
   EXPECT_EQ(task->coeffTable[1], coeff.data() + 18);
-  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 2, 0, 1, nullptr, 0, nullptr, coeff.data(), 128),
-            0);
+  ASSERT_EQ(edit(2, 0, 1, nullptr, 0, nullptr, coeff.data(), 128), 0);
   EXPECT_EQ(task->coeffTable[1], nullptr);
   // No coefficient array: the table stays and the hint is stored.
   void** table = task->coeffTable;
-  ASSERT_EQ(qor_df_kernel_dEditPPSpline1D(task, 2, 0, 1, nullptr, 0, nullptr, nullptr, 16), 0);
+  ASSERT_EQ(edit(2, 0, 1, nullptr, 0, nullptr, nullptr, 16), 0);
   EXPECT_TRUE(task->coeffTable == table && task->coeffHint == 16);
   qor_df_kernel_DeleteTask(&task);
 
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 0, nullptr, 0, 0), 0);
-  EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(task, 2, 0, 1, nullptr, 0, nullptr, coeff.data(), 0),
-            dfErrBadNy);
+  EXPECT_EQ(edit(2, 0, 1, nullptr, 0, nullptr, coeff.data(), 0), dfErrBadNy);
   qor_df_kernel_DeleteTask(&task);
 }
 
@@ -184,9 +162,11 @@ TEST(TaskTest, PointerEditsAndQueries) {
   std::vector<double> x = Partition(6), x2 = Partition(6), y(12), coeff(64);
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 2, y.data(), 32, 0), 0);
-  const struct { int id, null_status; } ptr_cases[] = {{dfParamX, dfErrBadX},   {dfParamY, dfErrBadY},   {dfParamIc, dfErrBadIc},
-                   {dfParamBc, dfErrBadBc}, {dfParamCoeff, dfErrBadCoeff}, {6, dfErrBadParam}};
-  for (const auto& c : ptr_cases) EXPECT_EQ(qor_df_kernel_dEditPtr(task, c.id, nullptr), c.null_status);
+  const struct { int id, null_status; } ptr_cases[] = {
+      {dfParamX, dfErrBadX},   {dfParamY, dfErrBadY},         {dfParamIc, dfErrBadIc},
+      {dfParamBc, dfErrBadBc}, {dfParamCoeff, dfErrBadCoeff}, {6, dfErrBadParam}};
+  for (const auto& c : ptr_cases)
+    EXPECT_EQ(qor_df_kernel_dEditPtr(task, c.id, nullptr), c.null_status) << c.id;
   EXPECT_EQ(qor_df_kernel_dEditPtr(task, dfParamX, x2.data()), 0);
   EXPECT_EQ(qor_df_kernel_dEditPtr(task, dfParamCoeff, coeff.data()), 0);
   double* result = nullptr;
@@ -216,25 +196,24 @@ TEST(TaskTest, PointerEditsAndQueries) {
   qor_df_kernel_DeleteTask(&task);
 }
 
-// Every allocation of creation and edits fails in turn, and no block stays behind.
+// Each allocation of creation (task, values table, accelerator) and of the edits fails in
+// turn, and no block stays behind.
 TEST(TaskTest, AllocationFailuresLeakNothing) {
   std::vector<float> x(300), y(600), coeff(4 * 600);
   for (int i = 0; i < 300; ++i) x[i] = static_cast<float>(i);
   const long live = alloc_control::LiveBlocks();
-  for (long fail_at = 0; fail_at < 3; ++fail_at) {
-    dfTask* task = nullptr;
-    int status;
-    {
-      alloc_control::ScopedFailure failure(fail_at);
-      status = qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0);
-    }
-    EXPECT_EQ(status, dfErrNoMemory) << fail_at;
-    if (fail_at == 0) EXPECT_EQ(task, nullptr);
-    if (task != nullptr) qor_df_kernel_DeleteTask(&task);
-    EXPECT_EQ(alloc_control::LiveBlocks(), live) << fail_at;
-  }
   dfTask* task = nullptr;
-  ASSERT_EQ(qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0), 0);
+  const auto create = [&] {
+    return qor_df_kernel_sNewTask1D(&task, 300, x.data(), 1, 2, y.data(), 0, 0);
+  };
+  const int failing_runs = alloc_control::ForEachFailure(
+      create, [](int status) { EXPECT_EQ(status, dfErrNoMemory); },
+      [&] {
+        if (task != nullptr) qor_df_kernel_DeleteTask(&task);
+        EXPECT_EQ(alloc_control::LiveBlocks(), live);
+      });
+  EXPECT_EQ(failing_runs, 3);
+  ASSERT_EQ(create(), 0);
   {
     alloc_control::ScopedFailure failure(0);
     EXPECT_EQ(qor_df_kernel_sEditPtr(task, dfParamY, y.data()), dfErrNoMemory);
