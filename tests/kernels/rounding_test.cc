@@ -29,8 +29,6 @@ struct Row { const char* name; Contiguous<T> f; Strided<T> fi; T (*reference)(T)
       QOR_ROW(t, Round, round##x), QOR_ROW(t, Rint, rint##x), QOR_ROW(t, NearbyInt, nearbyint##x)
 const Row<float> kSingleRows[] = {QOR_ROWS(s, f)};
 const Row<double> kDoubleRows[] = {QOR_ROWS(d, )};
-#undef QOR_ROW
-#undef QOR_ROWS
 
 template <class T>
 const auto& Rows() {

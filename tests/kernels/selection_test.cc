@@ -42,8 +42,6 @@ struct Row {
       QOR_ROW(t, T, NextAfter, static_cast<T>(std::nextafter(a, b)))
 const Row<float> kSingleRows[] = {QOR_ROWS(s, float)};
 const Row<double> kDoubleRows[] = {QOR_ROWS(d, double)};
-#undef QOR_ROW
-#undef QOR_ROWS
 
 template <class T, size_t kRows>
 void CheckPairs(const Row<T> (&rows)[kRows]) {

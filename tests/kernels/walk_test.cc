@@ -29,11 +29,6 @@ struct Function {
 #define QOR_D2(stem) {"d" #stem, _temd##stem, _temd##stem##I},
 const Function<float> kSingle[] = {QOR_UNARY_FUNCTIONS(QOR_S1) QOR_BINARY_FUNCTIONS(QOR_S2)};
 const Function<double> kDouble[] = {QOR_UNARY_FUNCTIONS(QOR_D1) QOR_BINARY_FUNCTIONS(QOR_D2)};
-#undef QOR_UNARY
-#undef QOR_S1
-#undef QOR_D1
-#undef QOR_S2
-#undef QOR_D2
 
 // Ordinary values of every domain mixed with specials, overflowing and tiny inputs.
 const double kMixed[] = {0.25, -3.5,  800.0, 1e-5, -800.0, 42.0, kNaN,  -0.75, 700.0,
