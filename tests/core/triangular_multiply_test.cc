@@ -95,25 +95,8 @@ TYPED_TEST(TriangularMultiplyTest, EveryFormMatchesTheDenseProduct) {
             }
 }
 
-TYPED_TEST(TriangularMultiplyTest, AlphaZeroClearsBAndEmptyShapesDoNothing) {
-  using T = TypeParam;
-  const T nan = std::numeric_limits<T>::quiet_NaN(), alpha0 = 0, alpha1 = 1, a[4] = {1, 2, 3, 4};
-  const int two = 2, zero = 0;
-  for (Form form : kForms) {
-    T b[4] = {nan, 5, 6, nan};
-    auto run = [&](const int* m, const int* n, const T* alpha) {
-      Multiply<T>(form, "L", "U", "N", "N", m, n, alpha, a, &two, a, b, &two);
-    };
-    run(&two, &zero, &alpha1);
-    run(&zero, &two, &alpha1);
-    EXPECT_TRUE(isnan(b[0]) && b[1] == 5 && b[2] == 6 && isnan(b[3]));
-    run(&two, &two, &alpha0);
-    for (T x : b) EXPECT_EQ(x, T(0)) << "form " << int(form);
-  }
-}
-
-// Arguments that BLAS would reject leave B as it was.
-TYPED_TEST(TriangularMultiplyTest, RejectedArgumentsLeaveBUntouched) {
+// Arguments that BLAS would reject, and empty shapes, leave B as it was; alpha 0 clears B.
+TYPED_TEST(TriangularMultiplyTest, RejectedArgumentsAndEmptyShapesLeaveBUntouched) {
   using T = TypeParam;
   const struct {
     const char *side, *uplo, *trans, *diag;
@@ -121,12 +104,13 @@ TYPED_TEST(TriangularMultiplyTest, RejectedArgumentsLeaveBUntouched) {
   } bad[] = {{"X", "U", "N", "N", 2, 2, 2, 2},  {"L", "Q", "N", "N", 2, 2, 2, 2},
              {"L", "U", "Z", "N", 2, 2, 2, 2},  {"L", "U", "N", "A", 2, 2, 2, 2},
              {"L", "U", "N", "N", -1, 2, 2, 2}, {"L", "U", "N", "N", 2, -1, 2, 2},
-             {"L", "U", "N", "N", 2, 2, 2, 1},  {"L", "U", "N", "N", 2, 2, 1, 2},
+             {"L", "U", "N", "N", 2, 2, 2, 1},  {"L", "U", "N", "N", 2, 0, 2, 2},
+             {"L", "U", "N", "N", 0, 2, 2, 2},  {"L", "U", "N", "N", 2, 2, 1, 2},
              {"R", "U", "N", "N", 1, 2, 1, 1}};
-  const int lda_only_from = 7;  // rows failing on lda alone, which the packed form lacks
-  const T a[4] = {1, 2, 3, 4}, alpha = 2;
-  for (int row = 0; row < int(std::size(bad)); ++row)
-    for (Form form : kForms) {
+  const int lda_only_from = 9;  // rows failing on lda alone, which the packed form lacks
+  const T a[4] = {1, 2, 3, 4}, alpha = 2, zero = 0;
+  for (Form form : kForms) {
+    for (int row = 0; row < int(std::size(bad)); ++row) {
       if (form == Form::kPacked && row >= lda_only_from) continue;
       const auto& x = bad[row];
       T b[4] = {1, 1, 1, 1};
@@ -134,5 +118,10 @@ TYPED_TEST(TriangularMultiplyTest, RejectedArgumentsLeaveBUntouched) {
                   &x.ldb);
       for (T v : b) EXPECT_EQ(v, T(1)) << "row " << row << " form " << int(form);
     }
+    T b[4] = {std::numeric_limits<T>::quiet_NaN(), 5, 6, 7};
+    const int two = 2;
+    Multiply<T>(form, "L", "U", "N", "N", &two, &two, &zero, a, &two, a, b, &two);
+    for (T v : b) EXPECT_EQ(v, T(0)) << "alpha 0, form " << int(form);
+  }
 }
 }  // namespace

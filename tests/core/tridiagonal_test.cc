@@ -97,27 +97,23 @@ TYPED_TEST(TridiagonalTest, ZeroPivotReportsItsRow) {
   }
 }
 
+// The position of the first illegal argument, negated; refused calls leave the matrix alone.
 TYPED_TEST(TridiagonalTest, IllegalArgumentsGiveNegativeInfo) {
   using T = TypeParam;
   std::vector<T> dl(4, 1), d(5, 4), du(4, 1), b(10, 1);
-  const int n5 = 5, neg = -1, one = 1, ld4 = 4, ld5 = 5;
-  int info = 0;
-  Api<T>::trf(&neg, dl.data(), d.data(), du.data(), &info);
-  EXPECT_EQ(info, -1);
-  Api<T>::trs("X", &n5, &one, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
-  EXPECT_EQ(info, -1);
-  Api<T>::trs("N", &neg, &one, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
-  EXPECT_EQ(info, -2);
-  Api<T>::trs("N", &n5, &neg, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
-  EXPECT_EQ(info, -3);
-  Api<T>::trs("N", &n5, &one, dl.data(), d.data(), du.data(), b.data(), &ld4, &info);
-  EXPECT_EQ(info, -8);
-  Api<T>::sv(&neg, &one, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
-  EXPECT_EQ(info, -1);
-  Api<T>::sv(&n5, &neg, dl.data(), d.data(), du.data(), b.data(), &ld5, &info);
-  EXPECT_EQ(info, -2);
-  Api<T>::sv(&n5, &one, dl.data(), d.data(), du.data(), b.data(), &ld4, &info);
-  EXPECT_EQ(info, -7);
-  EXPECT_EQ(d, std::vector<T>(5, 4)) << "refused calls leave the matrix alone";
+  const struct { char routine, trans; int n, nrhs, ldb, info; } cases[] = {
+      {'f', 'N', -1, 1, 5, -1}, {'s', 'X', 5, 1, 5, -1}, {'s', 'N', -1, 1, 5, -2},
+      {'s', 'N', 5, -1, 5, -3}, {'s', 'N', 5, 1, 4, -8}, {'v', 'N', -1, 1, 5, -1},
+      {'v', 'N', 5, -1, 5, -2}, {'v', 'N', 5, 1, 4, -7}};
+  for (const auto& c : cases) {
+    int info = 0;
+    if (c.routine == 'f') Api<T>::trf(&c.n, dl.data(), d.data(), du.data(), &info);
+    if (c.routine == 's')
+      Api<T>::trs(&c.trans, &c.n, &c.nrhs, dl.data(), d.data(), du.data(), b.data(), &c.ldb, &info);
+    if (c.routine == 'v')
+      Api<T>::sv(&c.n, &c.nrhs, dl.data(), d.data(), du.data(), b.data(), &c.ldb, &info);
+    EXPECT_EQ(info, c.info) << c.routine << " " << c.trans << " " << c.n << " " << c.nrhs;
+  }
+  EXPECT_EQ(d, std::vector<T>(5, 4));
 }
 }  // namespace

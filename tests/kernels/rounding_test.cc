@@ -3,8 +3,8 @@
 // samples; QOR_EXACT_SWEEP=1 runs every float and 10^8 doubles.
 #include <fenv.h>
 
+#include <algorithm>
 #include <cmath>
-#include <string>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -29,8 +29,6 @@ struct Row { const char* name; Contiguous<T> f; Strided<T> fi; T (*reference)(T)
       QOR_ROW(t, Round, round##x), QOR_ROW(t, Rint, rint##x), QOR_ROW(t, NearbyInt, nearbyint##x)
 const Row<float> kSingleRows[] = {QOR_ROWS(s, f)};
 const Row<double> kDoubleRows[] = {QOR_ROWS(d, )};
-#undef QOR_ROW
-#undef QOR_ROWS
 
 template <class T>
 const auto& Rows() {
@@ -40,86 +38,60 @@ const auto& Rows() {
 
 const int kDirections[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
 
-// Every row and direction: the contiguous call against the C library under the same direction;
-// returns the number of mismatches (the first five are shown).
+// Every row and direction: the contiguous call against the C library under the same direction,
+// and the strided call (the vector form) against it to nearest, writing nothing between its
+// results; returns the number of mismatches (the first five are shown).
 template <class T>
 long CheckAllDirections(const std::vector<T>& x) {
   long bad = 0;
-  std::vector<T> r(x.size()), want(x.size());
+  const int n = static_cast<int>(x.size());
+  std::vector<T> r(n), rs(2 * n, T(7)), want(n), nearest(n);
   for (const Row<T>& row : Rows<T>()) {
+    for (int i = 0; i < n; ++i) nearest[i] = row.reference(x[i]);
     for (int direction : kDirections) {
       fesetround(direction);
-      row.f(static_cast<int>(x.size()), x.data(), r.data());
-      for (size_t i = 0; i < x.size(); ++i) want[i] = row.reference(x[i]);
+      row.f(n, x.data(), r.data());
+      row.fi(n, x.data() + n - 1, -1, rs.data(), 2);
+      for (int i = 0; i < n; ++i) want[i] = row.reference(x[i]);
       const int after = fegetround();
       fesetround(FE_TONEAREST);
       EXPECT_EQ(after, direction) << row.name << ": the caller's direction must come back";
-      for (size_t i = 0; i < x.size(); ++i) {
-        if (!Same(r[i], want[i]) && ++bad <= 5)
+      for (int i = 0; i < n; ++i) {
+        const T strided = rs[2 * (n - 1 - i)];
+        if (!(Same(r[i], want[i]) && Same(strided, nearest[i]) && rs[2 * i + 1] == T(7)) &&
+            ++bad <= 5)
           ADD_FAILURE() << row.name << " direction " << direction << " x=" << std::hexfloat << x[i]
-                        << " got " << r[i] << " want " << want[i];
+                        << " got " << r[i] << ", strided " << strided << " want " << want[i];
       }
     }
   }
   return bad;
 }
 
-TEST(RoundingTest, BinadeEdgesAndHalvesInEveryDirection) {
-  EXPECT_EQ(CheckAllDirections(exact::EdgeValues<float>()), 0);
-  EXPECT_EQ(CheckAllDirections(exact::EdgeValues<double>()), 0);
-}
-
-// Every 4099th float bit pattern (the sweep: all of them), in chunks.
-TEST(RoundingTest, SampledFloatsInEveryDirection) {
-  const uint64_t step = exact::FullSweep() ? 1 : 4099, chunk = 1 << 22;
-  long bad = 0;
-  std::vector<float> x;
-  for (uint64_t start = 0; start < (uint64_t{1} << 32); start += chunk * step) {
-    x.clear();
-    for (uint64_t b = start; b < start + chunk * step && b < (uint64_t{1} << 32); b += step) {
+// Binade edges and halves; every 4099th float bit pattern and 200000 sampled doubles (the
+// sweep: every float and 10^8 doubles), in chunks.
+TEST(RoundingTest, EdgesAndSamplesInEveryDirection) {
+  long bad = CheckAllDirections(exact::EdgeValues<float>());
+  bad += CheckAllDirections(exact::EdgeValues<double>());
+  const uint64_t step = exact::FullSweep() ? 1 : 4099, chunk = 1 << 22, end = uint64_t{1} << 32;
+  for (uint64_t start = 0; start < end; start += chunk * step) {
+    std::vector<float> x;
+    for (uint64_t b = start; b < std::min(start + chunk * step, end); b += step)
       x.push_back(exact::FromBits<float>(static_cast<uint32_t>(b)));
-    }
     bad += CheckAllDirections(x);
   }
-  EXPECT_EQ(bad, 0);
-}
-
-TEST(RoundingTest, SampledDoublesInEveryDirection) {
-  const size_t total = exact::FullSweep() ? 100000000 : 200000, chunk = 1 << 22;
-  long bad = 0;
-  for (size_t done = 0; done < total; done += chunk) {
+  const size_t total = exact::FullSweep() ? 100000000 : 200000;
+  for (size_t done = 0; done < total; done += chunk)
     bad += CheckAllDirections(exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
-  }
   EXPECT_EQ(bad, 0);
 }
 
-// The strided forms are of the vector form: to nearest whatever the caller's direction, which
-// they leave as it was. Unit strides go to the contiguous loop form, which keeps it.
-template <class T>
-void CheckStridedToNearest() {
-  const std::vector<T> x = exact::EdgeValues<T>();
-  const int n = static_cast<int>(x.size());
-  for (const Row<T>& row : Rows<T>()) {
-    std::vector<T> r(2 * x.size(), T(7));
-    fesetround(FE_UPWARD);
-    row.fi(n, x.data() + n - 1, -1, r.data(), 2);
-    EXPECT_EQ(fegetround(), FE_UPWARD);
-    fesetround(FE_TONEAREST);
-    for (int i = 0; i < n; ++i) {
-      ASSERT_TRUE(Same(r[2 * i], row.reference(x[n - 1 - i])))
-          << row.name << " x=" << std::hexfloat << x[n - 1 - i];
-      ASSERT_EQ(r[2 * i + 1], T(7));
-    }
-  }
-}
-
-TEST(RoundingTest, StridedFormsRoundToNearestUnderAnyCallerDirection) {
-  CheckStridedToNearest<float>();
-  CheckStridedToNearest<double>();
+// Unit strides go to the contiguous loop form, which rounds in the caller's direction.
+TEST(RoundingTest, UnitStridesRoundInTheCallersDirection) {
   const double half[2] = {2.5, -2.5};
   double r[2];
   fesetround(FE_UPWARD);
-  _temdRintI(2, half, 1, r, 1);  // unit strides: the loop form, in the caller's direction
+  _temdRintI(2, half, 1, r, 1);
   fesetround(FE_TONEAREST);
   EXPECT_EQ(r[0], 3.0);
   EXPECT_EQ(r[1], -2.0);
@@ -143,10 +115,10 @@ void CheckSplits(void (*modf_entry)(int, const T*, T*, T*),
   for (int i = 0; i < n; ++i) {
     T want_whole;
     const T want_part = std::modf(x[i], &want_whole);
-    ASSERT_TRUE(Same(whole[i], want_whole) && Same(part[i], want_part)) << std::hexfloat << x[i];
-    ASSERT_TRUE(Same(whole2[2 * i], want_whole) && Same(part2[i], want_part)) << x[i];
-    ASSERT_TRUE(Same(f[i], want_part)) << std::hexfloat << x[i] << " " << f[i];
-    ASSERT_TRUE(Same(f2[3 * i], want_part)) << std::hexfloat << x[i];
+    ASSERT_TRUE(Same(whole[i], want_whole) && Same(whole2[2 * i], want_whole)) << x[i];
+    ASSERT_TRUE(Same(part[i], want_part) && Same(part2[i], want_part) && Same(f[i], want_part) &&
+                Same(f2[3 * i], want_part))
+        << std::hexfloat << x[i];
   }
 }
 

@@ -1,6 +1,6 @@
 // Fmax, Fmin, MaxMag, MinMag, Fdim, CopySign and NextAfter over all pairs of special values and
 // sampled pairs, contiguous and strided, against the rules written out in plain scalar code
-// (and the C library's copysign and nextafter); NextAfter's statuses: special values.
+// (and the C library's fdim, copysign and nextafter); NextAfter's statuses: special values.
 #include <cmath>
 #include <limits>
 #include <random>
@@ -15,12 +15,13 @@ namespace {
 
 using exact::Same;
 
-// One NaN gives the other input, two NaNs the second.
+// The larger (or smaller) by the keys, ties broken by the values; one NaN gives the other
+// input, two NaNs the second.
 template <class T>
-T NaNRule(T a, T b, T r) {
-  if (std::isnan(b)) r = a;
-  if (std::isnan(a)) r = b;
-  return r;
+T Select(T a, T b, T ka, T kb, bool larger) {
+  if (std::isnan(a) || std::isnan(b)) return std::isnan(a) ? b : a;
+  if (ka != kb) return (ka > kb) == larger ? a : b;
+  return larger ? (a > b ? a : b) : (a < b ? a : b);
 }
 
 template <class T>
@@ -31,45 +32,19 @@ struct Row {
   T (*want)(T, T);
 };
 
-template <class T>
-std::vector<Row<T>> Rows();
+#define QOR_ROW(t, T, stem, expression) \
+  {#stem, _tem##t##stem, _tem##t##stem##I, [](T a, T b) -> T { return expression; }}
+#define QOR_ROWS(t, T)                                                                    \
+  QOR_ROW(t, T, Fmax, Select(a, b, a, b, true)), QOR_ROW(t, T, Fmin, Select(a, b, a, b, false)), \
+      QOR_ROW(t, T, MaxMag, Select(a, b, std::fabs(a), std::fabs(b), true)),              \
+      QOR_ROW(t, T, MinMag, Select(a, b, std::fabs(a), std::fabs(b), false)),             \
+      QOR_ROW(t, T, Fdim, std::fdim(a, b)), QOR_ROW(t, T, CopySign, std::copysign(a, b)), \
+      QOR_ROW(t, T, NextAfter, static_cast<T>(std::nextafter(a, b)))
+const Row<float> kSingleRows[] = {QOR_ROWS(s, float)};
+const Row<double> kDoubleRows[] = {QOR_ROWS(d, double)};
 
-#define ROWS_OF(t, T)                                                       \
-  template <>                                                               \
-  std::vector<Row<T>> Rows<T>() {                                           \
-    return {                                                                \
-        {"Fmax", _tem##t##Fmax, _tem##t##FmaxI,                             \
-         [](T a, T b) { return NaNRule(a, b, a > b ? a : b); }},            \
-        {"Fmin", _tem##t##Fmin, _tem##t##FminI,                             \
-         [](T a, T b) { return NaNRule(a, b, a < b ? a : b); }},            \
-        {"MaxMag", _tem##t##MaxMag, _tem##t##MaxMagI,                       \
-         [](T a, T b) {                                                     \
-           const T ma = std::fabs(a), mb = std::fabs(b);                    \
-           return NaNRule(a, b, ma > mb ? a : ma < mb ? b : a > b ? a : b); \
-         }},                                                                \
-        {"MinMag", _tem##t##MinMag, _tem##t##MinMagI,                       \
-         [](T a, T b) {                                                     \
-           const T ma = std::fabs(a), mb = std::fabs(b);                    \
-           return NaNRule(a, b, ma < mb ? a : ma > mb ? b : a < b ? a : b); \
-         }},                                                                \
-        {"Fdim", _tem##t##Fdim, _tem##t##FdimI,                             \
-         [](T a, T b) {                                                     \
-           T r = a > b ? a - b : T(0);                                      \
-           if (std::isnan(a)) r = a;                                        \
-           if (std::isnan(b)) r = b;                                        \
-           return r;                                                        \
-         }},                                                                \
-        {"CopySign", _tem##t##CopySign, _tem##t##CopySignI,                 \
-         [](T a, T b) { return std::copysign(a, b); }},                     \
-        {"NextAfter", _tem##t##NextAfter, _tem##t##NextAfterI,              \
-         [](T a, T b) { return static_cast<T>(std::nextafter(a, b)); }},    \
-    };                                                                      \
-  }
-ROWS_OF(s, float)
-ROWS_OF(d, double)
-
-template <class T>
-void CheckPairs() {
+template <class T, size_t kRows>
+void CheckPairs(const Row<T> (&rows)[kRows]) {
   using L = std::numeric_limits<T>;
   const T specials[] = {T(0),          -T(0),           T(1),          T(-1),      T(2),
                         T(-3.5),       L::infinity(),   -L::infinity(), L::quiet_NaN(),
@@ -85,7 +60,7 @@ void CheckPairs() {
     b.push_back(i % 3 ? exact::FromBits<T>(static_cast<exact::BitsOf<T>>(rng())) : -a.back());
   }
   const int n = static_cast<int>(a.size());
-  for (const Row<T>& row : Rows<T>()) {
+  for (const Row<T>& row : rows) {
     std::vector<T> r(n), rs(2 * n);
     row.contiguous(n, a.data(), b.data(), r.data());
     row.strided(n, a.data() + n - 1, -1, b.data() + n - 1, -1, rs.data(), 2);
@@ -106,8 +81,8 @@ void CheckPairs() {
 }
 
 TEST(SelectionTest, SpecialAndSampledPairsInBothTypes) {
-  CheckPairs<float>();
-  CheckPairs<double>();
+  CheckPairs(kSingleRows);
+  CheckPairs(kDoubleRows);
 }
 
 }  // namespace

@@ -14,17 +14,12 @@
 
 #include "gtest/gtest.h"
 #include "qor/tem.h"
+#include "tests/kernels/exact_support.h"
 
 namespace special_cases {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-// Both NaN, or equal with the same sign (so +0 and -0 differ).
-template <class T>
-bool SameValue(T a, T b) {
-  return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
-}
 
 // A function of one input seen as one of two that ignores b, contiguous and strided.
 template <class T, auto F>
@@ -137,7 +132,7 @@ void RunCases(const std::vector<Cases<Case>>& groups) {
               const int status = mode == TEM_MODE_DEFAULT ? c.status : 0;
               SCOPED_TRACE(testing::Message() << name << "(" << c.a << ", " << SecondInput(c)
                                               << "), n " << n << ", mode " << mode);
-              EXPECT_TRUE(SameValue(r, want)) << r << ", expected " << want;
+              EXPECT_TRUE(exact::Same(r, want)) << r << ", expected " << want;
               EXPECT_EQ(_temGetErrStatus(), status ? status : -7);
               EXPECT_EQ(errno, ErrnoOf(status));
               EXPECT_EQ(g_reports, status ? 1 : 0);

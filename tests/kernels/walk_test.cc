@@ -12,7 +12,7 @@ using special_cases::IgnoreBStrided;
 using special_cases::kInf;
 using special_cases::kNaN;
 using special_cases::ModeGuard;
-using special_cases::SameValue;
+using exact::Same;
 
 template <class T>
 struct Function {
@@ -29,11 +29,6 @@ struct Function {
 #define QOR_D2(stem) {"d" #stem, _temd##stem, _temd##stem##I},
 const Function<float> kSingle[] = {QOR_UNARY_FUNCTIONS(QOR_S1) QOR_BINARY_FUNCTIONS(QOR_S2)};
 const Function<double> kDouble[] = {QOR_UNARY_FUNCTIONS(QOR_D1) QOR_BINARY_FUNCTIONS(QOR_D2)};
-#undef QOR_UNARY
-#undef QOR_S1
-#undef QOR_D1
-#undef QOR_S2
-#undef QOR_D2
 
 // Ordinary values of every domain mixed with specials, overflowing and tiny inputs.
 const double kMixed[] = {0.25, -3.5,  800.0, 1e-5, -800.0, 42.0, kNaN,  -0.75, 700.0,
@@ -53,8 +48,8 @@ void CheckWalks(const Function<T>& fn) {
       fn.f(n, a.data() + start, b.data() + start, r.data());
       fn.f(n, in_place.data(), b.data() + start, in_place.data());
       for (int i = 0; i < n; ++i) {
-        EXPECT_TRUE(SameValue(r[i], one[start + i])) << "n " << n << " at " << start + i;
-        EXPECT_TRUE(SameValue(in_place[i], one[start + i])) << "in place, n " << n;
+        EXPECT_TRUE(Same(r[i], one[start + i])) << "n " << n << " at " << start + i;
+        EXPECT_TRUE(Same(in_place[i], one[start + i])) << "in place, n " << n;
       }
       EXPECT_EQ(r[n], T(-7)) << "n " << n;
     }
@@ -67,7 +62,7 @@ void CheckWalks(const Function<T>& fn) {
     T* out = incr < 0 ? r.data() + 2 * (n - 1) : r.data();
     fn.fi(n, a.data() + first, inc, b.data() + first, inc, out, incr);
     for (int i = 0; i < n; ++i) {
-      EXPECT_TRUE(SameValue(out[i * incr], one[first + i * inc])) << "inc " << inc << " i " << i;
+      EXPECT_TRUE(Same(out[i * incr], one[first + i * inc])) << "inc " << inc << " i " << i;
       EXPECT_EQ(r[2 * i + 1], T(-7)) << "inc " << inc;
     }
   }
