@@ -1,5 +1,8 @@
-// The logarithm family beyond its special values: the published rows of the reduction tables,
-// and the reports of Log1p's two-register steps.
+// The logarithm family beyond its special values: the reduction tables (published rows, and a
+// sample re-derived by their rule with MPFR, bit for bit), and the reports of Log1p's
+// two-register steps.
+#include <mpfr.h>
+
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -7,6 +10,7 @@
 #include "gtest/gtest.h"
 #include "kernels/log_core.h"
 #include "qor/tem.h"
+#include "tools/mpfr_round.h"
 
 namespace {
 
@@ -49,6 +53,54 @@ void CheckLog1pReports(void (*log1p)(int, const T*, T*)) {
 TEST(LogTest, Log1pReportsEachFlaggedElementOfItsSteps) {
   CheckLog1pReports<float>(_temsLog1p);
   CheckLog1pReports<double>(_temdLog1p);
+}
+
+TEST(LogTablesTest, BlockRowsFollowTheirRule) {
+  struct Base {
+    const double (*table)[2];
+    int (*log)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+    double l2hi, l2lo;
+  } bases[] = {{tem::kLnBlockTable, mpfr_log, 0.6931471805582987, 1.6465949582866463e-12},
+               {tem::kLog2BlockTable, mpfr_log2, 1.0, 0.0},
+               {tem::kLog10BlockTable, mpfr_log10, 0.30102999566224753, 1.7336659603714182e-12}};
+  mpfr_t f, lg, lo;
+  mpfr_inits2(200, f, lg, lo, (mpfr_ptr)0);
+  for (const Base& b : bases) {
+    for (int c = 513; c < 1024; c += 37) {
+      // hi = -(1022 L2hi + H), lo = -(1022 L2lo + rest), log_b(c / 512) = H + rest.
+      mpfr_set_ui(f, c, MPFR_RNDN);
+      mpfr_div_ui(f, f, 512, MPFR_RNDN);
+      b.log(lg, f, MPFR_RNDN);
+      const double h = RoundToBits(lg, 32);
+      mpfr_sub_d(lg, lg, h, MPFR_RNDN);
+      mpfr_set_d(lo, b.l2lo, MPFR_RNDN);
+      mpfr_mul_ui(lo, lo, 1022, MPFR_RNDN);
+      mpfr_add(lo, lo, lg, MPFR_RNDN);
+      EXPECT_EQ(b.table[c - 512][0], -(1022 * b.l2hi + h)) << c;
+      EXPECT_EQ(b.table[c - 512][1], -mpfr_get_d(lo, MPFR_RNDN)) << c;
+    }
+  }
+  mpfr_clears(f, lg, lo, (mpfr_ptr)0);
+}
+
+TEST(LogTablesTest, ScalarRowsFollowTheirRule) {
+  mpfr_t x;
+  mpfr_init2(x, 200);
+  for (int j = 0; j < 128; j += 9) {
+    // rcp = 1 / (1 + j / 64) in 9 bits; hi + lo = -ln(rcp), hi in 32 bits.
+    mpfr_set_ui(x, 64, MPFR_RNDN);
+    mpfr_div_ui(x, x, 64 + j, MPFR_RNDN);
+    const double rcp = RoundToBits(x, 9);
+    mpfr_set_d(x, rcp, MPFR_RNDN);
+    mpfr_log(x, x, MPFR_RNDN);
+    mpfr_neg(x, x, MPFR_RNDN);
+    const double hi = RoundToBits(x, 32);
+    mpfr_sub_d(x, x, hi, MPFR_RNDN);
+    EXPECT_EQ(tem::kLnCoreTable[j][0], rcp) << j;
+    EXPECT_EQ(tem::kLnCoreTable[j][1], hi) << j;
+    EXPECT_EQ(tem::kLnCoreTable[j][2], mpfr_get_d(x, MPFR_RNDN)) << j;
+  }
+  mpfr_clear(x);
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
-// The trigonometric tables (published rows, the 2/pi rows' shifts), the symmetries bit for bit,
-// and SinCos against Sin and Cos.
+// The trigonometric tables (published rows, sampled rows by their rule, the 2/pi rows'
+// shifts), the symmetries bit for bit, and SinCos against Sin and Cos.
+#include <mpfr.h>
+
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -68,6 +71,45 @@ void CheckSymmetryAndAgreement(void (*sin)(int, const T*, T*), void (*cos)(int, 
 TEST(Trig, SymmetryAndAgreement) {
   CheckSymmetryAndAgreement<float>(_temsSin, _temsCos, _temsSinCos);
   CheckSymmetryAndAgreement<double>(_temdSin, _temdCos, _temdSinCos);
+}
+
+// Every 13th row by its rule: the high part is the rounded value, or +-1 where |v| > 1 - 2^-7
+// with the low part the rounded rest; after a rounded high part the low part is the rest cut
+// to 24 bits.
+TEST(TrigTables, SampledRowsAreSinAndCos) {
+  mpfr_t angle, v;
+  mpfr_inits2(300, angle, v, static_cast<mpfr_ptr>(nullptr));
+  for (int j = 0; j < 512; j += 13) {
+    mpfr_const_pi(angle, MPFR_RNDN);
+    mpfr_mul_ui(angle, angle, j, MPFR_RNDN);
+    mpfr_div_ui(angle, angle, 256, MPFR_RNDN);
+    const double* row = generated::kSinTable[j];
+    for (int k = 0; k < 2; ++k) {
+      (k == 0 ? mpfr_cos : mpfr_sin)(v, angle, MPFR_RNDN);
+      const double hi = row[k == 0 ? 1 : 2], lo = row[k == 0 ? 0 : 3];
+      const double rounded = mpfr_get_d(v, MPFR_RNDN);
+      const bool near_one = std::fabs(rounded) > 1 - 0x1p-7;
+      EXPECT_EQ(hi, near_one ? std::copysign(1.0, rounded) : rounded) << j;
+      mpfr_sub_d(v, v, hi, MPFR_RNDN);
+      if (!near_one) mpfr_prec_round(v, 24, MPFR_RNDZ);
+      EXPECT_EQ(lo, mpfr_get_d(v, MPFR_RNDN)) << j << " " << k;
+      mpfr_set_prec(v, 300);
+    }
+  }
+  // A sample of the 2/pi rows: floor(2^(e - 1075 + 192) / (2 pi)) mod 2^192, low word last.
+  mpz_t z;
+  mpz_init(z);
+  for (int e = 900; e < 2048; e += 211) {
+    mpfr_set_prec(v, 2400);
+    mpfr_const_pi(v, MPFR_RNDN);
+    mpfr_ui_div(v, 1, v, MPFR_RNDN);
+    mpfr_mul_2si(v, v, e - 1075 + 192 - 1, MPFR_RNDN);
+    mpfr_get_z(z, v, MPFR_RNDD);
+    for (int k = 0; k < 3; ++k)
+      EXPECT_EQ(uint64_t(mpz_getlimbn(z, 2 - k)), generated::kTwoOverPiRows[e][k]) << e << " " << k;
+  }
+  mpz_clear(z);
+  mpfr_clears(angle, v, static_cast<mpfr_ptr>(nullptr));
 }
 
 }  // namespace
