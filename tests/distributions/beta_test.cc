@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "tests/distributions/distribution_support.h"
-#include "tests/distributions/reference_kernels.h"
 
 namespace {
 using namespace dist_test;

@@ -10,14 +10,8 @@ using namespace dist_test;
 
 // Real uniforms are the generator's output; only the accurate form clamps into [a, b].
 TEST(UniformTest, RealUniformsAreTheGeneratorsOutputClampedWhenAccurate) {
-  TestStream s1, s2;
-  std::vector<double> d(1000);
-  std::vector<float> f(1000);
-  ASSERT_EQ(_rofdRngUniform(0, s1, 1000, d.data(), -2, 5), ROF_STATUS_OK);
-  EXPECT_EQ(d, Uniforms<double>(s2, 1000, -2, 5));
-  ASSERT_EQ(_rofsRngUniform(ROF_ACCURATE_BIT, s1, 1000, f.data(), 1, 3), ROF_STATUS_OK);
-  EXPECT_EQ(f, Uniforms<float>(s2, 1000, 1, 3));
-
+  std::vector<double> d(6);
+  std::vector<float> f(6);
   const std::vector<double> u = {-0.5, 0.0, 0.25, 1.0, 1.5, NAN};
   const std::vector<double> plain = {0, 2, 3, 6, 8, NAN}, clamped = {2, 2, 3, 6, 6, NAN};
   for (int method : {0, ROF_ACCURATE_BIT}) {

@@ -13,6 +13,7 @@ struct Mcg31m1 {
   static constexpr int kBrng = ROF_BRNG_MCG31M1;
   static constexpr uint64_t kA = 1132489760, kM = 2147483647;
   static constexpr double kScale = 1.0 / 2147483647.0;
+  static constexpr bool kCountBelowOneIsOne = true;
   static Word Step(Word x) { return static_cast<Word>(x * kA % kM); }
   static float Single(Word x, float a, float b) {
     return static_cast<float>((static_cast<double>(b) - a) * kScale * x + a);
@@ -23,6 +24,7 @@ struct Mcg59 {
   static constexpr int kBrng = ROF_BRNG_MCG59;
   static constexpr uint64_t kA = 302875106592253ull, kM = 1ull << 59;
   static constexpr double kScale = 1.0 / 576460752303423488.0;
+  static constexpr bool kCountBelowOneIsOne = false;
   static Word Step(Word x) { return static_cast<Word>(static_cast<unsigned __int128>(x) * kA % kM); }
   static float Single(Word x, float a, float b) {
     const float k = static_cast<float>((static_cast<double>(b) - a) * kScale);
@@ -123,6 +125,26 @@ TYPED_TEST(McgTest, RefusedMethodsChangeNothing) {
   __rofDeleteStream(&stream);
 }
 
+// A count below 1: MCG31M1 writes and steps as for 1, MCG59 writes nothing and stays.
+TYPED_TEST(McgTest, CountsBelowOne) {
+  using G = TypeParam;
+  void* stream = New<G>(99);
+  const auto x = Reference<G>(99, 4);
+  typename G::Word w = 77;
+  double d = -1;
+  float s = -1;
+  Row<G>().iBrng(stream, 0, &w);
+  Row<G>().dBrng(stream, 0, &d, 0.0, 1.0);
+  Row<G>().sBrng(stream, -3, &s, 0.0f, 1.0f);
+  if (G::kCountBelowOneIsOne) {
+    EXPECT_TRUE(w == x[0] && d == Double<G>(x[1], 0.0, 1.0) && s == G::Single(x[2], 0.0f, 1.0f));
+  } else {
+    EXPECT_TRUE(w == 77 && d == -1.0 && s == -1.0f);
+  }
+  EXPECT_EQ(Ints<G>(stream, 1)[0], x[G::kCountBelowOneIsOne ? 3 : 0]);
+  __rofDeleteStream(&stream);
+}
+
 // Seed words reduce into the state, 0 giving 1: mod 2^31 - 1, or two words cut to 59 bits.
 TEST(McgSeedTest, SeedWordsMakeTheFirstOutput) {
   const struct { int brng, n; uint32_t low, high; uint64_t first; } cases[] = {
@@ -143,33 +165,4 @@ TEST(McgSeedTest, SeedWordsMakeTheFirstOutput) {
   }
 }
 
-// MCG31M1 writes and steps as for 1 on a count <= 0; MCG59 writes nothing and stays.
-TEST(McgSeedTest, CountsBelowOne) {
-  void* stream = New<Mcg31m1>(99);
-  const auto x = Reference<Mcg31m1>(99, 4);
-  uint32_t r[2] = {0, 0};
-  double d = -1;
-  float s = -1;
-  __rofiBRngMCG31M1(stream, 0, r);
-  __rofiBRngMCG31M1(stream, 1, r + 1);
-  __rofdBRngMCG31M1(stream, 0, &d, 0.0, 1.0);
-  __rofsBRngMCG31M1(stream, -3, &s, 0.0f, 1.0f);
-  EXPECT_TRUE(r[0] == x[0] && r[1] == x[1]);
-  EXPECT_EQ(d, Double<Mcg31m1>(x[2], 0.0, 1.0));
-  EXPECT_EQ(s, Mcg31m1::Single(x[3], 0.0f, 1.0f));
-  __rofDeleteStream(&stream);
-  stream = New<Mcg59>(99);
-  uint64_t untouched = 0xDEAD;
-  d = s = -1;
-  __rofiBRngMCG59(stream, 0, &untouched);
-  __rofdBRngMCG59(stream, 0, &d, 0.0, 1.0);
-  __rofsBRngMCG59(stream, -2, &s, 0.0f, 1.0f);
-  EXPECT_TRUE(untouched == 0xDEAD && d == -1.0 && s == -1.0f) << "count zero wrote";
-  EXPECT_EQ(Ints<Mcg59>(stream, 1)[0], 99u);
-  __rofDeleteStream(&stream);
-  stream = New<Mcg31m1>(2147483646);  // the top of the range maps below 1
-  __rofdBRngMCG31M1(stream, 1, &d, 0.0, 1.0);
-  EXPECT_LT(d, 1.0);
-  __rofDeleteStream(&stream);
-}
 }  // namespace

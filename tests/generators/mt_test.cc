@@ -140,11 +140,10 @@ TEST(TwisterTest, MethodsEachGeneratorRefuses) {
   } cases[] = {
       {ROF_BRNG_MT19937, rofInitLeapfrog, ROF_STATUS_NO_LEAPFROG},
       {ROF_BRNG_MT19937, rofInitSkipAheadEx, ROF_STATUS_NO_SKIPAHEAD_EX},
-      {ROF_BRNG_MT19937, 4, ROF_STATUS_BAD_METHOD},
+      {ROF_BRNG_MT19937, 4, ROF_STATUS_BAD_METHOD}, {ROF_BRNG_MT2203, 7, ROF_STATUS_BAD_METHOD},
       {ROF_BRNG_MT2203, rofInitLeapfrog, ROF_STATUS_NO_LEAPFROG},
       {ROF_BRNG_MT2203, rofInitSkipAhead, ROF_STATUS_NO_SKIPAHEAD},
-      {ROF_BRNG_MT2203, rofInitSkipAheadEx, ROF_STATUS_NO_SKIPAHEAD_EX},
-      {ROF_BRNG_MT2203, 7, ROF_STATUS_BAD_METHOD}};
+      {ROF_BRNG_MT2203, rofInitSkipAheadEx, ROF_STATUS_NO_SKIPAHEAD_EX}};
   for (const auto& c : cases) {
     Stream s(c.brng, {1});
     uint64_t arg[2] = {1, 1};
