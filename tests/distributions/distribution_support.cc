@@ -28,17 +28,6 @@ int ScriptedWords(void*, int n, void* r) {
   for (int i = 0; i < n; ++i) static_cast<uint32_t*>(r)[i] = static_cast<uint32_t>(NextUniform());
   return ROF_STATUS_OK;
 }
-}  // namespace
-
-TestStream::TestStream(int brng, uint32_t seed) {
-  EXPECT_EQ(__rofNewStreamEx(&stream_, brng, 1, &seed), ROF_STATUS_OK);
-}
-TestStream::~TestStream() { __rofDeleteStream(&stream_); }
-
-Script& CurrentScript() {
-  static Script script;
-  return script;
-}
 
 int ScriptedBrng() {
   static const int family = [] {
@@ -51,10 +40,12 @@ int ScriptedBrng() {
   return family;
 }
 
-ScriptedStream::ScriptedStream(std::vector<double> uniforms, int status)
-    : TestStream(ScriptedBrng(), 1) {
-  CurrentScript() = Script{std::move(uniforms), status};
+}  // namespace
+
+TestStream::TestStream(int brng, uint32_t seed) {
+  EXPECT_EQ(__rofNewStreamEx(&stream_, brng, 1, &seed), ROF_STATUS_OK);
 }
+TestStream::~TestStream() { __rofDeleteStream(&stream_); }
 
 double KolmogorovSmirnovPValue(std::vector<double> sample,
                                const std::function<double(double)>& cdf) {
@@ -71,17 +62,14 @@ double KolmogorovSmirnovPValue(std::vector<double> sample,
   for (int k = 1; k <= 100; ++k, sign = -sign) sum += sign * exp(-2.0 * k * k * lambda * lambda);
   return std::clamp(2 * sum, 0.0, 1.0);
 }
-
-void ExpectMoments(const std::vector<double>& sample, const Moments& exact, double z) {
-  const double n = static_cast<double>(sample.size());
-  long double sum = 0, squares = 0;
-  for (double x : sample) sum += x;
-  const long double mean = sum / n;
-  for (double x : sample) squares += (x - mean) * (x - mean);
-  const double variance = static_cast<double>(squares / (n - 1));
-  EXPECT_NEAR(static_cast<double>(mean), exact.mean, z * sqrt(exact.variance / n)) << "mean";
-  const double variance_error =
-      exact.variance * sqrt(exact.excess_kurtosis / n + 2 / (n - 1));
-  EXPECT_NEAR(variance, exact.variance, z * variance_error) << "variance";
+Script& CurrentScript() {
+  static Script script;
+  return script;
 }
+
+ScriptedStream::ScriptedStream(std::vector<double> uniforms, int status)
+    : TestStream(ScriptedBrng(), 1) {
+  CurrentScript() = Script{std::move(uniforms), status};
+}
+
 }  // namespace dist_test

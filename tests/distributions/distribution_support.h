@@ -1,8 +1,10 @@
-// Shared by the distribution tests: streams, a scripted generator, dispatch, fit checks.
+// Shared by the distribution tests: streams, a scripted generator, frame and fit checks, kernels.
 #ifndef QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 #define QOR_TESTS_DISTRIBUTIONS_DISTRIBUTION_SUPPORT_H_
 
 #include <stdint.h>
+#include <stdlib.h>
+#include <xmmintrin.h>
 
 #include <functional>
 #include <numeric>
@@ -32,7 +34,6 @@ class TestStream {
   TestStream(const TestStream&) = delete;
   TestStream& operator=(const TestStream&) = delete;
   operator void*() const { return stream_; }
-  void* get() const { return stream_; }
 
  private:
   void* stream_ = nullptr;
@@ -52,10 +53,9 @@ struct Script {
   int status = ROF_STATUS_OK;
   size_t position = 0;
   long long drawn = 0;  // values delivered in all
-  long long calls = 0;  // number function calls, empty and failing ones included
+  long long calls = 0;  // function calls, empty and failing ones included
 };
 Script& CurrentScript();
-int ScriptedBrng();
 class ScriptedStream : public TestStream {
  public:
   explicit ScriptedStream(std::vector<double> uniforms, int status = ROF_STATUS_OK);
@@ -68,10 +68,34 @@ struct ThreadFrame {
   bool operator==(const ThreadFrame& o) const { return mode == o.mode && callback == o.callback; }
 };
 
+template <class T>
+using Draw = std::function<int(void* stream, int n, T* r)>;
+
+// A failing stream's status comes back with nothing written; after it and after a success the
+// thread's mode, callback and MXCSR masks are the caller's.
+template <class T>
+void ExpectFailureAndFrame(const Draw<T>& draw) {
+  const unsigned int caller_mxcsr = _mm_getcsr();
+  _mm_setcsr(caller_mxcsr & ~0x0100u);  // denormal operands unmasked: the call masks them
+  const unsigned int mxcsr = _mm_getcsr();
+  const ThreadFrame before;
+  std::vector<T> r(1030, T(7));
+  {
+    ScriptedStream failing({0.5}, ROF_STATUS_BAD_ARGS);
+    EXPECT_EQ(draw(failing, 1030, r.data()), ROF_STATUS_BAD_ARGS);
+  }
+  EXPECT_EQ(r, std::vector<T>(1030, T(7))) << "written by a failing call";
+  EXPECT_TRUE(ThreadFrame() == before) << "after a failure";
+  TestStream s;
+  EXPECT_EQ(draw(s, 1030, r.data()), ROF_STATUS_OK);
+  EXPECT_TRUE(ThreadFrame() == before) << "after a success";
+  EXPECT_EQ(_mm_getcsr() & 0xFFC0u, mxcsr & 0xFFC0u) << "MXCSR control bits";
+  _mm_setcsr(caller_mxcsr);
+}
+
 // A run drawn whole and drawn in calls of each cut's lengths gives one sequence.
 template <class T>
-void ExpectCutsAgree(const std::function<int(void* stream, int n, T* r)>& draw,
-                     const std::vector<std::vector<int>>& cuts) {
+void ExpectCutsAgree(const Draw<T>& draw, const std::vector<std::vector<int>>& cuts) {
   for (const std::vector<int>& cut : cuts) {
     const int total = std::accumulate(cut.begin(), cut.end(), 0);
     TestStream whole, pieces;
@@ -86,25 +110,57 @@ void ExpectCutsAgree(const std::function<int(void* stream, int n, T* r)>& draw,
 // p-value of the one-sample Kolmogorov-Smirnov test (Stephens' small-sample correction).
 double KolmogorovSmirnovPValue(std::vector<double> sample, const std::function<double(double)>& cdf);
 
-// Sample mean and variance within `z` standard errors of the exact ones.
-struct Moments { double mean, variance, excess_kurtosis; };
-void ExpectMoments(const std::vector<double>& sample, const Moments& exact, double z = 5);
-
-inline constexpr double kMinPValue = 1e-4;
-inline constexpr int kDraws = 1000000;
-
+// Expects a Kolmogorov-Smirnov fit of `sample` to `cdf`.
 template <class T>
-std::vector<double> Widened(const std::vector<T>& values) {
-  return std::vector<double>(values.begin(), values.end());
+void ExpectFit(const std::vector<T>& sample, const std::function<double(double)>& cdf) {
+  EXPECT_GT(KolmogorovSmirnovPValue(std::vector<double>(sample.begin(), sample.end()), cdf), 1e-4);
 }
 
-// Expects a KS fit of `sample` to `cdf` and, when given, its moments.
+// kDraws for the `heavy` double case and the full suite, kDraws / 20 otherwise.
+inline constexpr int kDraws = 1000000;
 template <class T>
-void ExpectFit(const std::vector<T>& sample, const std::function<double(double)>& cdf,
-               const Moments* moments) {
-  const std::vector<double> x = Widened(sample);
-  EXPECT_GT(KolmogorovSmirnovPValue(x, cdf), kMinPValue);
-  if (moments != nullptr) ExpectMoments(x, *moments);
+int DrawsFor(bool heavy) {
+#ifdef QOR_FULL_TESTS
+  return kDraws;
+#else
+  const bool full = getenv("QOR_FULL_TESTS") != nullptr;
+  return (heavy && std::is_same_v<T, double>) || full ? kDraws : kDraws / 20;
+#endif
+}
+
+// Generator transforms recomputed through the exported kernels (EP double, LA float).
+template <class T, class S, class D, class... B>
+std::vector<T> InBulkSlot(S float_kernel, D double_kernel, std::vector<T> x, B... b) {
+  const unsigned int mode = qor_tem_kernel_SetMode(
+      (std::is_same_v<T, double> ? TEM_EP : TEM_LA) | TEM_FTZDAZ_OFF | TEM_ERRMODE_IGNORE);
+  Call<T>(float_kernel, double_kernel, static_cast<int>(x.size()), x.data(), b..., x.data());
+  qor_tem_kernel_SetMode(mode);
+  return x;
+}
+
+#define DIST_TEST_UNARY(stem)                              \
+  template <class T>                                       \
+  std::vector<T> stem(std::vector<T> x) {                  \
+    return InBulkSlot(_tems##stem, _temd##stem, std::move(x)); \
+  }
+DIST_TEST_UNARY(Ln)
+DIST_TEST_UNARY(Sqrt)
+DIST_TEST_UNARY(Sin)
+DIST_TEST_UNARY(Cos)
+DIST_TEST_UNARY(Exp)
+DIST_TEST_UNARY(Tan)
+DIST_TEST_UNARY(ErfInv)
+#undef DIST_TEST_UNARY
+
+template <class T>
+std::vector<T> Powx(std::vector<T> x, T b) {
+  return InBulkSlot(_temsPowx, _temdPowx, std::move(x), b);
+}
+
+// One value through a kernel: Of(Ln<T>, u).
+template <class T>
+T Of(std::vector<T> (*kernel)(std::vector<T>), T x) {
+  return kernel({x})[0];
 }
 }  // namespace dist_test
 
