@@ -6,7 +6,7 @@
 // on, B is below 2^-63 of A and both are A + A((C - 1) + S). Below
 // |x| = kSmall sinh is a direct odd Taylor polynomial: there the reduced form makes the result
 // as A - B less a term of nearly its size, and the errors exceed an ulp. The single forms run
-// in double lanes from e^|x| and its reciprocal (SingleHyperbolic).
+// in double lanes by the same reduction with shorter series (SingleHyperbolic).
 #include "kernels/exp_common.h"
 
 namespace tem {
@@ -94,20 +94,30 @@ template <bool kSinh, class Polys>
   }
 }
 
-// The single forms in double lanes, from e^|x| = a e^r as the exponential's table and series
-// give it: E = a + a (e^r - 1) and E - 1 = (a - 1) + a (e^r - 1), each within about 2^-40 of
-// itself, and then
-//   sinh |x| = ((E - 1) + (E - 1) / E) / 2, a sum of two terms of one sign, also near 0,
-//   cosh x   = E / 2 + (1/2) / E.
+// The single forms in double lanes, by the double forms' reduction and two-sided table with
+// the high parts alone and shorter series: A = 2^(m+j/16)/2 and B = 2^-(m+j/16)/2 within 2^-53,
+// sinh r and cosh r - 1 within 2^-34 of themselves on |r| <= ln2/32, and r within 2^-46 of
+// |x| - (m + j/16) ln 2. Near 0, m = j = 0 makes A - B = 0 exactly, and sinh is the odd series.
 template <bool kSinh>
 [[gnu::always_inline]] inline D SingleHyperbolic(D x) {
-  const D ax = x & D::FromBits(0x7FFFFFFFFFFFFFFFull);
-  const wide::ExpParts p = wide::ExpByTable(ax);
-  const D tail = p.a * p.em1r;
-  const D e = p.a + tail;
-  if constexpr (!kSinh) return e * wide::kEven2() + wide::kEven2() / e;
-  const D em1 = (p.a - wide::kOne()) + tail;
-  return ((em1 + em1 / e) * wide::kEven2()) | (x & D::FromBits(0x8000000000000000ull));
+  const D sign = x & Const<D>(-0.0);
+  const D ax = _mm_andnot_pd(sign.raw, x.raw);
+  const D t = ax * Const<D>(kLog2e) + Const<D>(kShifter);
+  const D r = ax - (t - Const<D>(kShifter)) * Const<D>(0x1.62e42fefa39efp-1);
+  int j0, j1;
+  Indices<4>(t.Image(), j0, j1);
+  const __m128i m_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 48),
+                                        _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
+  const D up = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[j0][0]), &kHyperbolicPowers[j1][0])};
+  const D down = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[j0][2]), &kHyperbolicPowers[j1][2])};
+  const D a = D::FromImage(_mm_add_epi64(up.Image(), m_field));
+  const D b = D::FromImage(_mm_sub_epi64(down.Image(), m_field));
+  const D r2 = r * r;
+  const D odd = r + (r * r2) * wide::kOdd3();
+  const D even = r2 * (wide::kEven2() + r2 * wide::kEven4());
+  const D sum = a + b, diff = a - b;
+  if constexpr (kSinh) return (diff + (diff * even + sum * odd)) | sign;
+  return sum + (sum * even + diff * odd);
 }
 
 // One lane past the block's range: e^|x| / 2, or overflow.

@@ -13,9 +13,9 @@ namespace {
 
 using F = Vec<float>;
 
-// As whole registers: the shifter 1.5 * 2^23, 1/pi and 2/pi in single precision.
-constexpr Splat<float> kShifterF{12582912.0f}, kInvPiF{0.31830987334251404f},
-    kTwoOverPiF{0.6366197466850281f}, kHalfF{0.5f}, kAbsMaskF{__builtin_bit_cast(float, 0x7FFFFFFFu)};
+// As whole registers: 1/pi and 2/pi in single precision.
+constexpr Splat<float> kInvPiF{0.31830987334251404f}, kTwoOverPiF{0.6366197466850281f},
+    kAbsMaskF{__builtin_bit_cast(float, 0x7FFFFFFFu)};
 // pi in 35 + 53 bits: (2n + 1) pi_hi / 2 is exact for |n| below 2^17.
 constexpr Splat<double> kPiHigh{3.1415926535846666}, kPiLow{5.126688303189038e-12},
     kHalfPiHigh{3.1415926535846666 / 2}, kHalfPiLow{5.126688303189038e-12 / 2};
@@ -23,12 +23,13 @@ constexpr Splat<double> kMinusZero{-0.0};
 // 0x461C4000: 10000.0, the end of the single-precision reduction.
 constexpr uint32_t kLimitBits = 0x461C4000;
 
-// sin r on |r| <= pi/2, relative error below 2^-29.
+// sin r on |r| <= pi/2, relative error below 2^-29: r + r u (c3 + c5 u) + r u^3 (c7 + c9 u),
+// u = r^2, the small terms summed first.
 constexpr Splat<double> kSin3{-0.1666665955042783}, kSin5{0.00833306624608569},
     kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06};
 [[gnu::always_inline]] inline D SinPoly(D r) {
-  const D u = r * r;
-  return r + (r * u) * Estrin4(u, u * u, kSin3(), kSin5(), kSin7(), kSin9());
+  const D u = r * r, ru = r * u;
+  return r + (ru * (kSin3() + kSin5() * u) + (ru * (u * u)) * (kSin7() + kSin9() * u));
 }
 
 // tan r = r P(u) / Q(u), u = r^2, the [5/6] Pade approximant of tan: relative error below
@@ -41,36 +42,43 @@ constexpr Splat<double> kTanP0{10395.0}, kTanP1{-1260.0}, kTanP2{21.0}, kTanQ0{1
   return k == 0 ? _mm_unpacklo_epi32(m, m) : _mm_unpackhi_epi32(m, m);
 }
 [[gnu::always_inline]] inline D Widen(F v, int k) { return k == 0 ? WidenLow(v) : WidenHigh(v); }
-
-// x = (n + offset) pi + r, n = round(x / pi - offset), offset 1/2 for cos and 0 for sin:
-// sin r, with the sign flipped for odd n (sin) or even n (cos).
-template <bool kCos>
-[[gnu::always_inline]] inline F SinOfRest(F x) {
-  const F t = kCos ? (x * kInvPiF() - kHalfF()) + kShifterF() : x * kInvPiF() + kShifterF();
-  // n + 1/2 is exact in single precision.
-  const F m4 = kCos ? (t - kShifterF()) + kHalfF() : t - kShifterF();
-  D y[2];
-#pragma GCC unroll 2
-  for (int k = 0; k < 2; ++k) {
-    const D m = Widen(m4, k);
-    const D r = (Widen(x, k) - m * kPiHigh()) - m * kPiLow();
-    y[k] = SinPoly(r);
-  }
-  __m128i parity = _mm_slli_epi32(t.Image(), 31);
-  if (kCos) parity = _mm_xor_si128(parity, _mm_set1_epi32(static_cast<int>(0x80000000u)));
-  return {_mm_xor_ps(Narrow(y[0], y[1]).raw, _mm_castsi128_ps(parity))};
+// The low (k = 0) or high (k = 1) two 32-bit integers as doubles.
+[[gnu::always_inline]] inline D WidenInt(__m128i v, int k) {
+  return {_mm_cvtepi32_pd(k == 0 ? v : _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 2, 3, 2)))};
 }
 
-// x = n pi/2 + r, |r| <= pi/4: tan r for even n, -1 / tan r for odd n.
-[[gnu::always_inline]] inline F TanOfRest(F x) {
-  const F t = x * kTwoOverPiF() + kShifterF();
-  const F n = t - kShifterF();
-  const __m128i odd = _mm_sub_epi32(_mm_setzero_si128(),
-                                    _mm_and_si128(t.Image(), _mm_set1_epi32(1)));
+// x >= 0 as x = m pi + r, |r| <= pi/2: for sin m = n = round(x / pi), for cos m = n + 1/2
+// with 2n + 1 = floor(2x / pi) | 1, the quotients rounded to single first. sin r, with the
+// sign flipped for odd n (sin) or even n (cos), and for sin once more where `sign` is set.
+template <bool kCos>
+[[gnu::always_inline]] inline F SinOfRest(F x, __m128i sign = __m128i()) {
+  // sin: n; cos: 2n + 1, whose bit 1 is the parity of n.
+  const __m128i k = kCos ? _mm_or_si128(_mm_cvttps_epi32((x * kTwoOverPiF()).raw), _mm_set1_epi32(1))
+                         : _mm_cvtps_epi32((x * kInvPiF()).raw);
+  D s[2];
+#pragma GCC unroll 2
+  for (int h = 0; h < 2; ++h) {
+    // cos: m pi = k pi / 2, exact in the high part.
+    const D m = WidenInt(k, h);
+    const D r = kCos ? (Widen(x, h) - m * kHalfPiHigh()) - m * kHalfPiLow()
+                     : (Widen(x, h) - m * kPiHigh()) - m * kPiLow();
+    s[h] = SinPoly(r);
+  }
+  const __m128i flip =
+      kCos ? _mm_andnot_si128(_mm_slli_epi32(k, 30), _mm_set1_epi32(static_cast<int>(0x80000000u)))
+           : _mm_xor_si128(_mm_slli_epi32(k, 31), sign);
+  return {_mm_xor_ps(Narrow(s[0], s[1]).raw, _mm_castsi128_ps(flip))};
+}
+
+// x >= 0 as x = n pi/2 + r, |r| <= pi/4: tan r for even n, -1 / tan r for odd n; the sign
+// flipped where `sign` is set.
+[[gnu::always_inline]] inline F TanOfRest(F x, __m128i sign) {
+  const __m128i n = _mm_cvtps_epi32((x * kTwoOverPiF()).raw);
+  const __m128i odd = _mm_sub_epi32(_mm_setzero_si128(), _mm_and_si128(n, _mm_set1_epi32(1)));
   D y[2];
 #pragma GCC unroll 2
   for (int k = 0; k < 2; ++k) {
-    const D m = Widen(n, k);
+    const D m = WidenInt(n, k);
     const D r = (Widen(x, k) - m * kHalfPiHigh()) - m * kHalfPiLow();
     const D u = r * r;
     const D p = r * ((kTanP2() * u + kTanP1()) * u + kTanP0());
@@ -80,7 +88,7 @@ template <bool kCos>
     const D d = Xor(p, q) & swap;
     y[k] = Xor(Xor(p, d), swap & kMinusZero()) / Xor(q, d);
   }
-  return Narrow(y[0], y[1]);
+  return {_mm_xor_ps(Narrow(y[0], y[1]).raw, _mm_castsi128_ps(sign))};
 }
 
 template <Op kOp>
@@ -93,11 +101,10 @@ struct SingleKernel {
     // On |x|, so that Cos is even and Sin and Tan odd exactly, zeros included.
     const F ax = in[0] & kAbsMaskF();
     const __m128i sign = _mm_andnot_si128(ax.Image(), in[0].Image());
-    auto odd = [&](F y) { return F{_mm_xor_ps(y.raw, _mm_castsi128_ps(sign))}; };
-    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) out[0] = odd(SinOfRest<false>(ax));
+    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) out[0] = SinOfRest<false>(ax, sign);
     if constexpr (kOp == Op::kCos) out[0] = SinOfRest<true>(ax);
     if constexpr (kOp == Op::kSinCos) out[1] = SinOfRest<true>(ax);
-    if constexpr (kOp == Op::kTan) out[0] = odd(TanOfRest(ax));
+    if constexpr (kOp == Op::kTan) out[0] = TanOfRest(ax, sign);
   }
   // Past 10000, infinities and NaNs.
   static int Flag(const F (&in)[1]) { return in[0].MagnitudeAbove(kLimitBits); }
