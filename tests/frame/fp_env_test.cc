@@ -32,80 +32,62 @@ __attribute__((noinline)) Registers CallUnder(uint32_t mxcsr, uint16_t x87, F bo
   return after;
 }
 
-// The vector form runs to nearest with exceptions masked, the loop form under the caller's
-// rounding with only the masks set; both give the caller its word back with the kernel's
-// inexact flag ORed in. The caller rounds up with every exception unmasked.
+// The vector form (dAdd) runs to nearest, the loop form (dSub) under the caller's rounding;
+// both mask exceptions and give the caller its word back with the inexact flag ORed in. The
+// caller rounds up with every exception unmasked.
 TEST(FpEnvTest, VectorFormRunsToNearestAndLoopFormUnderTheCallersRounding) {
-  using test_kernels::Sum;
-  const double a[1] = {1.0}, b[1] = {0x1p-60};
+  const double a[1] = {1.0}, b[1] = {0x1p-60}, minus_b[1] = {-0x1p-60};
   double vector_result[1], loop_result[1];
-  Registers after_loop = CallUnder(kRoundUp, 0x37F, [&] {
-    tem::Run<test_kernels::kLoopInfo, Sum>(1, tem::Contiguous<Sum>{{a, b}, {loop_result}});
-  });
-  const uint32_t inside_loop = g_record.mxcsr_inside;
-  Registers after_vector = CallUnder(kRoundUp, 0x37F, [&] {
-    tem::Run<test_kernels::kVectorInfo, Sum>(1, tem::Contiguous<Sum>{{a, b}, {vector_result}});
-  });
-  EXPECT_EQ(loop_result[0], std::nextafter(1.0, 2.0));
+  Registers after_vector = CallUnder(kRoundUp, 0x37F, [&] { _temdAdd(1, a, b, vector_result); });
+  Registers after_loop = CallUnder(kRoundUp, 0x37F, [&] { _temdSub(1, a, minus_b, loop_result); });
   EXPECT_EQ(vector_result[0], 1.0);
-  EXPECT_EQ(inside_loop & ~0x3Fu, kRoundUp | 0x1F80) << "only the masks are set";
-  EXPECT_EQ(after_loop.mxcsr, kRoundUp | 0x20);
+  EXPECT_EQ(loop_result[0], std::nextafter(1.0, 2.0));
   EXPECT_EQ(after_vector.mxcsr, kRoundUp | 0x20);
+  EXPECT_EQ(after_loop.mxcsr, kRoundUp | 0x20);
 }
 
 // The denormal field chooses the vector form's target; the loop form leaves flushing as the
-// caller has it; trap bits of the mode never unmask the kernel. The caller gets its word back.
-TEST(FpEnvTest, DenormalFieldAndTrapBits) {
-  const struct { uint32_t mode; bool loop; uint32_t caller, inside; } cases[] = {
-      {0x280000, false, 0x1F80 | kFtz, 0x9FC0}, {0x140000, false, 0x1F80 | kFtz, 0x1F80},
-      {0x2, false, 0x1F80 | kFtz, 0x1F80},      {0x80000, false, 0x1F80 | kFtz, 0x1F80},
-      {TEM_FTZDAZ_ON, true, 0x1F80 | kDaz, 0x1F80 | kDaz},
-      {TEM_ERRMODE_EXCEPT | 0xF000000, false, 0x0, 0x1F80}};
+// caller has it; trap bits of the mode never unmask the kernel. The x87 masks are forced for
+// the call, its rounding and precision control stay. The caller gets both words back.
+TEST(FpEnvTest, DenormalFieldTrapBitsAndX87Masks) {
+  const struct { uint32_t mode; bool loop; uint32_t caller, inside; uint16_t x87, x87_inside; }
+  cases[] = {{0x280000, false, 0x1F80 | kFtz, 0x9FC0, 0x37F, 0x37F},
+             {0x140000, false, 0x1F80 | kFtz, 0x1F80, 0x37E, 0x37F},
+             {0x2, false, 0x1F80 | kFtz, 0x1F80, 0x0B72, 0x0B7F},
+             {0x80000, false, 0x1F80 | kFtz, 0x1F80, 0x0C7F, 0x0C7F},
+             {TEM_FTZDAZ_ON, true, 0x1F80 | kDaz, 0x1F80 | kDaz, 0x0B72, 0x0B7F},
+             {TEM_ERRMODE_EXCEPT | 0xF000000, false, 0x0, 0x1F80, 0x37F, 0x37F}};
   for (const auto& c : cases) {
     uint32_t inside = 0;
+    uint16_t x87_inside = 0;
     Registers after{};
     OnFreshThread([&] {
       _temSetMode(c.mode);
       const double a[2] = {1, 2};
       double r[2];
-      after = CallUnder(c.caller, 0x37F, [&] {
+      after = CallUnder(c.caller, c.x87, [&] {
         if (c.loop) test_kernels::RunLoop<test_kernels::Doubling<double>>(2, a, r);
         else test_kernels::RunVector<test_kernels::Doubling<double>>(2, a, r);
       });
-      inside = g_record.mxcsr_inside;
+      inside = g_record.mxcsr_inside, x87_inside = g_record.x87_inside;
     });
     EXPECT_EQ(inside & ~0x3Fu, c.inside) << std::hex << c.mode;
+    EXPECT_EQ(x87_inside, c.x87_inside) << std::hex << c.mode;
     EXPECT_EQ(after.mxcsr, c.caller) << std::hex << c.mode;
+    EXPECT_EQ(after.x87, c.x87) << std::hex << c.mode;
   }
 }
 
-// Rounding and precision control stay; the masks are forced.
-TEST(FpEnvTest, X87MasksAreSetForTheCallAndTheCallersWordComesBack) {
-  const struct { uint16_t caller, inside; } cases[] = {
-      {0x37F, 0x37F}, {0x37E, 0x37F}, {0x0B72, 0x0B7F}, {0x0C7F, 0x0C7F}};
-  for (const auto& c : cases) {
-    const double a[1] = {1};
-    double r[1];
-    Registers after = CallUnder(0x1F80, c.caller, [&] {
-      test_kernels::RunVector<test_kernels::Doubling<double>>(1, a, r);
-    });
-    EXPECT_EQ(g_record.x87_inside, c.inside) << std::hex << c.caller;
-    EXPECT_EQ(after.x87, c.caller);
-    CallUnder(0x1F80, c.caller,
-              [&] { test_kernels::RunLoop<test_kernels::Doubling<double>>(1, a, r); });
-    EXPECT_EQ(g_record.x87_inside, c.inside) << std::hex << c.caller;
-  }
-}
-
+// Overflow and inexact raised inside reach the caller, whether or not the frame had to
+// restore the register; the caller's own flags stay.
 TEST(FpEnvTest, FlagsRaisedInsideReachTheCaller) {
-  // Overflow and inexact, whether or not the frame had to restore the register.
   const double a[2] = {DBL_MAX, 1}, b[2] = {DBL_MAX, 1};
   double r[2];
   Registers quiet = CallUnder(0x1F80, 0x37F, [&] { _temdAdd(2, a, b, r); });
   EXPECT_EQ(r[0], INFINITY);
   EXPECT_EQ(quiet.mxcsr, 0x1F80u | 0x28);
   Registers restored = CallUnder(kRoundUp | 0x1F80 | 0x1, 0x37F, [&] { _temdAdd(2, a, b, r); });
-  EXPECT_EQ(restored.mxcsr, kRoundUp | 0x1F80 | 0x1 | 0x28) << "the caller's flags stay too";
+  EXPECT_EQ(restored.mxcsr, kRoundUp | 0x1F80 | 0x1 | 0x28);
 }
 
 }  // namespace

@@ -15,12 +15,16 @@ inline constexpr tem::FunctionInfo kLoopInfo = {"vdTestLoop", tem::Form::kLoop, 
 
 // What the kernels saw on the calling thread.
 struct Record {
-  std::vector<double> companion_inputs;
-  std::vector<double> element_inputs;
+  std::vector<double> companion_inputs, element_inputs;
   uint32_t mxcsr_inside = 0;
   uint16_t x87_inside = 0;
 };
 inline thread_local Record g_record;
+
+inline void RecordRegisters() {
+  g_record.mxcsr_inside = tem::ReadMxcsr();
+  g_record.x87_inside = tem::ReadX87Control();
+}
 
 // 2x for every lane. Lanes of 1000 and above are flagged; in the no-error loop those of 1e6
 // and above settle to +inf. The companion gives -x and reports overflow from 2000 on.
@@ -39,8 +43,7 @@ struct Doubling {
     return bits;
   }
   static void Compute(const tem::Vec<T> (&in)[1], tem::Vec<T> (&out)[1]) {
-    g_record.mxcsr_inside = tem::ReadMxcsr();
-    g_record.x87_inside = tem::ReadX87Control();
+    RecordRegisters();
     out[0] = in[0] + in[0];
   }
   static int Flag(const tem::Vec<T> (&in)[1]) { return LaneBits(in[0], kFlagFrom); }
@@ -59,8 +62,7 @@ struct Doubling {
     return in[0] >= kReportFrom || std::isnan(in[0]) ? TEM_STATUS_OVERFLOW : TEM_STATUS_OK;
   }
   static int Element(const T (&in)[1], T (&out)[1]) {
-    g_record.mxcsr_inside = tem::ReadMxcsr();
-    g_record.x87_inside = tem::ReadX87Control();
+    RecordRegisters();
     return Companion(in, out);
   }
 };
@@ -69,30 +71,11 @@ struct Doubling {
 // doubles too, and records its inputs.
 template <class E>
 struct BlockDoubling : Doubling<E> {
-  using T = E;
   static constexpr bool kLoopBlocks = true;
-  static int Element(const T (&in)[1], T (&out)[1]) {
+  static int Element(const E (&in)[1], E (&out)[1]) {
     g_record.element_inputs.push_back(in[0]);
-    if (in[0] < Doubling<E>::kFlagFrom) {
-      out[0] = in[0] + in[0];
-      return TEM_STATUS_OK;
-    }
-    return Doubling<E>::Companion(in, out);
-  }
-};
-
-// a + b, whose rounding shows the direction it ran under.
-struct Sum {
-  using T = double;
-  static constexpr int kInputs = 2, kResults = 1, kBlock = 4;
-  static constexpr bool kCanFail = false;
-  static void Compute(const tem::Vec<T> (&in)[2], tem::Vec<T> (&out)[1]) {
-    g_record.mxcsr_inside = tem::ReadMxcsr();
-    out[0] = in[0] + in[1];
-  }
-  static int Element(const T (&in)[2], T (&out)[1]) {
-    g_record.mxcsr_inside = tem::ReadMxcsr();
-    out[0] = in[0] + in[1];
+    if (in[0] >= Doubling<E>::kFlagFrom) return Doubling<E>::Companion(in, out);
+    out[0] = in[0] + in[0];
     return TEM_STATUS_OK;
   }
 };

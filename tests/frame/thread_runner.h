@@ -1,15 +1,12 @@
-// Runs a test body on a new thread, so that it starts with a fresh per-thread record seeded
-// from the environment as it stands.
+// Runs a test body on a new thread, which starts with a fresh per-thread record.
 #ifndef QOR_TESTS_FRAME_THREAD_RUNNER_H_
 #define QOR_TESTS_FRAME_THREAD_RUNNER_H_
 
 #include <thread>
-#include <utility>
 
 template <class F>
-void OnFreshThread(F&& body) {
-  std::thread thread(std::forward<F>(body));
-  thread.join();
+void OnFreshThread(F body) {
+  std::thread(body).join();
 }
 
 #endif  // QOR_TESTS_FRAME_THREAD_RUNNER_H_
