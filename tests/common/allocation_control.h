@@ -6,8 +6,8 @@
 namespace alloc_control {
 
 long LiveBlocks();  // blocks of qor_serv_allocate not yet given back
-// The allocation `index` calls from now (0 = the next) returns null; -1 fails none. Either
-// way the allocation count starts again from 0. FailFrom fails every one from `index` on.
+// The allocation `index` calls from now (0 = the next) fails, -1: none; FailFrom fails every
+// one from `index` on. Both restart the allocation count from 0.
 void FailAllocation(int index);
 void FailFrom(int index);
 long Allocations();  // since the last FailAllocation or FailFrom
@@ -20,8 +20,8 @@ struct ScopedFailure {
 };
 
 // Runs `operation` with its k-th allocation failing, for k = 0, 1, ... until a run has no
-// failure left to hit; `check(status)` sees each failing run, and `clean_up` follows every
-// run. Returns the number of failing runs.
+// failure left to hit; `check(status)` sees each failing run, `clean_up` follows every run.
+// Returns the number of failing runs.
 template <class Operation, class Check, class CleanUp>
 int ForEachFailure(Operation operation, Check check, CleanUp clean_up) {
   for (int k = 0;; ++k) {
