@@ -15,7 +15,7 @@ inline constexpr tem::FunctionInfo kLoopInfo = {"vdTestLoop", tem::Form::kLoop, 
 
 // What the kernels saw on the calling thread.
 struct Record {
-  std::vector<double> companion_inputs, element_inputs;
+  std::vector<double> companion_inputs;
   uint32_t mxcsr_inside = 0;
   uint16_t x87_inside = 0;
 };
@@ -68,12 +68,11 @@ struct Doubling {
 };
 
 // Doubling whose loop form runs registers without flagged lanes through Compute; Element
-// doubles too, and records its inputs.
+// doubles too.
 template <class E>
 struct BlockDoubling : Doubling<E> {
   static constexpr bool kLoopBlocks = true;
   static int Element(const E (&in)[1], E (&out)[1]) {
-    g_record.element_inputs.push_back(in[0]);
     if (in[0] >= Doubling<E>::kFlagFrom) return Doubling<E>::Companion(in, out);
     out[0] = in[0] + in[0];
     return TEM_STATUS_OK;
