@@ -1,5 +1,4 @@
-// Interposes the core allocator for the library objects linked into the test binary; the real
-// functions are reached through RTLD_NEXT.
+// Interposes the core allocator of the linked library objects; RTLD_NEXT finds the real one.
 #include "tests/common/allocation_control.h"
 
 #include <dlfcn.h>

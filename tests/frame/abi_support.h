@@ -1,5 +1,4 @@
-// Helpers of the tests that look at the built libqor.so from outside: the rows of
-// frame/functions.def and the names they owe, the non-vector exports, binutils listings.
+// Helpers of the tests that look at the built libqor.so from outside.
 #ifndef QOR_TESTS_FRAME_ABI_SUPPORT_H_
 #define QOR_TESTS_FRAME_ABI_SUPPORT_H_
 
@@ -16,12 +15,10 @@
 
 #include "frame/function_macros.h"
 
-// Paths compiled in by tests/frame/abi.cmake: QOR_ABI_LIBQOR, QOR_ABI_LIBQOR_CORE,
-// QOR_ABI_OBJDUMP, QOR_ABI_READELF.
+// Paths compiled in by abi.cmake: QOR_ABI_LIBQOR, _LIBQOR_CORE, _OBJDUMP, _READELF.
 namespace qor_abi {
 
-// Exported functions of libqor.so that no row of frame/functions.def owes: the one place to
-// extend when names are exported outside the vector function list.
+// Exports owed by no row of functions.def: extend here when such names are added.
 inline const std::vector<std::string>& NonVectorExports() {
   static const std::vector<std::string> names = [] {
     std::vector<std::string> list = {"qor_tem_kernel_GetTTableIndex",
@@ -107,8 +104,7 @@ inline std::vector<Row> PresentRows() {
   return present;
 }
 
-// The names a present function owes the user: stubs through slot 0 (_21 for s and c, _50 for
-// d and z), slot 1 (_tem<f> and its alias _HA) and slot 2 (_11 or _26), and its two tables.
+// Names a present function owes: stubs of slots 0 (_21/_50), 1 (+ _HA), 2 (_11/_26), tables.
 struct FunctionNames {
   std::string stub0, stub1, stub1_ha, stub2, ttab, ctab;
   std::vector<std::string> Stubs() const { return {stub0, stub1, stub1_ha, stub2}; }
@@ -121,8 +117,7 @@ inline FunctionNames NamesOf(const Row& row) {
           table + "_ttab", table + "_ctab"};
 }
 
-// Runs `tool options 'file'` and returns its standard output split into lines; *ok is false
-// when it does not exit with 0.
+// The standard output lines of `tool options 'file'`; *ok is false unless it exits with 0.
 inline std::vector<std::string> ToolLines(const std::string& tool, const std::string& options,
                                           const std::string& file, bool* ok) {
   FILE* pipe = popen((tool + " " + options + " '" + file + "'").c_str(), "r");
@@ -144,8 +139,7 @@ inline std::vector<std::string> SplitWords(const std::string& text) {
   return words;
 }
 
-// One .dynsym entry as readelf --dyn-syms -W prints it: the section UND, ABS or an index, the
-// name without its version (after @ or @@, empty when unversioned).
+// A readelf --dyn-syms -W entry; the name without its @ or @@ version.
 struct DynamicSymbol {
   uint64_t value = 0, size = 0;
   std::string type, binding, visibility, section, name, version;

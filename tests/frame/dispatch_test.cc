@@ -1,5 +1,4 @@
-// The error dispatch: status, callback contract, errno, messages, index adjustment, name cut,
-// strided reads, write-back and the trap path.
+// The error dispatch: status, callback, errno, messages, index, write-back, traps.
 #include <errno.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -34,8 +33,7 @@ int ScriptedCallback(temErrorContext* context) {
   return g_script->result;
 }
 
-// Runs `body` on a fresh thread with the scripted callback installed, then `mode` set, so that
-// the error field is exactly the one asked for; returns what the callback saw.
+// Runs `body` on a fresh thread with the callback, then exactly `mode`; returns what it saw.
 template <class F>
 const temErrorContext& WithMode(uint32_t mode, CallbackScript& script, F body) {
   OnFreshThread([&] {
@@ -56,8 +54,7 @@ std::string Shown(const temErrorContext& c) {
   return out.str();
 }
 
-// The error field decides the status, the callback and errno (0x1102: ignore with callback is
-// not the ignore field); errno follows the code; the status holds the last code only.
+// The error field decides status, callback and errno (0x1102 is not the ignore field).
 TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
   const struct { uint32_t mode; int code; bool status_set, callback_runs; int err; } cases[] = {
       {0x2002, 3, false, false, 12345}, {0x0102, 3, true, false, 12345},
@@ -84,9 +81,7 @@ TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
   }
 }
 
-// The callback sees the element, at a stride and complex too, with the index made global by
-// the base pointer (element 5 of a chunk at element 100); with one result Res2 is written
-// first and Res1 over it, with two each goes to its array.
+// Callback context (strided, complex, global index via base pointer); Res1 is written last.
 TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   CallbackScript script;
   script.new_res1 = 7, script.new_res2 = 9;
@@ -120,8 +115,7 @@ TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   EXPECT_TRUE(z[5].re == 7 && z[5].im == 4);
 }
 
-// Size and memory codes read and write no values: the null arrays would crash. The name is
-// cut to 47 characters.
+// Size and memory codes touch no values (null arrays); the name is cut to 47 characters.
 TEST(DispatchTest, SizeAndMemoryCodesReadAndWriteNoValues) {
   const std::string name(60, 'x');
   for (int code : {TEM_STATUS_BADSIZE, TEM_STATUS_BADMEM}) {
@@ -153,8 +147,7 @@ std::string PrintedBy(int code, double a1, double a2, double r1, double r2) {
   return printed;
 }
 
-// A name line, then value lines by shape (Arg2 and Res2 of exactly 0.0 count as absent), with
-// the global index; code 0 prints nothing, the size code its name line only.
+// Value lines by shape (Arg2, Res2 of 0.0 count as absent); code 0 prints nothing.
 TEST(DispatchTest, PrintsNameLineAndValueLinesByShape) {
   const struct { int code; double a1, a2, r1, r2; int lines; std::vector<std::string> parts; }
   cases[] = {
@@ -174,8 +167,7 @@ TEST(DispatchTest, PrintsNameLineAndValueLinesByShape) {
             PrintedBy(TEM_STATUS_OVERFLOW, 710, 710, 5, 5));
 }
 
-// A trap bit with the exception mode raises SIGFPE for its own code only; without one, or
-// without the exception mode, the x87 flag of the code is left raised and nothing fires.
+// A trap bit fires SIGFPE for its own code only; otherwise the x87 flag is left raised.
 TEST(DispatchDeathTest, TrapBitWithExceptionModeRaisesSigfpe) {
   const struct { uint32_t mode; int code; bool fires; uint16_t flag; } cases[] = {
       {TEM_ERRMODE_EXCEPT | TEM_TRAP_INVALID, 1, true, 0},

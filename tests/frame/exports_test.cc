@@ -1,5 +1,4 @@
-// Exports of libqor.so: exactly the names its present rows owe plus NonVectorExports, each of
-// its kind. Imports: libqor_core.so, glibc (GLIBC_*) and the toolchain's weak hooks only.
+// Exports of libqor.so are exactly the owed names; imports come from allowed places only.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -18,8 +17,7 @@ const std::vector<DynamicSymbol>& Symbols() {
   return symbols;
 }
 
-// What each owed name must be: a function (a stub: one 16-byte-aligned cell at most) or an
-// object (a function table: exactly 24 bytes); 0: any size.
+// Each owed name: a function (stubs: one aligned 16-byte cell) or object (tables: 24 bytes).
 struct Kind { std::string type; uint64_t size; };
 
 TEST(Exports, ExactlyTheOwedNamesEachOfItsKind) {

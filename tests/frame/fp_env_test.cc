@@ -1,5 +1,4 @@
-// Entry and exit of the floating-point environment: what each frame form forces, what it
-// leaves, and what the caller gets back.
+// The floating-point environment each frame form forces, leaves and gives back.
 #include <cfloat>
 #include <cmath>
 
@@ -17,9 +16,7 @@ constexpr uint32_t kRoundUp = 0x4000, kFtz = 0x8000, kDaz = 0x40;
 
 struct Registers { uint32_t mxcsr; uint16_t x87; };
 
-// Calls `body` with the caller's registers set as given, and returns them as the call left
-// them. Nothing between the loads and the reads does floating-point work of its own, so that
-// unmasked caller settings cannot fire in the test.
+// Runs `body` under the given caller registers (no FP work around it); returns them after.
 template <class F>
 __attribute__((noinline)) Registers CallUnder(uint32_t mxcsr, uint16_t x87, F body) {
   tem::ClearX87Exceptions();
@@ -32,9 +29,7 @@ __attribute__((noinline)) Registers CallUnder(uint32_t mxcsr, uint16_t x87, F bo
   return after;
 }
 
-// The vector form (dAdd) runs to nearest, the loop form (dSub) under the caller's rounding;
-// both mask exceptions and give the caller its word back with the inexact flag ORed in. The
-// caller rounds up with every exception unmasked.
+// Caller rounds up, all unmasked: vector form (dAdd) rounds to nearest, loop form (dSub) up.
 TEST(FpEnvTest, VectorFormRunsToNearestAndLoopFormUnderTheCallersRounding) {
   const double a[1] = {1.0}, b[1] = {0x1p-60}, minus_b[1] = {-0x1p-60};
   double vector_result[1], loop_result[1];
@@ -46,9 +41,7 @@ TEST(FpEnvTest, VectorFormRunsToNearestAndLoopFormUnderTheCallersRounding) {
   EXPECT_EQ(after_loop.mxcsr, kRoundUp | 0x20);
 }
 
-// The denormal field chooses the vector form's target; the loop form leaves flushing as the
-// caller has it; trap bits of the mode never unmask the kernel. The x87 masks are forced for
-// the call, its rounding and precision control stay. The caller gets both words back.
+// Denormal field, trap bits and x87 control per form; the caller gets both words back.
 TEST(FpEnvTest, DenormalFieldTrapBitsAndX87Masks) {
   const struct { uint32_t mode; bool loop; uint32_t caller, inside; uint16_t x87, x87_inside; }
   cases[] = {{0x280000, false, 0x1F80 | kFtz, 0x9FC0, 0x37F, 0x37F},
@@ -78,8 +71,7 @@ TEST(FpEnvTest, DenormalFieldTrapBitsAndX87Masks) {
   }
 }
 
-// Overflow and inexact raised inside reach the caller, whether or not the frame had to
-// restore the register; the caller's own flags stay.
+// Flags raised inside reach the caller, whether or not the register was restored.
 TEST(FpEnvTest, FlagsRaisedInsideReachTheCaller) {
   const double a[2] = {DBL_MAX, 1}, b[2] = {DBL_MAX, 1};
   double r[2];

@@ -1,5 +1,4 @@
-// frame/functions.def against the facts of the function set: size, first row, variants, the
-// frameless pack and unpack rows, the error names and the functions of three slots.
+// frame/functions.def against the known facts of the function set.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -13,10 +12,7 @@ namespace {
 using qor_abi::Row;
 using qor_abi::Rows;
 
-// The frameless rows are exactly the pack and unpack kernels in s, d, c, z, without an I
-// variant; every other function has both variants and the error name v<type><stem>[I]. The
-// angle functions Cosd, Sind, Tand, Cospi, Sinpi, Tanpi in s and d have three slots; of them
-// only sCospi and sSinpi share slots 0 and 2.
+// Frameless pack/unpack rows, both variants, v<type><stem>[I] names, three-slot angle rows.
 TEST(FunctionList, RowsVariantsErrorNamesAndSlots) {
   ASSERT_EQ(Rows().size(), 480u);
   EXPECT_EQ(Rows().front().Name(), "sCeil");

@@ -1,5 +1,4 @@
-// Every instruction in libqor.so is baseline x86-64 (integer, x87, SSE, SSE2): a whitelist of
-// objdump's AT&T mnemonics, so that anything new fails until someone decides it is allowed.
+// libqor.so is baseline x86-64 only: a whitelist, so anything new fails until allowed.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -18,8 +17,7 @@ std::set<std::string> Words(std::initializer_list<const char*> groups) {
   return words;
 }
 
-// Baseline integer (unsuffixed AT&T spelling), x87, and SSE and SSE2 on xmm registers (MMX
-// register forms are rejected by the operand check).
+// Baseline integer (unsuffixed AT&T), x87, SSE and SSE2 (MMX operands fail separately).
 bool MnemonicAllowed(const std::string& mnemonic) {
   static const std::set<std::string> allowed = [] {
     std::set<std::string> set = Words({
@@ -81,9 +79,7 @@ bool MnemonicAllowed(const std::string& mnemonic) {
   return false;
 }
 
-// Why the instruction text of one objdump line ("cs nopw 0x0(%rax,%rax,1)") is not baseline,
-// or "" when it is. Forbidden operands: ymm, zmm, mask, AMX tile and MPX bound registers,
-// xmm16-31, MMX registers, and EVEX decorations in braces.
+// Why one objdump instruction text is not baseline ("" when it is): mnemonic or operand.
 std::string Violation(std::string text) {
   static const std::set<std::string> prefixes = Words(
       {"lock rep repz repe repnz repne cs ds ss es fs gs data16 data32 addr32 addr16 notrack bnd"});
@@ -102,8 +98,7 @@ std::string Violation(std::string text) {
   return std::regex_search(operands, match, forbidden) ? "operand " + match.str() : "";
 }
 
-// The classifier passes baseline lines and fails a mnemonic beyond SSE2, a VEX form and each
-// kind of forbidden operand on a whitelisted mnemonic; then no line of the library fails.
+// The classifier fails each kind of sample; then no instruction of the library fails.
 TEST(InstructionSet, WholeLibraryIsBaseline) {
   const struct { const char* text; bool ok; } samples[] = {
       {"data16 cs nopw 0x0(%rax,%rax,1)", true}, {"fistpll (%rsp)", true},

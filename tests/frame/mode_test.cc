@@ -20,8 +20,7 @@ uint64_t ParseWith(const char* value) {
   return parsed;
 }
 
-// Every word, later words ORed into earlier ones; a partial parse never counts. The consistency
-// word is one letter short: the full word has a byte behind the match.
+// Every word, ORed in order; partial parses fail; the consistency word is one letter short.
 TEST(ModeGrammarTest, AcceptsAndRejectsWholeValues) {
   const struct { const char* value; uint64_t parsed; } cases[] = {
       {nullptr, kRejected}, {"", kRejected}, {"TEM_LA", 0x1}, {"TEM_HA", 0x2}, {"TEM_EP", 0x3},
@@ -40,8 +39,7 @@ TEST(ModeGrammarTest, AcceptsAndRejectsWholeValues) {
     EXPECT_EQ(ParseWith(c.value), c.parsed) << (c.value ? c.value : "(absent)");
 }
 
-// 34 words of 6 letters and one of 17, joined by commas, fill the 255 characters; one more
-// does not fit and counts as absent: no cut value is parsed.
+// 35 words fill the 255 characters; a value of 256 does not fit and counts as absent.
 TEST(ModeGrammarTest, ValueOfMaximalLengthParsesAndLongerIsIgnored) {
   std::string value;
   for (int i = 0; i < 34; ++i) value += "TEM_LA,";
@@ -51,8 +49,7 @@ TEST(ModeGrammarTest, ValueOfMaximalLengthParsesAndLongerIsIgnored) {
   EXPECT_EQ(ParseWith(("TEM_HA," + value).substr(0, 256).c_str()), kRejected);
 }
 
-// Each thread seeds from the environment on first use, and never reads it again. Seeding fills
-// the accuracy and error fields when zero; a rejected value gives the default.
+// Threads seed from the environment once; zero accuracy and error fields get defaults.
 TEST(ModeSeedTest, EachThreadSeedsFromTheEnvironmentOnFirstUse) {
   const struct { const char* value; unsigned mode; } cases[] = {
       {"TEM_EP,TEM_ERRMODE_STDERR", 0x403}, {"TEM_LA", 0x1A01}, {"TEM_ERRMODE_STDERR", 0x402},
@@ -70,8 +67,7 @@ TEST(ModeSeedTest, EachThreadSeedsFromTheEnvironmentOnFirstUse) {
   unsetenv("QOR_TEM_MODE");
 }
 
-// The error field is replaced whole, not merged; consistency bits are dropped; traps are one
-// field; bits outside the fields keep their value and are never set; nothing is validated.
+// Each non-zero field is replaced whole; consistency bits are dropped; nothing is validated.
 TEST(SetModeTest, ReplacesEachNonZeroFieldWhole) {
   const struct { uint32_t old, requested, result; } cases[] = {
       {0x1A02, 0x0, 0x1A02},          {0x1A02, 0x100, 0x0102},       {0x1A12, 0x21, 0x1A11},
@@ -86,9 +82,7 @@ TEST(SetModeTest, ReplacesEachNonZeroFieldWhole) {
 int CallbackA(temErrorContext*) { return 0; }
 int CallbackB(temErrorContext*) { return 1; }
 
-// Set returns the (seeded) old word, the table index follows the accuracy field, clear returns
-// the old status. The callback bit follows the callback pointer, added to other error bits;
-// clearing the only error bit leaves it set.
+// The services return old values; the callback bit follows the callback pointer.
 TEST(ServicesTest, ModeTableIndexStatusAndCallback) {
   OnFreshThread([] {
     unsetenv("QOR_TEM_MODE");

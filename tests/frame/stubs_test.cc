@@ -1,5 +1,4 @@
-// Stubs and tables of the present functions in the loaded libqor.so: each stub one
-// `jmp *disp32(%rip)` through its slot of the table, _ctab values, shared slots.
+// Each stub of libqor.so is one `jmp *disp32(%rip)` through its slot; _ctab values, slots.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <stdint.h>

@@ -1,5 +1,4 @@
-// Kernels of the tests' own, run through the real frame: they record what the frame hands
-// them, so that the walk, the companion calls and the registers can be checked.
+// Test kernels run through the real frame, recording what it hands them.
 #ifndef QOR_TESTS_FRAME_TEST_KERNELS_H_
 #define QOR_TESTS_FRAME_TEST_KERNELS_H_
 
@@ -26,8 +25,7 @@ inline void RecordRegisters() {
   g_record.x87_inside = tem::ReadX87Control();
 }
 
-// 2x for every lane. Lanes of 1000 and above are flagged; in the no-error loop those of 1e6
-// and above settle to +inf. The companion gives -x and reports overflow from 2000 on.
+// 2x per lane; flags >= 1000, settles >= 1e6 to inf; the companion gives -x, reports >= 2000.
 template <class E>
 struct Doubling {
   using T = E;
@@ -67,8 +65,7 @@ struct Doubling {
   }
 };
 
-// Doubling whose loop form runs registers without flagged lanes through Compute; Element
-// doubles too.
+// Doubling whose loop form computes unflagged registers at once (Element doubles too).
 template <class E>
 struct BlockDoubling : Doubling<E> {
   static constexpr bool kLoopBlocks = true;

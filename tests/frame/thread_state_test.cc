@@ -1,5 +1,4 @@
-// Per-thread records: made on demand, independent between threads, freed at thread exit, and a
-// storage failure that ends the process.
+// Per-thread records: made on demand, kept apart, freed at thread exit; storage failure.
 #include <stdint.h>
 
 #include <atomic>
@@ -18,8 +17,7 @@ using alloc_control::LiveBlocks;
 int CallbackA(temErrorContext*) { return 0; }
 int CallbackB(temErrorContext*) { return 1; }
 
-// Each thread sets its own status, mode and callback while the others do, and reads its own
-// back once all have; the main thread counts the records while every thread waits.
+// Threads set their own state concurrently; records are counted while all threads wait.
 TEST(ThreadStateTest, RecordsAreMadeOnFirstUseKeptApartAndFreedAtThreadExit) {
   _temGetMode();
   const long before = LiveBlocks();

@@ -1,5 +1,4 @@
-// The element walk of both frame forms, driven by a test kernel: blocks, tails, flagged lanes,
-// the no-error loop, companion order, write-back through the dispatch, strides.
+// The element walk of both frame forms, driven by a test kernel that records what it sees.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -38,9 +37,7 @@ Expected<T> Model(T x, bool no_error) {
 template <class T>
 bool SameValue(T x, T y) { return (std::isnan(x) && std::isnan(y)) || x == y; }
 
-// Every length, in the default and the no-error mode, with both arrays ending where an
-// inaccessible page begins: nothing is read or written past the end. A negative count does
-// nothing.
+// Every length and both error fields; arrays end at an inaccessible page; n < 0 does nothing.
 TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
   using T = TypeParam;
   const T kinds[] = {T(1.5), T(-3), T(1500), T(2500), T(2e6), T(NAN), T(999.5), T(0)};
@@ -83,8 +80,7 @@ TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
   munmap(pages, 4 * page);
 }
 
-// What a callback saw (the index and first argument of each reported element); it sets Res1
-// to 55 and returns `result`.
+// Records the index and Arg1 of each report, sets Res1 to 55 and returns `result`.
 struct Reports { std::vector<int> indices; std::vector<double> args; };
 thread_local Reports g_reports;
 thread_local int g_result;
@@ -109,9 +105,7 @@ Reports ReportsOf(int result, F body) {
   return reports;
 }
 
-// Each report in order, with the argument as it was (in place too) and the element number as
-// index (at a negative stride too); the Res1 of a callback that returns 0 reaches the store, in
-// blocks and in the loop form. 1500 is flagged silently.
+// Reports in order with element numbers and original args; callback Res1 reaches the store.
 TYPED_TEST(VectorWalkTest, ReportsAndCallbackReplacementsReachTheStore) {
   using T = TypeParam;
   const std::vector<T> block = {1, 2500, 2, 1500, 4, 5, 3000, 6, 7, 8, 9, 10, 11, 12, 13, 14, 4000};
@@ -140,9 +134,7 @@ TYPED_TEST(VectorWalkTest, ReportsAndCallbackReplacementsReachTheStore) {
   }
 }
 
-// The loop form in blocks: a register with a flagged lane and the tail go element by element,
-// the companion in order with its report as its result is stored; nothing is written past the
-// end.
+// Loop form in blocks: the flagged register goes element by element, reports in order.
 TYPED_TEST(VectorWalkTest, LoopBlocksReportFlaggedLanesInOrder) {
   using T = TypeParam;
   constexpr int kLanes = tem::Vec<T>::kLanes;

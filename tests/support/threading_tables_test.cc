@@ -1,5 +1,4 @@
-// The serial and pool threading tables run every body once, with the run's count and word; a
-// body that starts a run of its own gets it done on its thread.
+// Threading tables run every body once with the run's count and word, nested runs too.
 #include <gtest/gtest.h>
 
 #include <atomic>

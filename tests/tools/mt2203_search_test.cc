@@ -1,5 +1,4 @@
-// The MT2203 members: the committed rows are primitive twisters whose claims hold, and the
-// search's measures agree with direct computation.
+// The committed MT2203 rows are primitive twisters whose claimed measures hold.
 #include "tools/mt2203_search.h"
 
 #include <gtest/gtest.h>
@@ -45,9 +44,7 @@ TEST(Mt2203SearchTest, CommittedRowsHoldTheFixedMembersAndWellFormedConstants) {
   for (int member : {0, 1, 2, 3, 6022, 6023}) EXPECT_TRUE(rows.count(member)) << member;
 }
 
-// The fixed members and 30 others drawn anew at each run (the seed is in the failure trace)
-// have an irreducible characteristic polynomial p of degree 2203, and p is that of the whole
-// state transition: sum of p_i x[t + i] = 0 for all 32 bits of the untempered output.
+// Fixed and 30 random rows: p irreducible of degree 2203, annihilating all output bits.
 TEST(Mt2203SearchTest, SampledRowsHaveAPrimitivePolynomialOfDegree2203) {
   const unsigned seed = std::random_device{}();
   SCOPED_TRACE("sample seed " + std::to_string(seed));
@@ -87,8 +84,7 @@ int Rank(std::vector<Form> rows) {
   return rank;
 }
 
-// The linear map from the 2203 state bits to the top v bits of k outputs, built column by
-// column by running the generator from each unit state: full rank at k(v), not at k(v) + 1.
+// Rank of the map from state bits to top v bits of k outputs: full at k(v), not at k(v) + 1.
 TEST(Mt2203SearchTest, DistributionMatchesRankOfSimulatedOutputs) {
   const Row row = CommittedRows().at(4);
   for (int v : {5, 13, 28}) {
