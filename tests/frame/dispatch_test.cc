@@ -54,25 +54,27 @@ std::string Shown(const temErrorContext& c) {
   return out.str();
 }
 
-// The error field decides status, callback and errno (0x1102 is not the ignore field).
+// The error field decides status, callback and errno (0x1102 is not the ignore field); size
+// and memory codes touch no values (null arrays).
 TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
   const struct { uint32_t mode; int code; bool status_set, callback_runs; int err; } cases[] = {
       {0x2002, 3, false, false, 12345}, {0x0102, 3, true, false, 12345},
       {0x1102, 3, true, true, 12345},   {0x2202, 3, true, false, ERANGE},
-      {0x0202, -2, true, false, 13},    {0x0202, -1, true, false, 22},
+      {0x1202, -2, true, true, 13},     {0x1202, -1, true, true, 22},
       {0x0202, 0, true, false, 0},      {0x0202, 1, true, false, 33},
       {0x0202, 2, true, false, 34},     {0x0202, 4, true, false, 34},
       {0x0202, 5, true, false, 14}};
   for (const auto& c : cases) {
     CallbackScript script;
+    script.new_res1 = 1;
     int status = -100, err = 0, calls = 0;
-    double a[1] = {2}, r[1] = {5};
+    double values[2] = {2, 5}, *a = c.code < 0 ? nullptr : values, *r = a ? values + 1 : nullptr;
     WithMode(c.mode, script, [&] {
       _temSetErrStatus(-100);
       errno = 12345;
       tem::temErrorD(c.code, 0, a, a, r, r, "vdExp");
       status = _temGetErrStatus(), err = errno, calls = script.calls;
-      tem::temErrorD(TEM_STATUS_OK, 0, a, a, r, r, "vdExp");
+      tem::temErrorD(TEM_STATUS_OK, 0, values, values, values, values, "vdExp");
       EXPECT_EQ(_temGetErrStatus(), c.status_set ? TEM_STATUS_OK : -100);
     });
     EXPECT_EQ(status, c.status_set ? c.code : -100) << std::hex << c.mode << " code " << c.code;
@@ -81,7 +83,7 @@ TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
   }
 }
 
-// Callback context (strided, complex, global index via base pointer); Res1 is written last.
+// Callback context (strided, complex, global index via base pointer, name cut); Res1 last.
 TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   CallbackScript script;
   script.new_res1 = 7, script.new_res2 = 9;
@@ -91,9 +93,12 @@ TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
                            [&] { tem::temErrorS(TEM_STATUS_ERRDOM, 2, a, b, r, r, "vsPow"); })),
             "1 2: 3.5, -3 -> 30, 30 vsPow(5)");
   EXPECT_EQ(r[2], 7);
+  const std::string name(60, 'x');  // cut to 47 characters
   double x[2] = {1, 2}, r1[2] = {0, 0}, r2[2] = {0, 0};
-  WithMode(0x1002, script, [&] { tem::temErrorD(3, 1, x, x, r1, r2, "vdSinCos"); });
+  WithMode(0x1002, script, [&] { tem::temErrorD(3, 1, x, x, r1, r2, name.c_str()); });
   EXPECT_TRUE(r1[1] == 7 && r2[1] == 9);
+  EXPECT_EQ(script.seen.FuncName + std::to_string(script.seen.FuncNameLen),
+            name.substr(0, 47) + "47");
   double d[16], e[16], s[16] = {};
   for (int i = 0; i < 16; ++i) d[i] = i, e[i] = 100 + i;
   EXPECT_EQ(Shown(WithMode(0x1002, script, [&] {
@@ -113,23 +118,6 @@ TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   EXPECT_EQ(Shown(seen), "3 105: 1.5, 1.5 -> 3, 3 vTest(5)");
   EXPECT_TRUE(seen.Arg1Im == -2.5 && seen.Res1Im == 4);
   EXPECT_TRUE(z[5].re == 7 && z[5].im == 4);
-}
-
-// Size and memory codes touch no values (null arrays); the name is cut to 47 characters.
-TEST(DispatchTest, SizeAndMemoryCodesReadAndWriteNoValues) {
-  const std::string name(60, 'x');
-  for (int code : {TEM_STATUS_BADSIZE, TEM_STATUS_BADMEM}) {
-    CallbackScript script;
-    script.new_res1 = 1;
-    WithMode(0x1002, script, [&] {
-      tem::temErrorD(code, 3, nullptr, nullptr, nullptr, nullptr, name.c_str());
-      EXPECT_EQ(_temGetErrStatus(), code);
-    });
-    EXPECT_EQ(script.calls, 1);
-    EXPECT_EQ(script.seen.Code, code);
-    EXPECT_EQ(std::string(script.seen.FuncName) + std::to_string(script.seen.FuncNameLen),
-              name.substr(0, 47) + "47");
-  }
 }
 
 // What the stderr mode prints for an error at element 2 of a chunk at element 30.

@@ -5,12 +5,9 @@
 #include "frame/fp_env.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
-#include "tests/frame/test_kernels.h"
 #include "tests/frame/thread_runner.h"
 
 namespace {
-
-using test_kernels::g_record;
 
 constexpr uint32_t kRoundUp = 0x4000, kFtz = 0x8000, kDaz = 0x40;
 
@@ -41,32 +38,30 @@ TEST(FpEnvTest, VectorFormRunsToNearestAndLoopFormUnderTheCallersRounding) {
   EXPECT_EQ(after_loop.mxcsr, kRoundUp | 0x20);
 }
 
-// Denormal field, trap bits and x87 control per form; the caller gets both words back.
-TEST(FpEnvTest, DenormalFieldTrapBitsAndX87Masks) {
-  const struct { uint32_t mode; bool loop; uint32_t caller, inside; uint16_t x87, x87_inside; }
-  cases[] = {{0x280000, false, 0x1F80 | kFtz, 0x9FC0, 0x37F, 0x37F},
-             {0x140000, false, 0x1F80 | kFtz, 0x1F80, 0x37E, 0x37F},
-             {0x2, false, 0x1F80 | kFtz, 0x1F80, 0x0B72, 0x0B7F},
-             {0x80000, false, 0x1F80 | kFtz, 0x1F80, 0x0C7F, 0x0C7F},
-             {TEM_FTZDAZ_ON, true, 0x1F80 | kDaz, 0x1F80 | kDaz, 0x0B72, 0x0B7F},
-             {TEM_ERRMODE_EXCEPT | 0xF000000, false, 0x0, 0x1F80, 0x37F, 0x37F}};
+// The denormal field decides the vector form's flushing (dAdd of a denormal and 0), the loop
+// form (dSub) keeps the caller's; trap bits never unmask a kernel; both words come back.
+TEST(FpEnvTest, DenormalFieldTrapBitsAndCallersWords) {
+  constexpr double kTiny = 0x1p-1070;
+  const struct { uint32_t mode; bool loop; uint32_t caller; uint16_t x87; double a, b, r; }
+  cases[] = {{0x280000, false, 0x1F80, 0x37F, kTiny, 0, 0},
+             {0x140000, false, 0x1F80 | kFtz | kDaz, 0x37E, kTiny, 0, kTiny},
+             {0x2, false, 0x1F80 | kFtz | kDaz, 0x0B72, kTiny, 0, kTiny},
+             {0x80000, false, 0x1F80 | kFtz | kDaz, 0x0C7F, kTiny, 0, kTiny},
+             {0x280000, true, 0x1F80, 0x0B72, kTiny, 0, kTiny},
+             {0x140000, true, 0x1F80 | kDaz, 0x37F, kTiny, 0, 0},
+             {TEM_ERRMODE_EXCEPT | 0xF000000, false, 0x0, 0x37F, 1, 0x1p-60, 1}};
   for (const auto& c : cases) {
-    uint32_t inside = 0;
-    uint16_t x87_inside = 0;
+    double r = -1;
     Registers after{};
     OnFreshThread([&] {
       _temSetMode(c.mode);
-      const double a[2] = {1, 2};
-      double r[2];
       after = CallUnder(c.caller, c.x87, [&] {
-        if (c.loop) test_kernels::RunLoop<test_kernels::Doubling<double>>(2, a, r);
-        else test_kernels::RunVector<test_kernels::Doubling<double>>(2, a, r);
+        if (c.loop) _temdSub(1, &c.a, &c.b, &r);
+        else _temdAdd(1, &c.a, &c.b, &r);
       });
-      inside = g_record.mxcsr_inside, x87_inside = g_record.x87_inside;
     });
-    EXPECT_EQ(inside & ~0x3Fu, c.inside) << std::hex << c.mode;
-    EXPECT_EQ(x87_inside, c.x87_inside) << std::hex << c.mode;
-    EXPECT_EQ(after.mxcsr, c.caller) << std::hex << c.mode;
+    EXPECT_EQ(r, c.r) << std::hex << c.mode << " loop " << c.loop;
+    EXPECT_EQ(after.mxcsr & ~0x3Fu, c.caller) << std::hex << c.mode;
     EXPECT_EQ(after.x87, c.x87) << std::hex << c.mode;
   }
 }

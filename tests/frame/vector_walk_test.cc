@@ -1,4 +1,4 @@
-// The element walk of both frame forms, driven by a test kernel that records what it sees.
+// The element walk of both frame forms, driven by a test kernel run through the real frame.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -7,15 +7,77 @@
 #include <random>
 #include <vector>
 
+#include "frame/kernel_frame.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
-#include "tests/frame/test_kernels.h"
 #include "tests/frame/thread_runner.h"
 
 namespace {
 
-using test_kernels::Doubling;
-using test_kernels::g_record;
+constexpr tem::FunctionInfo kVectorInfo = {"vdTest", tem::Form::kVector, true};
+constexpr tem::FunctionInfo kLoopInfo = {"vdTestLoop", tem::Form::kLoop, true};
+
+thread_local std::vector<double> g_companion_inputs;  // on the calling thread
+
+// 2x per lane; flags >= 1000, settles >= 1e6 to inf; the companion gives -x, reports >= 2000.
+template <class E>
+struct Doubling {
+  using T = E;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 16 / sizeof(E) * 2;
+  static constexpr bool kCanFail = true;
+  static constexpr T kFlagFrom = 1000, kSettleFrom = 1e6, kReportFrom = 2000;
+
+  static unsigned LaneBits(const tem::Vec<T>& x, T from) {
+    alignas(16) T lanes[tem::Vec<T>::kLanes];
+    x.StoreAligned(lanes);
+    unsigned bits = 0;
+    for (int i = 0; i < tem::Vec<T>::kLanes; ++i) bits |= unsigned(!(lanes[i] < from)) << i;
+    return bits;
+  }
+  static void Compute(const tem::Vec<T> (&in)[1], tem::Vec<T> (&out)[1]) {
+    out[0] = in[0] + in[0];
+  }
+  static int Flag(const tem::Vec<T> (&in)[1]) { return LaneBits(in[0], kFlagFrom); }
+  static int Settle(const tem::Vec<T> (&in)[1], tem::Vec<T> (&out)[1], unsigned lanes) {
+    alignas(16) T values[tem::Vec<T>::kLanes];
+    out[0].StoreAligned(values);
+    unsigned settled = LaneBits(in[0], kSettleFrom) & lanes;
+    for (int i = 0; i < tem::Vec<T>::kLanes; ++i)
+      if (settled & (1u << i)) values[i] = INFINITY;
+    out[0] = tem::Vec<T>::LoadAligned(values);
+    return lanes & ~settled;
+  }
+  static int Companion(const T (&in)[1], T (&out)[1]) {
+    g_companion_inputs.push_back(in[0]);
+    out[0] = -in[0];
+    return in[0] >= kReportFrom || std::isnan(in[0]) ? TEM_STATUS_OVERFLOW : TEM_STATUS_OK;
+  }
+  static int Element(const T (&in)[1], T (&out)[1]) { return Companion(in, out); }
+};
+
+// Doubling whose loop form computes unflagged registers at once (Element doubles too).
+template <class E>
+struct BlockDoubling : Doubling<E> {
+  static constexpr bool kLoopBlocks = true;
+  static int Element(const E (&in)[1], E (&out)[1]) {
+    if (in[0] >= Doubling<E>::kFlagFrom) return Doubling<E>::Companion(in, out);
+    out[0] = in[0] + in[0];
+    return TEM_STATUS_OK;
+  }
+};
+
+template <class K>
+void RunVector(int n, const typename K::T* a, typename K::T* r) {
+  tem::Run<kVectorInfo, K>(n, tem::Contiguous<K>{{a}, {r}});
+}
+template <class K>
+void RunLoop(int n, const typename K::T* a, typename K::T* r) {
+  tem::Run<kLoopInfo, K>(n, tem::Contiguous<K>{{a}, {r}});
+}
+template <class K>
+void RunVectorStrided(int n, const typename K::T* a, int inca, typename K::T* r, int incr) {
+  tem::Run<kVectorInfo, K>(n, tem::Strided<K>{{a}, {inca}, {r}, {incr}});
+}
 
 template <class T>
 class VectorWalkTest : public testing::Test {};
@@ -58,11 +120,11 @@ TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
       std::vector<double> companions, expected_companions;
       OnFreshThread([&] {
         _temSetMode(error_field);
-        g_record = {};
-        test_kernels::RunVector<Doubling<T>>(n, a, r);
-        if (n < 0) test_kernels::RunLoop<Doubling<T>>(n, a, r);
+        g_companion_inputs.clear();
+        RunVector<Doubling<T>>(n, a, r);
+        if (n < 0) RunLoop<Doubling<T>>(n, a, r);
         status = _temGetErrStatus();
-        companions = g_record.companion_inputs;
+        companions = g_companion_inputs;
       });
       bool any_reported = false;
       for (int i = 0; i < n; ++i) {
@@ -106,48 +168,35 @@ Reports ReportsOf(int result, F body) {
 }
 
 // Reports in order with element numbers and original args; callback Res1 reaches the store.
+// Forms: v vector, l loop, b loop in blocks (kLoopBlocks), s strided at -3.
 TYPED_TEST(VectorWalkTest, ReportsAndCallbackReplacementsReachTheStore) {
   using T = TypeParam;
   const std::vector<T> block = {1, 2500, 2, 1500, 4, 5, 3000, 6, 7, 8, 9, 10, 11, 12, 13, 14, 4000};
-  const struct { bool loop, in_place; int inc, result; std::vector<T> a; std::vector<int> indices;
+  const struct { char form; bool in_place; int result; std::vector<T> a; std::vector<int> indices;
                  std::vector<T> r; } cases[] = {
-      {false, false, 1, 0, block, {1, 6, 16},
+      {'v', false, 0, block, {1, 6, 16},
        {2, 55, 4, -1500, 8, 10, 55, 12, 14, 16, 18, 20, 22, 24, 26, 28, 55}},
-      {false, true, 1, 1, {1, 2, 2500, 4, 5}, {2}, {2, 4, -2500, 8, 10}},
-      {true, false, 1, 0, {2500, 1, 3000, 2}, {0, 2}, {55, -1, 55, -2}},
-      {false, false, -3, 0, {1, 2500, 3, 4, 5, 6, 3000}, {1, 6}, {2, 55, 6, 8, 10, 12, 55}}};
+      {'v', true, 1, {1, 2, 2500, 4, 5}, {2}, {2, 4, -2500, 8, 10}},
+      {'l', false, 0, {2500, 1, 3000, 2}, {0, 2}, {55, -1, 55, -2}},
+      {'b', false, 0, {1, 2, 3, 2500, 5, 6, 7, 8, 9}, {3}, {2, 4, 6, 55, 10, 12, 14, 16, 18}},
+      {'s', false, 0, {1, 2500, 3, 4, 5, 6, 3000}, {1, 6}, {2, 55, 6, 8, 10, 12, 55}}};
   for (const auto& c : cases) {
-    const int n = int(c.a.size()), step = std::abs(c.inc);
-    std::vector<T> a(n * step, T(-77)), r(n * step, T(-77));
-    T* a0 = c.inc < 0 ? &a[(n - 1) * step] : a.data();  // element i at a0[i * inc]
-    T* r0 = c.in_place ? a0 : c.inc < 0 ? &r[(n - 1) * step] : r.data();
-    for (int i = 0; i < n; ++i) a0[i * c.inc] = c.a[i];
+    const int n = int(c.a.size()), inc = c.form == 's' ? -3 : 1, step = std::abs(inc);
+    std::vector<T> a(n * step, T(-77)), r(n * step + 1, T(-77));
+    T* a0 = inc < 0 ? &a[(n - 1) * step] : a.data();  // element i at a0[i * inc]
+    T* r0 = c.in_place ? a0 : inc < 0 ? &r[(n - 1) * step] : r.data();
+    for (int i = 0; i < n; ++i) a0[i * inc] = c.a[i];
     const Reports reports = ReportsOf(c.result, [&] {
-      if (c.inc != 1) test_kernels::RunVectorStrided<Doubling<T>>(n, a0, c.inc, r0, c.inc);
-      else if (c.loop) test_kernels::RunLoop<Doubling<T>>(n, a0, r0);
-      else test_kernels::RunVector<Doubling<T>>(n, a0, r0);
+      if (c.form == 'v') RunVector<Doubling<T>>(n, a0, r0);
+      if (c.form == 'l') RunLoop<Doubling<T>>(n, a0, r0);
+      if (c.form == 'b') RunLoop<BlockDoubling<T>>(n, a0, r0);
+      if (c.form == 's') RunVectorStrided<Doubling<T>>(n, a0, inc, r0, inc);
     });
-    ASSERT_EQ(reports.indices, c.indices);
+    ASSERT_EQ(reports.indices, c.indices) << c.form;
     for (size_t k = 0; k < c.indices.size(); ++k) EXPECT_EQ(reports.args[k], c.a[c.indices[k]]);
-    for (int i = 0; i < n; ++i) EXPECT_EQ(r0[i * c.inc], c.r[i]) << "inc " << c.inc << " i " << i;
-    if (!c.in_place) EXPECT_EQ(std::count(r.begin(), r.end(), T(-77)), n * (step - 1));
+    for (int i = 0; i < n; ++i) EXPECT_EQ(r0[i * inc], c.r[i]) << c.form << " i " << i;
+    if (!c.in_place) EXPECT_EQ(std::count(r.begin(), r.end(), T(-77)), n * (step - 1) + 1);
   }
-}
-
-// Loop form in blocks: the flagged register goes element by element, reports in order.
-TYPED_TEST(VectorWalkTest, LoopBlocksReportFlaggedLanesInOrder) {
-  using T = TypeParam;
-  constexpr int kLanes = tem::Vec<T>::kLanes;
-  std::vector<T> a;
-  for (int i = 0; i < 3 * kLanes + 1; ++i) a.push_back(i == 2 * kLanes - 1 ? T(2500) : T(i + 1));
-  const int n = static_cast<int>(a.size());
-  std::vector<T> r(n + 1, T(-77));
-  const Reports reports = ReportsOf(0, [&] {
-    test_kernels::RunLoop<test_kernels::BlockDoubling<T>>(n, a.data(), r.data());
-  });
-  EXPECT_EQ(reports.indices, (std::vector<int>{2 * kLanes - 1}));
-  for (int i = 0; i < n; ++i) EXPECT_EQ(r[i], i == 2 * kLanes - 1 ? T(55) : a[i] + a[i]) << i;
-  EXPECT_EQ(r[n], T(-77));
 }
 
 int g_slot_one_calls = 0;
