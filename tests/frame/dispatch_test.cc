@@ -157,14 +157,13 @@ TEST(DispatchTest, PrintsNameLineAndValueLinesByShape) {
 
 // A trap bit fires SIGFPE for its own code only; otherwise the x87 flag is left raised.
 TEST(DispatchDeathTest, TrapBitWithExceptionModeRaisesSigfpe) {
+  constexpr uint32_t kExcept = TEM_ERRMODE_EXCEPT;
   const struct { uint32_t mode; int code; bool fires; uint16_t flag; } cases[] = {
-      {TEM_ERRMODE_EXCEPT | TEM_TRAP_INVALID, 1, true, 0},
-      {TEM_ERRMODE_EXCEPT | TEM_TRAP_DIVBYZERO, 2, true, 0},
-      {TEM_ERRMODE_EXCEPT | TEM_TRAP_OVERFLOW, 3, true, 0},
-      {TEM_ERRMODE_EXCEPT | TEM_TRAP_UNDERFLOW, 4, true, 0},
-      {TEM_ERRMODE_EXCEPT | TEM_TRAP_INVALID, 3, false, 0x8}, {TEM_ERRMODE_EXCEPT, 1, false, 0x1},
-      {TEM_ERRMODE_EXCEPT, 2, false, 0x4}, {TEM_ERRMODE_EXCEPT, 4, false, 0x10},
-      {TEM_ERRMODE_EXCEPT, 7, false, 0}, {TEM_ERRMODE_ERRNO | TEM_TRAP_OVERFLOW, 3, false, 0}};
+      {kExcept | TEM_TRAP_INVALID, 1, true, 0},   {kExcept | TEM_TRAP_DIVBYZERO, 2, true, 0},
+      {kExcept | TEM_TRAP_OVERFLOW, 3, true, 0},  {kExcept | TEM_TRAP_UNDERFLOW, 4, true, 0},
+      {kExcept | TEM_TRAP_INVALID, 3, false, 0x8}, {kExcept, 1, false, 0x1},
+      {kExcept, 2, false, 0x4}, {kExcept, 4, false, 0x10}, {kExcept, 7, false, 0},
+      {TEM_ERRMODE_ERRNO | TEM_TRAP_OVERFLOW, 3, false, 0}};
   for (const auto& c : cases) {
     auto outcome = [&](int status) {
       return c.fires ? WIFSIGNALED(status) && WTERMSIG(status) == SIGFPE
