@@ -7,12 +7,12 @@
 #include <cmath>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "frame/error_dispatch.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
-#include "tests/frame/thread_runner.h"
 
 namespace {
 
@@ -36,12 +36,12 @@ int ScriptedCallback(temErrorContext* context) {
 // Runs `body` on a fresh thread with the callback, then exactly `mode`; returns what it saw.
 template <class F>
 const temErrorContext& WithMode(uint32_t mode, CallbackScript& script, F body) {
-  OnFreshThread([&] {
+  std::thread([&] {
     g_script = &script;
     _temSetErrorCallBack(ScriptedCallback);
     _temSetMode(mode);
     body();
-  });
+  }).join();
   return script.seen;
 }
 

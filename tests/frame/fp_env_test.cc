@@ -1,11 +1,11 @@
 // The floating-point environment each frame form forces, leaves and gives back.
 #include <cfloat>
 #include <cmath>
+#include <thread>
 
 #include "frame/fp_env.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
-#include "tests/frame/thread_runner.h"
 
 namespace {
 
@@ -53,13 +53,13 @@ TEST(FpEnvTest, DenormalFieldTrapBitsAndCallersWords) {
   for (const auto& c : cases) {
     double r = -1;
     Registers after{};
-    OnFreshThread([&] {
+    std::thread([&] {
       _temSetMode(c.mode);
       after = CallUnder(c.caller, c.x87, [&] {
         if (c.loop) _temdSub(1, &c.a, &c.b, &r);
         else _temdAdd(1, &c.a, &c.b, &r);
       });
-    });
+    }).join();
     EXPECT_EQ(r, c.r) << std::hex << c.mode << " loop " << c.loop;
     EXPECT_EQ(after.mxcsr & ~0x3Fu, c.caller) << std::hex << c.mode;
     EXPECT_EQ(after.x87, c.x87) << std::hex << c.mode;

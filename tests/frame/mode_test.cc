@@ -2,11 +2,11 @@
 #include <stdlib.h>
 
 #include <string>
+#include <thread>
 
 #include "frame/mode.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
-#include "tests/frame/thread_runner.h"
 
 namespace {
 
@@ -15,11 +15,11 @@ unsigned SeededMode(const char* value) {
   if (value == nullptr) unsetenv("QOR_TEM_MODE");
   else setenv("QOR_TEM_MODE", value, 1);
   unsigned mode = 0;
-  OnFreshThread([&] {
+  std::thread([&] {
     mode = qor_tem_kernel_GetMode();
     setenv("QOR_TEM_MODE", "TEM_EP", 1);
     EXPECT_EQ(_temGetMode(), mode) << "read again";
-  });
+  }).join();
   unsetenv("QOR_TEM_MODE");
   return mode;
 }
@@ -70,7 +70,7 @@ int CallbackB(temErrorContext*) { return 1; }
 
 // The services return old values; the callback bit follows the callback pointer.
 TEST(ServicesTest, ModeTableIndexStatusAndCallback) {
-  OnFreshThread([] {
+  std::thread([] {
     unsetenv("QOR_TEM_MODE");
     EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 1);
     EXPECT_EQ(_temSetMode(0x100), TEM_MODE_DEFAULT);
@@ -83,11 +83,11 @@ TEST(ServicesTest, ModeTableIndexStatusAndCallback) {
     EXPECT_EQ(qor_tem_kernel_SetErrStatus(-7), 12345);
     EXPECT_EQ(_temClearErrStatus(), -7);
     EXPECT_EQ(_temGetErrStatus(), 0);
-  });
+  }).join();
   EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(nullptr, 0x1A03), 2);
   EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(nullptr, 0x1A00), -1);
   EXPECT_EQ(dll_cpu_version(), 1);
-  OnFreshThread([] {
+  std::thread([] {
     EXPECT_EQ(_temSetErrorCallBack(CallbackA), nullptr);
     EXPECT_EQ(_temGetMode(), 0x1A02u);
     EXPECT_EQ(qor_tem_kernel_SetErrorCallBack(CallbackB), CallbackA);
@@ -101,7 +101,7 @@ TEST(ServicesTest, ModeTableIndexStatusAndCallback) {
     _temSetErrorCallBack(nullptr);
     EXPECT_EQ(_temGetMode(), 0x1002u);
     EXPECT_EQ(_temGetErrorCallBack(), nullptr);
-  });
+  }).join();
 }
 
 }  // namespace

@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
 #include <random>
 #include <vector>
 
 #include "frame/kernel_frame.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
-#include "tests/frame/thread_runner.h"
 
 namespace {
 
@@ -118,14 +118,14 @@ TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
       for (int i = 0; i < n; ++i) a[i] = kinds[gen() % 8];
       int status = 0;
       std::vector<double> companions, expected_companions;
-      OnFreshThread([&] {
+      std::thread([&] {
         _temSetMode(error_field);
         g_companion_inputs.clear();
         RunVector<Doubling<T>>(n, a, r);
         if (n < 0) RunLoop<Doubling<T>>(n, a, r);
         status = _temGetErrStatus();
         companions = g_companion_inputs;
-      });
+      }).join();
       bool any_reported = false;
       for (int i = 0; i < n; ++i) {
         Expected<T> e = Model(a[i], no_error);
@@ -158,12 +158,12 @@ int RecordingCallback(temErrorContext* c) {
 template <class F>
 Reports ReportsOf(int result, F body) {
   Reports reports;
-  OnFreshThread([&] {
+  std::thread([&] {
     g_result = result;
     _temSetErrorCallBack(RecordingCallback);
     body();
     reports = g_reports;
-  });
+  }).join();
   return reports;
 }
 
