@@ -6,6 +6,7 @@
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include <algorithm>
 #include <set>
@@ -121,14 +122,10 @@ inline FunctionNames NamesOf(const Row& row) {
 inline std::vector<std::string> ToolLines(const std::string& tool, const std::string& options,
                                           const std::string& file, bool* ok) {
   FILE* pipe = popen((tool + " " + options + " '" + file + "'").c_str(), "r");
-  std::string output;
-  char buffer[65536];
-  for (size_t count; pipe && (count = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-    output.append(buffer, count);
-  *ok = pipe != nullptr && pclose(pipe) == 0;
   std::vector<std::string> lines;
-  std::istringstream stream(output);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  for (char line[4096]; pipe && fgets(line, sizeof line, pipe);)
+    lines.emplace_back(line, strcspn(line, "\n"));
+  *ok = pipe != nullptr && pclose(pipe) == 0;
   return lines;
 }
 
