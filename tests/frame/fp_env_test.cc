@@ -26,16 +26,21 @@ __attribute__((noinline)) Registers CallUnder(uint32_t mxcsr, uint16_t x87, F bo
   return after;
 }
 
-// Caller rounds up, all unmasked: vector form (dAdd) rounds to nearest, loop form (dSub) up.
-TEST(FpEnvTest, VectorFormRunsToNearestAndLoopFormUnderTheCallersRounding) {
-  const double a[1] = {1.0}, b[1] = {0x1p-60}, minus_b[1] = {-0x1p-60};
-  double vector_result[1], loop_result[1];
+// Caller rounds up, all unmasked: vector form (dAdd) rounds to nearest, loop form (dSub) up;
+// the flags raised inside join the caller's own, whether or not the register was restored.
+TEST(FpEnvTest, RoundingMasksAndFlagsOfBothForms) {
+  const double a[1] = {1.0}, b[1] = {0x1p-60}, minus_b[1] = {-0x1p-60}, max[1] = {DBL_MAX};
+  double vector_result[1], loop_result[1], overflow[1];
   Registers after_vector = CallUnder(kRoundUp, 0x37F, [&] { _temdAdd(1, a, b, vector_result); });
-  Registers after_loop = CallUnder(kRoundUp, 0x37F, [&] { _temdSub(1, a, minus_b, loop_result); });
+  Registers after_loop =
+      CallUnder(kRoundUp | 0x1, 0x37F, [&] { _temdSub(1, a, minus_b, loop_result); });
+  Registers quiet = CallUnder(0x1F80, 0x37F, [&] { _temdAdd(1, max, max, overflow); });
   EXPECT_EQ(vector_result[0], 1.0);
   EXPECT_EQ(loop_result[0], std::nextafter(1.0, 2.0));
+  EXPECT_EQ(overflow[0], INFINITY);
   EXPECT_EQ(after_vector.mxcsr, kRoundUp | 0x20);
-  EXPECT_EQ(after_loop.mxcsr, kRoundUp | 0x20);
+  EXPECT_EQ(after_loop.mxcsr, kRoundUp | 0x1 | 0x20);
+  EXPECT_EQ(quiet.mxcsr, 0x1F80u | 0x28);
 }
 
 // The denormal field decides the vector form's flushing (dAdd of a denormal and 0), the loop
@@ -64,17 +69,6 @@ TEST(FpEnvTest, DenormalFieldTrapBitsAndCallersWords) {
     EXPECT_EQ(after.mxcsr & ~0x3Fu, c.caller) << std::hex << c.mode;
     EXPECT_EQ(after.x87, c.x87) << std::hex << c.mode;
   }
-}
-
-// Flags raised inside reach the caller, whether or not the register was restored.
-TEST(FpEnvTest, FlagsRaisedInsideReachTheCaller) {
-  const double a[2] = {DBL_MAX, 1}, b[2] = {DBL_MAX, 1};
-  double r[2];
-  Registers quiet = CallUnder(0x1F80, 0x37F, [&] { _temdAdd(2, a, b, r); });
-  EXPECT_EQ(r[0], INFINITY);
-  EXPECT_EQ(quiet.mxcsr, 0x1F80u | 0x28);
-  Registers restored = CallUnder(kRoundUp | 0x1F80 | 0x1, 0x37F, [&] { _temdAdd(2, a, b, r); });
-  EXPECT_EQ(restored.mxcsr, kRoundUp | 0x1F80 | 0x1 | 0x28);
 }
 
 }  // namespace
