@@ -1,5 +1,4 @@
-// Interposes the core allocator for the library objects linked into the test binary; the real
-// functions are reached through RTLD_NEXT.
+// Interposes the core allocator of the linked library objects; RTLD_NEXT finds the real one.
 #include "tests/common/allocation_control.h"
 
 #include <dlfcn.h>
@@ -14,25 +13,19 @@ std::atomic<int> g_fail_first{-1};
 std::atomic<bool> g_fail_rest{false}, g_hit{false};
 
 void Arm(int index, bool rest) {
-  g_fail_first = -1;
+  g_fail_first = -1;  // no failure while the count restarts
   g_made = 0;
   g_hit = false;
   g_fail_rest = rest;
   g_fail_first = index;
 }
 
-template <class Fn>
-Fn Next(const char* name) {
-  return reinterpret_cast<Fn>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 
 extern "C" void* qor_serv_allocate(size_t size, int alignment) {
-  using AllocateFn = void* (*)(size_t, int);
-  static const AllocateFn real = Next<AllocateFn>("qor_serv_allocate");
-  const long made = g_made.fetch_add(1);
-  const int first = g_fail_first.load();
+  static const auto real =
+      reinterpret_cast<void* (*)(size_t, int)>(dlsym(RTLD_NEXT, "qor_serv_allocate"));
+  const long made = g_made.fetch_add(1), first = g_fail_first.load();
   if (first >= 0 && (made == first || (g_fail_rest && made > first))) {
     g_hit = true;
     return nullptr;
@@ -43,8 +36,8 @@ extern "C" void* qor_serv_allocate(size_t size, int alignment) {
 }
 
 extern "C" void qor_serv_deallocate(void* block) {
-  using DeallocateFn = void (*)(void*);
-  static const DeallocateFn real = Next<DeallocateFn>("qor_serv_deallocate");
+  static const auto real =
+      reinterpret_cast<void (*)(void*)>(dlsym(RTLD_NEXT, "qor_serv_deallocate"));
   if (block != nullptr) --g_live;
   real(block);
 }

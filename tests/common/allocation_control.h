@@ -1,13 +1,11 @@
-// The core allocator as the tests of internals see it: live blocks and allocations are counted,
-// and one chosen allocation, or every one from a chosen allocation on, can be made to fail.
+// The core allocator as tests see it: blocks and allocations counted, failures planted.
 #ifndef QOR_TESTS_COMMON_ALLOCATION_CONTROL_H_
 #define QOR_TESTS_COMMON_ALLOCATION_CONTROL_H_
 
 namespace alloc_control {
 
 long LiveBlocks();  // blocks of qor_serv_allocate not yet given back
-// The allocation `index` calls from now (0 = the next) returns null; -1 fails none. Either
-// way the allocation count starts again from 0. FailFrom fails every one from `index` on.
+// Allocation `index` from now (0: the next; -1: none) fails, or all from it; count restarts.
 void FailAllocation(int index);
 void FailFrom(int index);
 long Allocations();  // since the last FailAllocation or FailFrom
@@ -19,9 +17,7 @@ struct ScopedFailure {
   ~ScopedFailure() { FailAllocation(-1); }
 };
 
-// Runs `operation` with its k-th allocation failing, for k = 0, 1, ... until a run has no
-// failure left to hit; `check(status)` sees each failing run, and `clean_up` follows every
-// run. Returns the number of failing runs.
+// Fails allocation k = 0, 1, ... of `operation` until none is hit; `check` sees failed runs.
 template <class Operation, class Check, class CleanUp>
 int ForEachFailure(Operation operation, Check check, CleanUp clean_up) {
   for (int k = 0;; ++k) {

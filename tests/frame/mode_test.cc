@@ -1,86 +1,59 @@
-// The QOR_TEM_MODE grammar, seeding, and the service calls that read and change the mode word.
+// The QOR_TEM_MODE grammar and seeding, and the services that read and change the mode word.
 #include <stdlib.h>
 
 #include <string>
+#include <thread>
 
 #include "frame/mode.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
-#include "tests/frame/thread_runner.h"
 
 namespace {
 
-constexpr uint64_t kRejected = ~0ull;
-
-uint64_t ParseWith(const char* value) {
+// The mode word a new thread seeds from QOR_TEM_MODE (absent: null); it never reads it again.
+unsigned SeededMode(const char* value) {
   if (value == nullptr) unsetenv("QOR_TEM_MODE");
   else setenv("QOR_TEM_MODE", value, 1);
-  const uint64_t parsed = tem::temParseEnvMode();
+  unsigned mode = 0;
+  std::thread([&] {
+    mode = qor_tem_kernel_GetMode();
+    setenv("QOR_TEM_MODE", "TEM_EP", 1);
+    EXPECT_EQ(_temGetMode(), mode) << "read again";
+  }).join();
   unsetenv("QOR_TEM_MODE");
-  return parsed;
+  return mode;
 }
 
-TEST(ModeGrammarTest, AcceptsAndRejectsWholeValues) {
-  const struct { const char* value; uint64_t parsed; } cases[] = {
-      {nullptr, kRejected}, {"", kRejected}, {"TEM_LA", 0x1}, {"TEM_HA", 0x2}, {"TEM_EP", 0x3},
-      {"TEM_DEFAULT_PRECISION", 0x0}, {"TEM_FLOAT_CONSISTENT", 0x10},
-      {"TEM_DOUBLE_CONSISTEN", 0x20}, {"TEM_RESTORE", 0x30}, {"TEM_ERRMODE_IGNORE", 0x100},
-      {"TEM_ERRMODE_ERRNO", 0x200}, {"TEM_ERRMODE_STDERR", 0x400},
-      {"TEM_ERRMODE_EXCEPT", 0x800}, {"TEM_ERRMODE_CALLBACK", 0x1000},
-      {"TEM_ERRMODE_NOERR", 0x2000}, {"TEM_ERRMODE_DEFAULT", 0x1A00},
-      {"TEM_TRAP_INVALID", 0x1000000}, {"TEM_TRAP_DIVBYZERO", 0x2000000},
-      {"TEM_TRAP_OVERFLOW", 0x4000000}, {"TEM_TRAP_UNDERFLOW", 0x8000000},
-      // Later words OR into earlier ones.
-      {"TEM_LA,TEM_ERRMODE_STDERR,TEM_TRAP_OVERFLOW", 0x4000401}, {"TEM_LA,TEM_HA", 0x3},
-      {"TEM_ERRMODE_IGNORE,TEM_ERRMODE_CALLBACK", 0x1100},
-      // The sixth row is one letter short; the full word has a byte behind the match.
-      {"TEM_DOUBLE_CONSISTENT", kRejected}, {"TEM_HA,TEM_DOUBLE_CONSISTENT", kRejected},
-      // A partial parse never counts: one value for each way a parse stops.
-      {"tem_la", kRejected}, {"TEMXLA", kRejected}, {"TEM_LAX", kRejected}, {"TEM_LA,", kRejected},
-      {"TEM_LA, TEM_HA", kRejected}, {"TEM_HA,TEM_LA,TEM_UNKNOWN", kRejected},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(ParseWith(c.value), c.parsed) << (c.value ? c.value : "(absent)");
+// Every word, ORed in order; zero accuracy and error fields take defaults (0x1A02); a partial
+// parse counts as absent; the consistency word is one letter short.
+TEST(ModeSeedTest, EveryWordAndOnlyWholeValues) {
+  const struct { const char* value; unsigned mode; } cases[] = {
+      {nullptr, 0x1A02}, {"", 0x1A02}, {"TEM_LA", 0x1A01}, {"TEM_HA", 0x1A02}, {"TEM_EP", 0x1A03},
+      {"TEM_DEFAULT_PRECISION", 0x1A02}, {"TEM_FLOAT_CONSISTENT", 0x1A12},
+      {"TEM_DOUBLE_CONSISTEN", 0x1A22}, {"TEM_RESTORE", 0x1A32}, {"TEM_ERRMODE_IGNORE", 0x102},
+      {"TEM_ERRMODE_ERRNO", 0x202}, {"TEM_ERRMODE_STDERR", 0x402}, {"TEM_ERRMODE_EXCEPT", 0x802},
+      {"TEM_ERRMODE_CALLBACK", 0x1002}, {"TEM_ERRMODE_NOERR", 0x2002},
+      {"TEM_ERRMODE_DEFAULT", 0x1A02}, {"TEM_TRAP_INVALID", 0x1001A02},
+      {"TEM_TRAP_DIVBYZERO", 0x2001A02}, {"TEM_TRAP_OVERFLOW", 0x4001A02},
+      {"TEM_TRAP_UNDERFLOW", 0x8001A02}, {"TEM_LA,TEM_ERRMODE_STDERR,TEM_TRAP_OVERFLOW", 0x4000401},
+      {"TEM_ERRMODE_IGNORE,TEM_ERRMODE_CALLBACK", 0x1102}, {"TEM_DOUBLE_CONSISTENT", 0x1A02},
+      {"TEM_HA,TEM_DOUBLE_CONSISTENT", 0x1A02}, {"tem_la", 0x1A02}, {"TEM_LAX", 0x1A02},
+      {"TEM_LA,", 0x1A02}, {"TEM_LA, TEM_HA", 0x1A02}, {"TEM_HA,TEM_LA,TEM_UNKNOWN", 0x1A02},
+      {"TEM_LA,TEM_ERRMODE_", 0x1A02}};
+  for (const auto& c : cases) EXPECT_EQ(SeededMode(c.value), c.mode) << (c.value ? c.value : "-");
 }
 
-// 34 words of 6 letters and one of 17, joined by commas, fill the 255 characters; one more
-// does not fit and counts as absent: no cut value is parsed.
-TEST(ModeGrammarTest, ValueOfMaximalLengthParsesAndLongerIsIgnored) {
+// 35 words fill the 255 characters; a value of 256 does not fit and counts as absent.
+TEST(ModeSeedTest, ValueOfMaximalLengthParsesAndLongerIsIgnored) {
   std::string value;
   for (int i = 0; i < 34; ++i) value += "TEM_LA,";
   value += "TEM_ERRMODE_ERRNO";
   ASSERT_EQ(value.size(), 255u);
-  EXPECT_EQ(ParseWith(value.c_str()), 0x201u);
-  EXPECT_EQ(ParseWith(("TEM_HA," + value).substr(0, 256).c_str()), kRejected);
-  EXPECT_EQ(ParseWith((value + ",TEM_HA").c_str()), kRejected);
+  EXPECT_EQ(SeededMode(value.c_str()), 0x201u);
+  EXPECT_EQ(SeededMode(("TEM_EP," + value).substr(0, 256).c_str()), 0x1A02u);
 }
 
-TEST(ModeSeedTest, FillsAccuracyAndErrorFieldsWhenZero) {
-  const struct { uint64_t parsed; uint32_t word; } cases[] = {
-      {kRejected, 0x1A02}, {0x0, 0x1A02},  {0x1, 0x1A01},    {0x3, 0x1A03},  {0x400, 0x402},
-      {0x20, 0x1A22},      {0x2000, 0x2002}, {0x4000401, 0x4000401}, {0x1000000, 0x1001A02}};
-  for (const auto& c : cases) EXPECT_EQ(tem::SeedMode(c.parsed), c.word) << std::hex << c.parsed;
-}
-
-// Each thread seeds from the environment on first use, and never reads it again.
-TEST(ModeSeedTest, EachThreadSeedsFromTheEnvironmentOnFirstUse) {
-  const struct { const char* value; unsigned mode; } cases[] = {
-      {"TEM_EP,TEM_ERRMODE_STDERR", 0x403}, {"TEM_LA,TEM_ERRMODE_", TEM_MODE_DEFAULT},
-      {nullptr, TEM_MODE_DEFAULT}};
-  for (const auto& c : cases) {
-    if (c.value) setenv("QOR_TEM_MODE", c.value, 1);
-    else unsetenv("QOR_TEM_MODE");
-    OnFreshThread([&] {
-      EXPECT_EQ(qor_tem_kernel_GetMode(), c.mode);
-      setenv("QOR_TEM_MODE", "TEM_LA", 1);
-      EXPECT_EQ(_temGetMode(), c.mode);
-    });
-  }
-  unsetenv("QOR_TEM_MODE");
-}
-
-// The error field is replaced whole, not merged; consistency bits are dropped; traps are one
-// field; bits outside the fields keep their value and are never set; nothing is validated.
+// Each non-zero field is replaced whole; consistency bits are dropped; nothing is validated.
 TEST(SetModeTest, ReplacesEachNonZeroFieldWhole) {
   const struct { uint32_t old, requested, result; } cases[] = {
       {0x1A02, 0x0, 0x1A02},          {0x1A02, 0x100, 0x0102},       {0x1A12, 0x21, 0x1A11},
@@ -92,10 +65,12 @@ TEST(SetModeTest, ReplacesEachNonZeroFieldWhole) {
         << std::hex << c.old << " " << c.requested;
 }
 
-// Set returns the (seeded) old word, the table index follows the accuracy field, clear returns
-// the old status.
-TEST(ServicesTest, ModeTableIndexAndStatus) {
-  OnFreshThread([] {
+int CallbackA(temErrorContext*) { return 0; }
+int CallbackB(temErrorContext*) { return 1; }
+
+// The services return old values; the callback bit follows the callback pointer.
+TEST(ServicesTest, ModeTableIndexStatusAndCallback) {
+  std::thread([] {
     unsetenv("QOR_TEM_MODE");
     EXPECT_EQ(qor_tem_kernel_GetTTableIndex(), 1);
     EXPECT_EQ(_temSetMode(0x100), TEM_MODE_DEFAULT);
@@ -108,19 +83,11 @@ TEST(ServicesTest, ModeTableIndexAndStatus) {
     EXPECT_EQ(qor_tem_kernel_SetErrStatus(-7), 12345);
     EXPECT_EQ(_temClearErrStatus(), -7);
     EXPECT_EQ(_temGetErrStatus(), 0);
-  });
+  }).join();
   EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(nullptr, 0x1A03), 2);
   EXPECT_EQ(qor_tem_kernel_GetTTableIndexM(nullptr, 0x1A00), -1);
   EXPECT_EQ(dll_cpu_version(), 1);
-}
-
-int CallbackA(temErrorContext*) { return 0; }
-int CallbackB(temErrorContext*) { return 1; }
-
-// The callback bit follows the pointer, added to other error bits; clearing the only error
-// bit leaves it set.
-TEST(ErrorCallBackTest, CallbackBitFollowsThePointer) {
-  OnFreshThread([] {
+  std::thread([] {
     EXPECT_EQ(_temSetErrorCallBack(CallbackA), nullptr);
     EXPECT_EQ(_temGetMode(), 0x1A02u);
     EXPECT_EQ(qor_tem_kernel_SetErrorCallBack(CallbackB), CallbackA);
@@ -134,7 +101,7 @@ TEST(ErrorCallBackTest, CallbackBitFollowsThePointer) {
     _temSetErrorCallBack(nullptr);
     EXPECT_EQ(_temGetMode(), 0x1002u);
     EXPECT_EQ(_temGetErrorCallBack(), nullptr);
-  });
+  }).join();
 }
 
 }  // namespace

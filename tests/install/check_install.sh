@@ -4,35 +4,26 @@
 #   check_install.sh BUILD_DIR C_COMPILER VERSION
 set -euo pipefail
 
-build_dir=$1
-c_compiler=$2
-version=$3
+build_dir=$1 c_compiler=$2 version=$3
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
-
 cmake --install "$build_dir" --prefix "$prefix"
 
-echo "== find_package(qor)"
 cmake -S "$here/consumer" -B "$work/cmake-build" -G Ninja \
   -DCMAKE_C_COMPILER="$c_compiler" -DCMAKE_PREFIX_PATH="$prefix" \
   -DQOR_EXPECTED_VERSION="$version"
 cmake --build "$work/cmake-build"
 "$work/cmake-build/qor_consumer"
 
-echo "== pkg-config qor"
 pc_file=$(find "$prefix" -path '*/pkgconfig/qor.pc')
 [[ -n $pc_file ]] || { echo "qor.pc is not installed under $prefix" >&2; exit 1; }
 export PKG_CONFIG_PATH=${pc_file%/qor.pc}
 includedir=$(pkg-config --variable=includedir qor)
 libdir=$(pkg-config --variable=libdir qor)
-for dir in "$includedir" "$libdir"; do
-  if [[ $dir != "$prefix"/* ]]; then
-    echo "qor.pc points to $dir, outside the install prefix $prefix" >&2
-    exit 1
-  fi
-done
+[[ $includedir == "$prefix"/* && $libdir == "$prefix"/* ]] ||
+  { echo "qor.pc points outside the install prefix $prefix" >&2; exit 1; }
 read -r -a flags <<<"$(pkg-config --cflags --libs qor)"
 "$c_compiler" -std=c99 -Wall -Wextra -Wpedantic -Werror "$here/consumer/main.c" "${flags[@]}" \
   -Wl,-rpath,"$libdir" -o "$work/pkg-config-consumer"

@@ -1,5 +1,4 @@
-// GF(2) irreducibility against trial division on small degrees. Squaring modulo a polynomial,
-// the minimal polynomial and degree 2203 are exercised by the MT2203 tests.
+// GF(2) irreducibility against trial division; degree 2203 is exercised by the MT2203 tests.
 #include "tools/gf2_polynomial.h"
 
 #include <gtest/gtest.h>

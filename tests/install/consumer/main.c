@@ -8,11 +8,8 @@ int main(void) {
   const double a[] = {1.5, -2.0, 0.1}, b[] = {2.25, 2.0, 0.2};
   double sum[3];
   _temdAdd(3, a, b, sum);
-  if (sum[0] != 3.75 || sum[1] != 0.0 || sum[2] != 0.1 + 0.2 ||
-      _temGetErrStatus() != TEM_STATUS_OK) {
-    fprintf(stderr, "consumer: wrong results\n");
-    return 1;
-  }
-  printf("consumer: results right\n");
-  return 0;
+  const int right = sum[0] == 3.75 && sum[1] == 0.0 && sum[2] == 0.1 + 0.2 &&
+                    _temGetErrStatus() == TEM_STATUS_OK;
+  puts(right ? "consumer: results right" : "consumer: wrong results");
+  return right ? 0 : 1;
 }
