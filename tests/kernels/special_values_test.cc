@@ -20,8 +20,9 @@ TEST(SpecialValues, FunctionsOfOneInput) {
       {"d", "Exp", {{709.782712893384, 1.7976931348622732e+308},
           {0x1.62e42fefa39f0p+9, kInf, kOver}, {-745.14, 0.0, kUnder},
           {-708.5, 2.006132305331306e-308, kUnder}}},
-      // A subnormal result rounded once (twice, it is one ulp too low).
-      {"d", "Exp", {{-0x1.62333c382a12fp+9, 0x0.ff03bba0af77dp-1022, kUnder}}},
+      // Subnormal results rounded once (at the first input, twice would be one ulp too low).
+      {"d", "Exp", {{-0x1.62333c382a12fp+9, 0x0.ff03bba0af77dp-1022, kUnder},
+          {-720.0, 0x0.0000993b4dc95p-1022, kUnder}}},
       {"s", "Exp", {{88.73, kInf, kOver}, {88.72283172607422, 0x1.ffff08p+127},
           {-90.0, 0x1.1d85p-130, kUnder}, {-104.0, 0.0, kUnder}}},
       {"d", "Exp2", {{1024.0, kInf, kOver}, {-1074.0, 0x1p-1074, kUnder}, {-1080.0, 0.0, kUnder}}},
