@@ -43,22 +43,34 @@ struct DoublePolys {
                              r2 * Const<D>(2.4801762009559563e-05))));
   }
 };
+// |x| = n ln 2 + r, |r| <= ln2/32, n = m + j/16, with the sign of x apart: the rows j0 and j1
+// of the two-sided table, and 2^m and 2^-m as the field m in the exponent's place. Each form
+// takes r to its own precision.
+struct HyperbolicReduction {
+  [[gnu::always_inline]] explicit HyperbolicReduction(D x)
+      : sign(x & Const<D>(-0.0)), ax(_mm_andnot_pd(sign.raw, x.raw)) {
+    const D t = ax * Const<D>(kLog2e) + Const<D>(kShifter);
+    n = t - Const<D>(kShifter);
+    Indices<4>(t.Image(), j0, j1);
+    m_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 48),
+                            _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
+  }
+  D sign, ax, n;
+  int j0, j1;
+  __m128i m_field;
+};
+
 // sinh |x| (kSinh) or cosh x for |x| below 669.8, where 2^-m is still normal.
 // Inlined into the block, with its constants loaded as whole registers.
 template <bool kSinh, class Polys>
 [[gnu::always_inline]] inline D Hyperbolic(D x) {
-  const D sign = x & Const<D>(-0.0);
-  const D ax = _mm_andnot_pd(sign.raw, x.raw);
-  const D t = ax * Const<D>(kLog2e) + Const<D>(kShifter);
-  const D n = t - Const<D>(kShifter);
-  const D r = (ax - n * Const<D>(kL1)) - n * Const<D>(kL2);
-  int j0, j1;
-  Indices<4>(t.Image(), j0, j1);
+  const HyperbolicReduction red(x);
+  const D sign = red.sign, ax = red.ax;
+  const D r = (ax - red.n * Const<D>(kL1)) - red.n * Const<D>(kL2);
+  const int j0 = red.j0, j1 = red.j1;
+  const __m128i m_field = red.m_field;
   const __m128d up0 = _mm_load_pd(&kHyperbolicPowers[j0][0]);
   const __m128d up1 = _mm_load_pd(&kHyperbolicPowers[j1][0]);
-  // 2^m and 2^-m from the bits of n above the 4 index bits.
-  const __m128i m_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 48),
-                                        _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
   const __m128i one = _mm_set1_epi64x(0x3FF0000000000000ll);
   const D scale_up = D::FromImage(_mm_add_epi64(one, m_field));
   // The high parts are normal after scaling, so 2^+-m goes straight into their exponents.
@@ -96,27 +108,22 @@ template <bool kSinh, class Polys>
 
 // The single forms in double lanes, by the double forms' reduction and two-sided table with
 // the high parts alone and shorter series: A = 2^(m+j/16)/2 and B = 2^-(m+j/16)/2 within 2^-53,
-// sinh r and cosh r - 1 within 2^-34 of themselves on |r| <= ln2/32, and r within 2^-46 of
-// |x| - (m + j/16) ln 2. Near 0, m = j = 0 makes A - B = 0 exactly, and sinh is the odd series.
+// sinh r and cosh r - 1 within 2^-34 of themselves on |r| <= ln2/32, and r in one step, within
+// 2^-46 of |x| - n ln 2. Near 0, m = j = 0 makes A - B = 0 exactly, and sinh is the odd series.
 template <bool kSinh>
 [[gnu::always_inline]] inline D SingleHyperbolic(D x) {
-  const D sign = x & Const<D>(-0.0);
-  const D ax = _mm_andnot_pd(sign.raw, x.raw);
-  const D t = ax * Const<D>(kLog2e) + Const<D>(kShifter);
-  const D r = ax - (t - Const<D>(kShifter)) * Const<D>(0x1.62e42fefa39efp-1);
-  int j0, j1;
-  Indices<4>(t.Image(), j0, j1);
-  const __m128i m_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 48),
-                                        _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
-  const D up = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[j0][0]), &kHyperbolicPowers[j1][0])};
-  const D down = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[j0][2]), &kHyperbolicPowers[j1][2])};
+  const HyperbolicReduction red(x);
+  const D r = red.ax - red.n * Const<D>(0x1.62e42fefa39efp-1);
+  const __m128i m_field = red.m_field;
+  const D up = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[red.j0][0]), &kHyperbolicPowers[red.j1][0])};
+  const D down = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[red.j0][2]), &kHyperbolicPowers[red.j1][2])};
   const D a = D::FromImage(_mm_add_epi64(up.Image(), m_field));
   const D b = D::FromImage(_mm_sub_epi64(down.Image(), m_field));
   const D r2 = r * r;
   const D odd = r + (r * r2) * wide::kOdd3();
   const D even = r2 * (wide::kEven2() + r2 * wide::kEven4());
   const D sum = a + b, diff = a - b;
-  if constexpr (kSinh) return (diff + (diff * even + sum * odd)) | sign;
+  if constexpr (kSinh) return (diff + (diff * even + sum * odd)) | red.sign;
   return sum + (sum * even + diff * odd);
 }
 
