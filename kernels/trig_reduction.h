@@ -155,7 +155,8 @@ struct Parts {
 // are exact where their sums cancel, since c or s is +-1 or 0 there; the rounding error of the
 // first addition is kept.
 template <bool kSin, bool kCos>
-[[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts, Parts* cos_parts) {
+[[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts,
+                                            Parts* cos_parts) {
   D cm1, c, s, sl;
   GatherRows(red, cm1, c, s, sl);
   const D r = red.r, e = red.e;
@@ -186,15 +187,19 @@ template <bool kSin, bool kCos>
 // to r^7 (the next term is below 2^-62 of t on |r| <= pi/512): dividing sin(a + r + e) and
 // cos(a + r + e) by cos(r + e) gives num = S + C t and den = C - S t. As in Evaluate, the
 // products c r and s r are exact where their sums cancel, and the error of the first addition
-// is kept.
-[[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den) {
+// is kept. `rough` is den with t cut to r + r^3/3 + e, within 2^-32 of den even beside the
+// poles, where den is near t itself; it is ready long before den, so the division starts early.
+[[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den,
+                                               D* rough) {
   D cm1, c, s, sl;
   GatherRows(red, cm1, c, s, sl);
   const D r = red.r;
   const D u = r * r;
   static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
+  const D ru = r * u;
+  *rough = (c + cm1) - (s + sl) * (r + (ru * t3() + red.e));
   // tan(r + e) - r: the series' tail, and e (its own derivative 1 + t^2 adds below 2^-64).
-  const D pt = (r * u) * (t3() + u * (t5() + u * t7())) + red.e;
+  const D pt = ru * (t3() + u * (t5() + u * t7())) + red.e;
   const D t = r + pt;
   const D cr = c * r, sr = s * r;
   const D num_hi = s + cr, den_hi = c - sr;
@@ -204,19 +209,20 @@ template <bool kSin, bool kCos>
   *den = {den_hi, ((c - den_hi) - sr) + den_small};
 }
 
-// num / den with one division: y = 1 / den and q0 = num y, then one correction
-// (num - q0 den) y. With dh, the top 26 bits of den.hi, and q0 = qh + ql in 26 + 27 bits, the
-// products qh dh and ql dh are exact and num.hi - qh dh cancels exactly; the rest of den,
-// dl = (den.hi - dh) + den.lo, enters by a plain product, as it is 2^-26 of den. The parts' low
-// halves may be 2^-7 of their sums.
-[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
-  static constexpr S one{1.0}, split{134217729.0};
-  const D y = one() / den.Value();
+// The top 26 bits of each lane: the rest has 27, so that products of two such tops, and of a
+// top and a rest, are exact.
+inline D Top26(D v) { return v & D::FromBits(0xFFFFFFFFF8000000ull); }
+
+// num / den from y = 1 / rough, rough within 2^-32 of den: q0 = num y, then one correction
+// (num - q0 den) y, whose error is the square of y's. With dh the top of den.hi and q0 = qh + ql,
+// the products qh dh and ql dh are exact and num.hi - qh dh cancels exactly; the rest of den,
+// dl = (den.hi - dh) + den.lo, enters by a plain product, rounded near 2^-60 of num, as the
+// parts' low halves are at most 2^-7 of their sums.
+[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den, D rough) {
+  const D y = D::Set(1.0) / rough;
   const D q0 = num.Value() * y;
-  const D k = split();
-  const D gq = q0 * k, gd = den.hi * k;
-  const D qh = gq - (gq - q0), ql = q0 - qh;
-  const D dh = gd - (gd - den.hi), dl = (den.hi - dh) + den.lo;
+  const D qh = Top26(q0), ql = q0 - qh;
+  const D dh = Top26(den.hi), dl = (den.hi - dh) + den.lo;
   const D rest = (((num.hi - qh * dh) - ql * dh) + num.lo) - q0 * dl;
   return q0 + rest * y;
 }
@@ -230,21 +236,20 @@ template <Op kOp>
 [[gnu::always_inline]] inline void Compute(D x, D (&out)[ResultsOf(kOp)]) {
   const D sign = SignOf(x);
   const Reduced red = Reduce(Abs(x));
-  Parts sin_parts, cos_parts;
   if constexpr (kOp == Op::kTan) {
-    EvaluateTan(red, &sin_parts, &cos_parts);
+    Parts num, den;
+    D rough;
+    EvaluateTan(red, &num, &den, &rough);
+    out[0] = Xor(Quotient(num, den, rough), sign);
   } else {
+    Parts sin_parts, cos_parts;
     Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red, &sin_parts, &cos_parts);
-  }
-  if constexpr (kOp == Op::kSin) {
-    out[0] = Xor(sin_parts.Value(), sign);
-  } else if constexpr (kOp == Op::kCos) {
-    out[0] = cos_parts.Value();
-  } else if constexpr (kOp == Op::kSinCos) {
-    out[0] = Xor(sin_parts.Value(), sign);
-    out[1] = cos_parts.Value();
-  } else {
-    out[0] = Xor(Quotient(sin_parts, cos_parts), sign);
+    if constexpr (kOp == Op::kCos) {
+      out[0] = cos_parts.Value();
+    } else {
+      out[0] = Xor(sin_parts.Value(), sign);
+    }
+    if constexpr (kOp == Op::kSinCos) out[1] = cos_parts.Value();
   }
 }
 
