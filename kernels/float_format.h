@@ -25,6 +25,10 @@ inline uint32_t BitsOf(float x) {
   return b;
 }
 
+// Splits a double into its top 26 bits and a rest of 27: products of two tops, and of a top
+// and a rest, are exact.
+inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;
+
 template <class T>
 struct Format;
 

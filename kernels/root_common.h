@@ -17,9 +17,6 @@ namespace roots {
 using D = Vec<double>;
 using F = Vec<float>;
 
-// Splits a double into its top 26 bits and the rest: the high part's square and its products
-// with a 13-bit factor are exact.
-inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;
 // Clears the low 11 bits of a float: the seed keeps 13 significant bits.
 inline constexpr uint32_t kSeedMask = 0xFFFFF800u;
 

@@ -8,6 +8,7 @@
 #include <stdint.h>
 
 #include "frame/vec.h"
+#include "kernels/float_format.h"
 
 namespace tem {
 namespace trig {
@@ -209,10 +210,6 @@ template <bool kSin, bool kCos>
   *den = {den_hi, ((c - den_hi) - sr) + den_small};
 }
 
-// The top 26 bits of each lane: the rest has 27, so that products of two such tops, and of a
-// top and a rest, are exact.
-inline D Top26(D v) { return v & D::FromBits(0xFFFFFFFFF8000000ull); }
-
 // num / den from y = 1 / rough, rough within 2^-32 of den: q0 = num y, then one correction
 // (num - q0 den) y, whose error is the square of y's. With dh the top of den.hi and q0 = qh + ql,
 // the products qh dh and ql dh are exact and num.hi - qh dh cancels exactly; the rest of den,
@@ -221,8 +218,9 @@ inline D Top26(D v) { return v & D::FromBits(0xFFFFFFFFF8000000ull); }
 [[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den, D rough) {
   const D y = D::Set(1.0) / rough;
   const D q0 = num.Value() * y;
-  const D qh = Top26(q0), ql = q0 - qh;
-  const D dh = Top26(den.hi), dl = (den.hi - dh) + den.lo;
+  const D top = D::FromBits(kSplitMask);
+  const D qh = q0 & top, ql = q0 - qh;
+  const D dh = den.hi & top, dl = (den.hi - dh) + den.lo;
   const D rest = (((num.hi - qh * dh) - ql * dh) + num.lo) - q0 * dl;
   return q0 + rest * y;
 }
