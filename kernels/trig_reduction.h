@@ -188,17 +188,20 @@ template <bool kSin, bool kCos>
 // to r^7 (the next term is below 2^-62 of t on |r| <= pi/512): dividing sin(a + r + e) and
 // cos(a + r + e) by cos(r + e) gives num = S + C t and den = C - S t. As in Evaluate, the
 // products c r and s r are exact where their sums cancel, and the error of the first addition
-// is kept. `rough` is den with t cut to r + r^3/3 + e, within 2^-32 of den even beside the
-// poles, where den is near t itself; it is ready long before den, so the division starts early.
+// is kept. rough_num and rough_den are num and den with t cut to r + r^3/3 + e, within 2^-32
+// of them even beside their zeros, where they are near +-t; they are ready long before num and
+// den, so that the division starts early.
 [[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den,
-                                               D* rough) {
+                                               D* rough_num, D* rough_den) {
   D cm1, c, s, sl;
   GatherRows(red, cm1, c, s, sl);
   const D r = red.r;
   const D u = r * r;
   static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
   const D ru = r * u;
-  *rough = (c + cm1) - (s + sl) * (r + (ru * t3() + red.e));
+  const D C = c + cm1, S = s + sl, rough_t = r + (ru * t3() + red.e);
+  *rough_num = S + C * rough_t;
+  *rough_den = C - S * rough_t;
   // tan(r + e) - r: the series' tail, and e (its own derivative 1 + t^2 adds below 2^-64).
   const D pt = ru * (t3() + u * (t5() + u * t7())) + red.e;
   const D t = r + pt;
@@ -210,14 +213,16 @@ template <bool kSin, bool kCos>
   *den = {den_hi, ((c - den_hi) - sr) + den_small};
 }
 
-// num / den from y = 1 / rough, rough within 2^-32 of den: q0 = num y, then one correction
-// (num - q0 den) y, whose error is the square of y's. With dh the top of den.hi and q0 = qh + ql,
-// the products qh dh and ql dh are exact and num.hi - qh dh cancels exactly; the rest of den,
-// dl = (den.hi - dh) + den.lo, enters by a plain product, rounded near 2^-60 of num, as the
-// parts' low halves are at most 2^-7 of their sums.
-[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den, D rough) {
-  const D y = D::Set(1.0) / rough;
-  const D q0 = num.Value() * y;
+// num / den from the rough quotient q0 = rough_num / rough_den, within 2^-31 of it, and one
+// correction (num - q0 den) / rough_den, whose error is the square of q0's. With dh the top of
+// den.hi and q0 = qh + ql, the products qh dh and ql dh are exact and num.hi - qh dh cancels
+// exactly; the rest of den, dl = (den.hi - dh) + den.lo, enters by a plain product, rounded
+// near 2^-60 of num, as the parts' low halves are at most 2^-7 of their sums. Only the last
+// steps wait for the low halves.
+[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den, D rough_num,
+                                        D rough_den) {
+  const D y = D::Set(1.0) / rough_den;
+  const D q0 = rough_num * y;
   const D top = D::FromBits(kSplitMask);
   const D qh = q0 & top, ql = q0 - qh;
   const D dh = den.hi & top, dl = (den.hi - dh) + den.lo;
@@ -236,9 +241,9 @@ template <Op kOp>
   const Reduced red = Reduce(Abs(x));
   if constexpr (kOp == Op::kTan) {
     Parts num, den;
-    D rough;
-    EvaluateTan(red, &num, &den, &rough);
-    out[0] = Xor(Quotient(num, den, rough), sign);
+    D rough_num, rough_den;
+    EvaluateTan(red, &num, &den, &rough_num, &rough_den);
+    out[0] = Xor(Quotient(num, den, rough_num, rough_den), sign);
   } else {
     Parts sin_parts, cos_parts;
     Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red, &sin_parts, &cos_parts);
