@@ -57,15 +57,11 @@ TEST(Mt2203SearchTest, SampledRowsHaveAPrimitivePolynomialOfDegree2203) {
     const gf2::Poly p = mt2203::CharacteristicPolynomial(row.matrix_a);
     ASSERT_EQ(gf2::Degree(p), mt2203::kDegree) << row.member;
     EXPECT_TRUE(gf2::IsIrreducibleOfPrimeDegree(p, 0)) << row.member;
-    std::vector<uint32_t> state(mt2203::kN);
-    std::mt19937 rng(row.matrix_a);
-    for (uint32_t& w : state) w = rng();
-    const std::vector<uint32_t> x = mt2203::Untempered(row.matrix_a, state, mt2203::kDegree + 41);
-    for (int t = 0; t < 40; t += 13) {
-      uint32_t sum = 0;
-      for (int i = 0; i <= mt2203::kDegree; ++i) sum ^= gf2::Coefficient(p, i) ? x[t + 1 + i] : 0;
-      EXPECT_EQ(sum, 0u) << row.member << " t " << t;
-    }
+    std::vector<uint32_t> state(mt2203::kN, row.matrix_a);  // any state not all zero
+    const std::vector<uint32_t> x = mt2203::Untempered(row.matrix_a, state, mt2203::kDegree + 2);
+    uint32_t sum = 0;
+    for (int i = 0; i <= mt2203::kDegree; ++i) sum ^= gf2::Coefficient(p, i) ? x[1 + i] : 0;
+    EXPECT_EQ(sum, 0u) << row.member;
   }
 }
 
