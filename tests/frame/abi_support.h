@@ -2,7 +2,6 @@
 #ifndef QOR_TESTS_FRAME_ABI_SUPPORT_H_
 #define QOR_TESTS_FRAME_ABI_SUPPORT_H_
 
-#include <dlfcn.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>

@@ -77,18 +77,6 @@ class VectorWalkTest : public testing::Test {};
 using RealTypes = testing::Types<float, double>;
 TYPED_TEST_SUITE(VectorWalkTest, RealTypes);
 
-// What the frame must produce for one element, and whether the companion sees and reports it.
-template <class T>
-struct Expected { T value; bool companion, reported; };
-
-template <class T>
-Expected<T> Model(T x, bool no_error) {
-  using K = Doubling<T>;
-  if (x < K::kFlagFrom) return {x + x, false, false};
-  if (no_error && !(x < K::kSettleFrom)) return {T(INFINITY), false, false};
-  return {-x, true, !(x < K::kReportFrom)};
-}
-
 template <class T>
 bool SameValue(T x, T y) { return (std::isnan(x) && std::isnan(y)) || x == y; }
 
@@ -120,11 +108,13 @@ TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
         companions = g_companion_inputs;
       }).join();
       bool any_reported = false;
-      for (int i = 0; i < n; ++i) {
-        Expected<T> e = Model(a[i], no_error);
-        EXPECT_TRUE(SameValue(r[i], e.value)) << "n " << n << " i " << i << " a " << a[i];
-        if (e.companion) expected_companions.push_back(a[i]);
-        any_reported |= e.reported;
+      for (int i = 0; i < n; ++i) {  // doubled, or settled to inf, or the companion's -x
+        using K = Doubling<T>;
+        const bool flagged = !(a[i] < K::kFlagFrom), settled = no_error && !(a[i] < K::kSettleFrom);
+        const T expected = !flagged ? a[i] + a[i] : settled ? T(INFINITY) : -a[i];
+        EXPECT_TRUE(SameValue(r[i], expected)) << "n " << n << " i " << i << " a " << a[i];
+        if (flagged && !settled) expected_companions.push_back(a[i]);
+        any_reported |= flagged && !settled && !(a[i] < K::kReportFrom);
       }
       ASSERT_EQ(companions.size(), expected_companions.size()) << "n " << n;
       for (size_t k = 0; k < companions.size(); ++k)
