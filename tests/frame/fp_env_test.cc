@@ -39,7 +39,6 @@ TEST(FpEnvTest, RoundingFlushingFlagsAndCallersWords) {
       {0, false, 0x1F80, 0x37F, DBL_MAX, DBL_MAX, INFINITY, 0x28},
       {0x280000, false, 0x1F80, 0x37F, kTiny, 0, 0, -1},
       {0x140000, false, 0x1F80 | kFtz | kDaz, 0x37E, kTiny, 0, kTiny, -1},
-      {0x2, false, 0x1F80 | kFtz | kDaz, 0x0B72, kTiny, 0, kTiny, -1},
       {0x80000, false, 0x1F80 | kFtz | kDaz, 0x0C7F, kTiny, 0, kTiny, -1},
       {0x280000, true, 0x1F80, 0x0B72, kTiny, 0, kTiny, -1},
       {0x140000, true, 0x1F80 | kDaz, 0x37F, kTiny, 0, 0, -1},
