@@ -8,17 +8,8 @@
 
 namespace {
 
-std::atomic<long> g_live{0}, g_made{0};
-std::atomic<int> g_fail_first{-1};
+std::atomic<long> g_live{0}, g_made{0}, g_fail_first{-1};
 std::atomic<bool> g_fail_rest{false}, g_hit{false};
-
-void Arm(int index, bool rest) {
-  g_fail_first = -1;  // no failure while the count restarts
-  g_made = 0;
-  g_hit = false;
-  g_fail_rest = rest;
-  g_fail_first = index;
-}
 
 }  // namespace
 
@@ -31,23 +22,29 @@ extern "C" void* qor_serv_allocate(size_t size, int alignment) {
     return nullptr;
   }
   void* block = real(size, alignment);
-  if (block != nullptr) ++g_live;
+  g_live += block != nullptr;
   return block;
 }
 
 extern "C" void qor_serv_deallocate(void* block) {
   static const auto real =
       reinterpret_cast<void (*)(void*)>(dlsym(RTLD_NEXT, "qor_serv_deallocate"));
-  if (block != nullptr) --g_live;
+  g_live -= block != nullptr;
   real(block);
 }
 
 namespace alloc_control {
 
 long LiveBlocks() { return g_live.load(); }
-void FailAllocation(int index) { Arm(index, false); }
-void FailFrom(int index) { Arm(index, true); }
 long Allocations() { return g_made.load(); }
 bool FailureHit() { return g_hit.load(); }
+
+void FailAllocation(int index, bool and_after) {
+  g_fail_first = -1;  // no failure while the count restarts
+  g_made = 0;
+  g_hit = false;
+  g_fail_rest = and_after;
+  g_fail_first = index;
+}
 
 }  // namespace alloc_control

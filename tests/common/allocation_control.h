@@ -5,15 +5,14 @@
 namespace alloc_control {
 
 long LiveBlocks();  // blocks of qor_serv_allocate not yet given back
-// Allocation `index` from now (0: the next; -1: none) fails, or all from it; count restarts.
-void FailAllocation(int index);
-void FailFrom(int index);
-long Allocations();  // since the last FailAllocation or FailFrom
+// Allocation `index` from now (0: the next; -1: none) fails, all from it with `and_after`.
+void FailAllocation(int index, bool and_after = false);
+long Allocations();  // since the last FailAllocation
 bool FailureHit();   // the planned failure has happened
 
 // Fails every allocation from `index` on for its lifetime.
 struct ScopedFailure {
-  explicit ScopedFailure(int index) { FailFrom(index); }
+  explicit ScopedFailure(int index) { FailAllocation(index, true); }
   ~ScopedFailure() { FailAllocation(-1); }
 };
 

@@ -3,9 +3,7 @@ find_program(QOR_OBJDUMP objdump REQUIRED)
 find_program(QOR_READELF readelf REQUIRED)
 
 add_executable(abi_tests
-  function_list_test.cc
   exports_test.cc
-  stubs_test.cc
   instruction_set_test.cc)
 target_include_directories(abi_tests PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(abi_tests PRIVATE qor GTest::gtest_main ${CMAKE_DL_LIBS})

@@ -2,14 +2,12 @@
 #ifndef QOR_TESTS_FRAME_ABI_SUPPORT_H_
 #define QOR_TESTS_FRAME_ABI_SUPPORT_H_
 
-#include <dlfcn.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -73,12 +71,6 @@ inline const std::vector<std::string>& NonVectorExports() {
   return names;
 }
 
-// Exported data objects outside the vector function list (the generator registries).
-inline const std::vector<std::string>& NonVectorDataExports() {
-  static const std::vector<std::string> names = {"__RegBrngsNew", "__RegBrngs"};
-  return names;
-}
-
 // One TEM_FN row of functions.def, its fields as written there.
 struct Row {
   std::string type, stem, variant, args, form, ctab, slots, error_name;
@@ -108,7 +100,6 @@ inline std::vector<Row> PresentRows() {
 // Names a present function owes: stubs of slots 0 (_21/_50), 1 (+ _HA), 2 (_11/_26), tables.
 struct FunctionNames {
   std::string stub0, stub1, stub1_ha, stub2, ttab, ctab;
-  std::vector<std::string> Stubs() const { return {stub0, stub1, stub1_ha, stub2}; }
 };
 
 inline FunctionNames NamesOf(const Row& row) {
@@ -163,13 +154,6 @@ inline std::vector<DynamicSymbol> DynamicSymbols(const std::string& path) {
                        full.substr(std::min(full.find_first_not_of('@', at), full.size()))});
   }
   return ok ? symbols : std::vector<DynamicSymbol>{};
-}
-
-inline std::set<std::string> ExportedNames(const std::vector<DynamicSymbol>& symbols) {
-  std::set<std::string> names;
-  for (const DynamicSymbol& symbol : symbols)
-    if (symbol.Exported()) names.insert(symbol.name);
-  return names;
 }
 
 }  // namespace qor_abi

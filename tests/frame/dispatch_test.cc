@@ -7,43 +7,14 @@
 #include <cmath>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "callback_script.h"
 #include "frame/error_dispatch.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
 
 namespace {
-
-// What the callback saw, and what it does: returns `result`, replaces Res1 and Res2 when given.
-struct CallbackScript {
-  int calls = 0;
-  temErrorContext seen{};
-  int result = 0;
-  double new_res1 = NAN, new_res2 = NAN;
-};
-thread_local CallbackScript* g_script = nullptr;
-
-int ScriptedCallback(temErrorContext* context) {
-  ++g_script->calls;
-  g_script->seen = *context;
-  if (!std::isnan(g_script->new_res1)) context->Res1 = g_script->new_res1;
-  if (!std::isnan(g_script->new_res2)) context->Res2 = g_script->new_res2;
-  return g_script->result;
-}
-
-// Runs `body` on a fresh thread with the callback, then exactly `mode`; returns what it saw.
-template <class F>
-const temErrorContext& WithMode(uint32_t mode, CallbackScript& script, F body) {
-  std::thread([&] {
-    g_script = &script;
-    _temSetErrorCallBack(ScriptedCallback);
-    _temSetMode(mode);
-    body();
-  }).join();
-  return script.seen;
-}
 
 // "code index: arg1, arg2 -> res1, res2 name(length)", the real parts only, to 17 digits.
 std::string Shown(const temErrorContext& c) {
@@ -67,18 +38,19 @@ TEST(DispatchTest, ErrorFieldDecidesStatusCallbackAndErrno) {
   for (const auto& c : cases) {
     CallbackScript script;
     script.new_res1 = 1;
-    int status = -100, err = 0, calls = 0;
+    int status = -100, err = 0;
+    size_t calls = 0;
     double values[2] = {2, 5}, *a = c.code < 0 ? nullptr : values, *r = a ? values + 1 : nullptr;
-    WithMode(c.mode, script, [&] {
+    WithCallback(script, c.mode, [&] {
       _temSetErrStatus(-100);
       errno = 12345;
       tem::temErrorD(c.code, 0, a, a, r, r, "vdExp");
-      status = _temGetErrStatus(), err = errno, calls = script.calls;
+      status = _temGetErrStatus(), err = errno, calls = script.seen.size();
       tem::temErrorD(TEM_STATUS_OK, 0, values, values, values, values, "vdExp");
       EXPECT_EQ(_temGetErrStatus(), c.status_set ? TEM_STATUS_OK : -100);
     });
     EXPECT_EQ(status, c.status_set ? c.code : -100) << std::hex << c.mode << " code " << c.code;
-    EXPECT_EQ(calls, c.callback_runs ? 1 : 0) << std::hex << c.mode << " code " << c.code;
+    EXPECT_EQ(calls, c.callback_runs ? 1u : 0u) << std::hex << c.mode << " code " << c.code;
     EXPECT_EQ(err, c.err) << std::hex << c.mode << " code " << c.code;
   }
 }
@@ -89,19 +61,20 @@ TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   script.new_res1 = 7, script.new_res2 = 9;
   const float a[4] = {1.5f, 2.5f, 3.5f, 4.5f}, b[4] = {-1, -2, -3, -4};
   float r[4] = {10, 20, 30, 40};
-  EXPECT_EQ(Shown(WithMode(0x1002, script,
-                           [&] { tem::temErrorS(TEM_STATUS_ERRDOM, 2, a, b, r, r, "vsPow"); })),
+  EXPECT_EQ(Shown(WithCallback(script, 0x1002, [&] {
+              tem::temErrorS(TEM_STATUS_ERRDOM, 2, a, b, r, r, "vsPow");
+            })),
             "1 2: 3.5, -3 -> 30, 30 vsPow(5)");
   EXPECT_EQ(r[2], 7);
   const std::string name(60, 'x');  // cut to 47 characters
   double x[2] = {1, 2}, r1[2] = {0, 0}, r2[2] = {0, 0};
-  WithMode(0x1002, script, [&] { tem::temErrorD(3, 1, x, x, r1, r2, name.c_str()); });
+  const temErrorContext cut =
+      WithCallback(script, 0x1002, [&] { tem::temErrorD(3, 1, x, x, r1, r2, name.c_str()); });
   EXPECT_TRUE(r1[1] == 7 && r2[1] == 9);
-  EXPECT_EQ(script.seen.FuncName + std::to_string(script.seen.FuncNameLen),
-            name.substr(0, 47) + "47");
+  EXPECT_EQ(cut.FuncName + std::to_string(cut.FuncNameLen), name.substr(0, 47) + "47");
   double d[16], e[16], s[16] = {};
   for (int i = 0; i < 16; ++i) d[i] = i, e[i] = 100 + i;
-  EXPECT_EQ(Shown(WithMode(0x1002, script, [&] {
+  EXPECT_EQ(Shown(WithCallback(script, 0x1002, [&] {
               tem::temErrorDI(TEM_STATUS_SING, 4, d, 3, e, 2, s, 2, s, 2, "vdDiv");
             })),
             "2 4: 12, 108 -> 0, 0 vdDiv(5)");
@@ -111,7 +84,7 @@ TEST(DispatchTest, CallbackSeesTheElementAndResultsAreWrittenBack) {
   whole[105] = {1.5, -2.5};
   TemComplex16 z[8] = {};
   z[5] = {3, 4};
-  const temErrorContext& seen = WithMode(0x1002, script, [&] {
+  const temErrorContext seen = WithCallback(script, 0x1002, [&] {
     _temSetInterfInputVectorPointer(whole.data());
     tem::temErrorZ(TEM_STATUS_OVERFLOW, 5, &whole[100], &whole[100], z, z, "vTest");
   });
@@ -126,7 +99,7 @@ std::string PrintedBy(int code, double a1, double a2, double r1, double r2) {
   std::vector<double> a(40), b(40), x(40), y(40);
   a[32] = a1, b[32] = a2, x[32] = r1, y[32] = r2;
   std::string printed;
-  WithMode(TEM_ERRMODE_STDERR, script, [&] {
+  WithCallback(script, TEM_ERRMODE_STDERR, [&] {
     _temSetInterfInputVectorPointer(a.data());
     testing::internal::CaptureStderr();
     tem::temErrorD(code, 2, a.data() + 30, b.data() + 30, x.data() + 30, y.data() + 30, "vdTest");

@@ -1,4 +1,6 @@
-// Exports of libqor.so are exactly the owed names; imports come from allowed places only.
+// libqor.so from outside: the function list, exactly the owed exports, the stubs and tables
+// behind them, and imports from allowed places only.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -11,26 +13,54 @@
 namespace {
 
 using qor_abi::DynamicSymbol;
+using qor_abi::Row;
 
 const std::vector<DynamicSymbol>& Symbols() {
   static const std::vector<DynamicSymbol> symbols = qor_abi::DynamicSymbols(QOR_ABI_LIBQOR);
   return symbols;
 }
 
-// Each owed name: a function (stubs: one aligned 16-byte cell) or object (tables: 24 bytes).
-struct Kind { std::string type; uint64_t size; };
+// Frameless pack/unpack rows, both variants, v<type><stem>[I] names, three-slot angle rows.
+TEST(FunctionList, RowsVariantsErrorNamesAndSlots) {
+  ASSERT_EQ(qor_abi::Rows().size(), 480u);
+  std::set<std::string> expected_frameless, frameless, expected_not_same, not_same, shared02;
+  for (const std::string type : {"s", "d", "c", "z"})
+    for (const char* stem : {"PackI", "PackV", "PackM", "UnpackI", "UnpackV", "UnpackM"})
+      expected_frameless.insert(type + stem + "C");
+  for (const std::string type : {"s", "d"})
+    for (const std::string stem : {"Cosd", "Sind", "Tand", "Cospi", "Sinpi", "Tanpi"})
+      expected_not_same.insert({type + stem, type + stem + "I"});
+  std::map<std::string, std::set<std::string>> variants;
+  for (const Row& row : qor_abi::Rows()) {
+    if (row.form == "NONE") frameless.insert(row.Name() + row.variant);
+    else variants[row.type + row.stem].insert(row.variant);
+    if (row.slots != "SAME") not_same.insert(row.Name());
+    if (row.slots == "SHARED02") shared02.insert(row.Name());
+    const std::string base = "v" + row.type + row.stem;
+    EXPECT_TRUE(row.error_name == base || row.error_name == base + "I") << row.error_name;
+  }
+  EXPECT_EQ(frameless, expected_frameless);
+  EXPECT_EQ(variants.size(), 228u);
+  for (const auto& [function, seen] : variants)
+    EXPECT_EQ(seen, (std::set<std::string>{"C", "I"})) << function;
+  EXPECT_EQ(not_same, expected_not_same);
+  EXPECT_EQ(shared02, (std::set<std::string>{"sCospi", "sSinpi"}));
+}
 
+// Each owed name: a function (stubs: one aligned 16-byte cell) or object (tables: 24 bytes).
 TEST(Exports, ExactlyTheOwedNamesEachOfItsKind) {
   ASSERT_FALSE(Symbols().empty()) << "cannot read the dynamic symbols of " << QOR_ABI_LIBQOR;
+  struct Kind { std::string type; uint64_t size; };
   std::map<std::string, Kind> expected;
   for (const std::string& name : qor_abi::NonVectorExports()) expected[name] = {"FUNC", 0};
-  for (const std::string& name : qor_abi::NonVectorDataExports()) expected[name] = {"OBJECT", 0};
-  for (const qor_abi::Row& row : qor_abi::PresentRows()) {
+  for (const char* name : {"__RegBrngsNew", "__RegBrngs"}) expected[name] = {"OBJECT", 0};
+  for (const Row& row : qor_abi::PresentRows()) {
     const qor_abi::FunctionNames names = qor_abi::NamesOf(row);
-    for (const std::string& stub : names.Stubs()) expected[stub] = {"FUNC", 16};
+    for (const std::string& stub : {names.stub0, names.stub1, names.stub1_ha, names.stub2})
+      expected[stub] = {"FUNC", 16};
     for (const std::string& table : {names.ttab, names.ctab}) expected[table] = {"OBJECT", 24};
   }
-  std::string missing, unexpected;
+  std::string unexpected;
   for (const DynamicSymbol& symbol : Symbols()) {
     if (!symbol.Exported()) continue;
     const auto kind = expected.find(symbol.name);
@@ -44,13 +74,59 @@ TEST(Exports, ExactlyTheOwedNamesEachOfItsKind) {
       EXPECT_EQ(symbol.size, kind->second.size) << symbol.name;
     if (kind->second.size != 0 && symbol.type == "FUNC")
       EXPECT_TRUE(symbol.size > 0 && symbol.size <= 16 && symbol.value % 16 == 0) << symbol.name;
+    expected.erase(kind);
   }
-  const std::set<std::string> exported = qor_abi::ExportedNames(Symbols());
-  for (const auto& [name, kind] : expected)
-    if (!exported.count(name)) missing += "  " + name + "\n";
-  EXPECT_EQ(missing, "") << "expected but not exported";
+  for (const auto& [name, kind] : expected) ADD_FAILURE() << name << " is owed but not exported";
   EXPECT_EQ(unexpected, "")
       << "exported but neither owed by a present row nor in qor_abi::NonVectorExports()";
+}
+
+using Address = const unsigned char*;
+
+Address Must(const std::string& name) {
+  static void* handle = dlopen(QOR_ABI_LIBQOR, RTLD_NOW | RTLD_LOCAL);
+  Address address = handle ? static_cast<Address>(dlsym(handle, name.c_str())) : nullptr;
+  EXPECT_NE(address, nullptr) << name << " is not exported";
+  return address;
+}
+
+// The slot a stub jumps through, or -1 when it is not `jmp *disp32(%rip)` into the table.
+int SlotOfStub(Address stub, Address ttab) {
+  if (stub == nullptr || stub[0] != 0xFF || stub[1] != 0x25) return -1;
+  int32_t displacement;
+  memcpy(&displacement, stub + 2, sizeof displacement);
+  const ptrdiff_t offset = stub + 6 + displacement - ttab;
+  return offset >= 0 && offset < 24 && offset % 8 == 0 ? int(offset / 8) : -1;
+}
+
+// Each stub is one `jmp *disp32(%rip)` through its slot; _ctab values; slots shared as listed.
+TEST(Stubs, JumpsTablesAndSlots) {
+  // The _ctab floats of each group (the nearest to 1, 3, 111.3 and 111.2, 111.3, 111.1), padding.
+  const std::map<std::string, std::vector<float>> ctab_values = {
+      {"CT_ONE", {1, 1, 1, 0, 0, 0}}, {"CT_THREE", {3, 3, 3, 0, 0, 0}},
+      {"CT_EXACT", {111.3f, 111.3f, 111.3f, 0, 0, 0}},
+      {"CT_SCALED", {111.2f, 111.3f, 111.1f, 0, 0, 0}}};
+  for (const Row& row : qor_abi::PresentRows()) {
+    const qor_abi::FunctionNames names = qor_abi::NamesOf(row);
+    SCOPED_TRACE(row.Name());
+    Address ttab = Must(names.ttab), ctab = Must(names.ctab);
+    ASSERT_TRUE(ttab != nullptr && ctab != nullptr);
+    EXPECT_EQ(SlotOfStub(Must(names.stub0), ttab), 0);
+    EXPECT_EQ(SlotOfStub(Must(names.stub1), ttab), 1);
+    EXPECT_EQ(SlotOfStub(Must(names.stub2), ttab), 2);
+    EXPECT_EQ(Must(names.stub1_ha), Must(names.stub1));
+    ASSERT_TRUE(ctab_values.count(row.ctab)) << row.ctab;
+    std::vector<float> values(6);
+    memcpy(values.data(), ctab, 6 * sizeof(float));
+    EXPECT_EQ(values, ctab_values.at(row.ctab));
+    uintptr_t slot[3];
+    memcpy(slot, ttab, sizeof slot);
+    const bool same01 = slot[0] == slot[1], same12 = slot[1] == slot[2];
+    if (row.slots == "SAME") EXPECT_TRUE(same01 && same12);
+    else if (row.slots == "THREE") EXPECT_TRUE(!same01 && !same12 && slot[0] != slot[2]);
+    else if (row.slots == "SHARED02") EXPECT_TRUE(slot[0] == slot[2] && !same01);
+    else ADD_FAILURE() << "unknown slots " << row.slots;
+  }
 }
 
 TEST(Imports, NeededLibrariesAndUndefinedSymbolsAreAllowed) {
@@ -67,8 +143,9 @@ TEST(Imports, NeededLibrariesAndUndefinedSymbolsAreAllowed) {
   }
   ASSERT_TRUE(ok && needed > 0) << "no DT_NEEDED entries read";
 
-  const std::set<std::string> core =
-      qor_abi::ExportedNames(qor_abi::DynamicSymbols(QOR_ABI_LIBQOR_CORE));
+  std::set<std::string> core;
+  for (const DynamicSymbol& symbol : qor_abi::DynamicSymbols(QOR_ABI_LIBQOR_CORE))
+    if (symbol.Exported()) core.insert(symbol.name);
   ASSERT_FALSE(core.empty());
   const std::set<std::string> toolchain_weak = {"_ITM_deregisterTMCloneTable",
                                                 "_ITM_registerTMCloneTable", "__gmon_start__"};

@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "callback_script.h"
 #include "frame/kernel_frame.h"
 #include "gtest/gtest.h"
 #include "qor/tem.h"
@@ -66,35 +67,15 @@ struct BlockDoubling : Doubling<E> {
   }
 };
 
-template <class K>
-void RunVector(int n, const typename K::T* a, typename K::T* r) {
-  tem::Run<kVectorInfo, K>(n, tem::Contiguous<K>{{a}, {r}});
-}
-template <class K>
-void RunLoop(int n, const typename K::T* a, typename K::T* r) {
-  tem::Run<kLoopInfo, K>(n, tem::Contiguous<K>{{a}, {r}});
-}
-template <class K>
-void RunVectorStrided(int n, const typename K::T* a, int inca, typename K::T* r, int incr) {
-  tem::Run<kVectorInfo, K>(n, tem::Strided<K>{{a}, {inca}, {r}, {incr}});
+template <const tem::FunctionInfo& kInfo, class K>
+void Run(int n, const typename K::T* a, typename K::T* r) {
+  tem::Run<kInfo, K>(n, tem::Contiguous<K>{{a}, {r}});
 }
 
 template <class T>
 class VectorWalkTest : public testing::Test {};
 using RealTypes = testing::Types<float, double>;
 TYPED_TEST_SUITE(VectorWalkTest, RealTypes);
-
-// What the frame must produce for one element, and whether the companion sees and reports it.
-template <class T>
-struct Expected { T value; bool companion, reported; };
-
-template <class T>
-Expected<T> Model(T x, bool no_error) {
-  using K = Doubling<T>;
-  if (x < K::kFlagFrom) return {x + x, false, false};
-  if (no_error && !(x < K::kSettleFrom)) return {T(INFINITY), false, false};
-  return {-x, true, !(x < K::kReportFrom)};
-}
 
 template <class T>
 bool SameValue(T x, T y) { return (std::isnan(x) && std::isnan(y)) || x == y; }
@@ -121,17 +102,19 @@ TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
       std::thread([&] {
         _temSetMode(error_field);
         g_companion_inputs.clear();
-        RunVector<Doubling<T>>(n, a, r);
-        if (n < 0) RunLoop<Doubling<T>>(n, a, r);
+        Run<kVectorInfo, Doubling<T>>(n, a, r);
+        if (n < 0) Run<kLoopInfo, Doubling<T>>(n, a, r);
         status = _temGetErrStatus();
         companions = g_companion_inputs;
       }).join();
       bool any_reported = false;
-      for (int i = 0; i < n; ++i) {
-        Expected<T> e = Model(a[i], no_error);
-        EXPECT_TRUE(SameValue(r[i], e.value)) << "n " << n << " i " << i << " a " << a[i];
-        if (e.companion) expected_companions.push_back(a[i]);
-        any_reported |= e.reported;
+      for (int i = 0; i < n; ++i) {  // doubled, or settled to inf, or the companion's -x
+        using K = Doubling<T>;
+        const bool flagged = !(a[i] < K::kFlagFrom), settled = no_error && !(a[i] < K::kSettleFrom);
+        const T expected = !flagged ? a[i] + a[i] : settled ? T(INFINITY) : -a[i];
+        EXPECT_TRUE(SameValue(r[i], expected)) << "n " << n << " i " << i << " a " << a[i];
+        if (flagged && !settled) expected_companions.push_back(a[i]);
+        any_reported |= flagged && !settled && !(a[i] < K::kReportFrom);
       }
       ASSERT_EQ(companions.size(), expected_companions.size()) << "n " << n;
       for (size_t k = 0; k < companions.size(); ++k)
@@ -140,31 +123,6 @@ TYPED_TEST(VectorWalkTest, EveryLengthMatchesTheElementModel) {
     }
   }
   munmap(pages, 4 * page);
-}
-
-// Records the index and Arg1 of each report, sets Res1 to 55 and returns `result`.
-struct Reports { std::vector<int> indices; std::vector<double> args; };
-thread_local Reports g_reports;
-thread_local int g_result;
-
-int RecordingCallback(temErrorContext* c) {
-  g_reports.indices.push_back(c->Index);
-  g_reports.args.push_back(c->Arg1);
-  c->Res1 = 55;
-  return g_result;
-}
-
-// Runs `body` on a fresh thread whose callback records each report.
-template <class F>
-Reports ReportsOf(int result, F body) {
-  Reports reports;
-  std::thread([&] {
-    g_result = result;
-    _temSetErrorCallBack(RecordingCallback);
-    body();
-    reports = g_reports;
-  }).join();
-  return reports;
 }
 
 // Reports in order with element numbers and original args; callback Res1 reaches the store.
@@ -186,14 +144,20 @@ TYPED_TEST(VectorWalkTest, ReportsAndCallbackReplacementsReachTheStore) {
     T* a0 = inc < 0 ? &a[(n - 1) * step] : a.data();  // element i at a0[i * inc]
     T* r0 = c.in_place ? a0 : inc < 0 ? &r[(n - 1) * step] : r.data();
     for (int i = 0; i < n; ++i) a0[i * inc] = c.a[i];
-    const Reports reports = ReportsOf(c.result, [&] {
-      if (c.form == 'v') RunVector<Doubling<T>>(n, a0, r0);
-      if (c.form == 'l') RunLoop<Doubling<T>>(n, a0, r0);
-      if (c.form == 'b') RunLoop<BlockDoubling<T>>(n, a0, r0);
-      if (c.form == 's') RunVectorStrided<Doubling<T>>(n, a0, inc, r0, inc);
+    CallbackScript script;
+    script.result = c.result, script.new_res1 = 55;
+    WithCallback(script, 0, [&] {
+      if (c.form == 'v') Run<kVectorInfo, Doubling<T>>(n, a0, r0);
+      if (c.form == 'l') Run<kLoopInfo, Doubling<T>>(n, a0, r0);
+      if (c.form == 'b') Run<kLoopInfo, BlockDoubling<T>>(n, a0, r0);
+      if (c.form == 's')
+        tem::Run<kVectorInfo, Doubling<T>>(n, tem::Strided<Doubling<T>>{{a0}, {inc}, {r0}, {inc}});
     });
-    ASSERT_EQ(reports.indices, c.indices) << c.form;
-    for (size_t k = 0; k < c.indices.size(); ++k) EXPECT_EQ(reports.args[k], c.a[c.indices[k]]);
+    ASSERT_EQ(script.seen.size(), c.indices.size()) << c.form;
+    for (size_t k = 0; k < c.indices.size(); ++k) {
+      EXPECT_EQ(script.seen[k].Index, c.indices[k]) << c.form << " report " << k;
+      EXPECT_EQ(script.seen[k].Arg1, c.a[c.indices[k]]) << c.form << " report " << k;
+    }
     for (int i = 0; i < n; ++i) EXPECT_EQ(r0[i * inc], c.r[i]) << c.form << " i " << i;
     if (!c.in_place) EXPECT_EQ(std::count(r.begin(), r.end(), T(-77)), n * (step - 1) + 1);
   }
