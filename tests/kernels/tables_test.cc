@@ -21,7 +21,7 @@ using exact::Of;
 using namespace generated;
 
 // hi is 2^(i/N) rounded, lo the rounded rest (the rest divided by hi in the companion's copy);
-// the hyperbolic rows hold 2^(j/16) / 2 and 2^(-j/16) / 2 so.
+// the hyperbolic rows split 2^(j/16) / 2 and 2^(-j/16) / 2 alike.
 TEST(ExpTables, RowsAreTwoToTheFraction) {
   auto expect_split = [](const Big& v, const double* hi_lo, const char* table, int i) {
     EXPECT_EQ(hi_lo[0], v.D()) << table << " " << i;
@@ -96,9 +96,8 @@ TEST(RootTables, RowsAreCubeRoots) {
 // with the low part the rounded rest; after a rounded high part the low part is the rest cut to
 // 24 bits. 2/pi rows: floor(2^(e - 1075 + 192) / (2 pi)) mod 2^192, low word last.
 TEST(TrigTables, RowsAreSinCosAndTheBitsOfTwoOverPi) {
-  mpfr_t pi, v;
-  mpfr_inits2(2400, pi, v, static_cast<mpfr_ptr>(nullptr));
-  mpfr_const_pi(pi, MPFR_RNDN);
+  mpfr_t v, inv_pi;
+  mpfr_inits2(2400, v, inv_pi, static_cast<mpfr_ptr>(nullptr));
   for (int j = 0; j < 512; ++j) {
     const double* row = kSinTable[j];
     for (int k = 0; k < 2; ++k) {
@@ -115,17 +114,18 @@ TEST(TrigTables, RowsAreSinCosAndTheBitsOfTwoOverPi) {
     }
   }
   mpfr_set_prec(v, 2400);
-  mpfr_ui_div(pi, 1, pi, MPFR_RNDN);
+  mpfr_const_pi(inv_pi, MPFR_RNDN);
+  mpfr_ui_div(inv_pi, 1, inv_pi, MPFR_RNDN);
   mpz_t z;
   mpz_init(z);
   for (int e = 0; e < 2048; ++e) {
-    mpfr_mul_2si(v, pi, e - 1075 + 192 - 1, MPFR_RNDN);
+    mpfr_mul_2si(v, inv_pi, e - 1075 + 192 - 1, MPFR_RNDN);
     mpfr_get_z(z, v, MPFR_RNDD);
     for (int k = 0; k < 3; ++k)
       EXPECT_EQ(uint64_t(mpz_getlimbn(z, 2 - k)), kTwoOverPiRows[e][k]) << e << " " << k;
   }
   mpz_clear(z);
-  mpfr_clears(pi, v, static_cast<mpfr_ptr>(nullptr));
+  mpfr_clears(v, inv_pi, static_cast<mpfr_ptr>(nullptr));
   EXPECT_EQ(exact::Bits(kPiOver256Parts[0]), 0x3F8921FB54400000u);
   EXPECT_EQ(exact::Bits(kTwoPiHigh), 0x401921FB54000000u);
   EXPECT_EQ(kTwoPi, 6.283185307179586);
