@@ -39,7 +39,8 @@ TEST(AllocateTest, AlignmentSizeZeroAndBadRequests) {
   EXPECT_EQ(qor_serv_allocate(SIZE_MAX - 4096, 8), nullptr);
 }
 
-// The destination starts as 16 dots; cleared bytes are '\0' in the expected buffers.
+// One row per path (a copy that fits, exactly, of nothing, one too long, null source or
+// destination); the destination starts as 16 dots, cleared bytes are '\0' in the expected ones.
 TEST(MemcpySTest, CodeAndDestination) {
   const char kSource[] = "ABCDEFGHIJKLMNOP";
   const struct {
@@ -49,12 +50,11 @@ TEST(MemcpySTest, CodeAndDestination) {
     const char* dest;
   } cases[] = {
       {false, false, 8, 5, 0, "ABCDE..........."},  {false, false, 8, 8, 0, "ABCDEFGH........"},
-      {false, false, 8, 0, 0, "................"},  {false, false, 16, 16, 0, "ABCDEFGHIJKLMNOP"},
+      {false, false, 8, 0, 0, "................"},
       {false, false, 8, 9, 34, "\0\0\0\0\0\0\0\0........"},
-      {false, false, 4, 16, 34, "\0\0\0\0............"},
       {false, true, 6, 3, 22, "\0\0\0\0\0\0.........."},
       {false, true, 6, 0, 22, "\0\0\0\0\0\0.........."},
-      {true, false, 8, 3, 22, "................"},  {true, true, 8, 3, 22, "................"}};
+      {true, true, 8, 3, 22, "................"}};
   for (const auto& c : cases) {
     char dest[16];
     memset(dest, '.', 16);

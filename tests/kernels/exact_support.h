@@ -1,5 +1,5 @@
-// Helpers of the exact-function tests: bit images, the sample sizes of the default run and
-// of the full sweep (QOR_EXACT_SWEEP=1), and sampled inputs that hit the edges of every binade.
+// Helpers of the kernel tests: bit images, the sample sizes of the default run and of the full
+// sweep (QOR_EXACT_SWEEP=1), sampled inputs that hit the edges of every binade, MPFR values.
 #ifndef QOR_TESTS_KERNELS_EXACT_SUPPORT_H_
 #define QOR_TESTS_KERNELS_EXACT_SUPPORT_H_
 
@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <random>
 #include <vector>
+
+#include "tools/mpfr_number.h"
 
 namespace exact {
 
@@ -76,6 +78,13 @@ std::vector<T> SampledValues(size_t count, uint64_t seed) {
     v[i] = FromBits<T>(bits);
   }
   return v;
+}
+
+// f(x) in MPFR.
+inline Big Of(int (*f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t), const Big& x) {
+  Big r;
+  f(r.get(), x.get(), MPFR_RNDN);
+  return r;
 }
 
 }  // namespace exact

@@ -1,6 +1,6 @@
-// The rounding functions against the C library, bit for bit, in all four rounding directions
-// for the loop form (contiguous), and to nearest for the strided vector form. The default run
-// samples; QOR_EXACT_SWEEP=1 runs every float and 10^8 doubles.
+// The rounding functions, Modf and Frac against the C library, bit for bit, in all four rounding
+// directions for the loop form (contiguous), and to nearest for the strided vector form. The
+// default run samples; QOR_EXACT_SWEEP=1 runs every float and 10^8 doubles.
 #include <fenv.h>
 
 #include <algorithm>
@@ -23,34 +23,50 @@ using Strided = void (*)(int, const T*, int, T*, int);
 template <class T>
 struct Row { const char* name; Contiguous<T> f; Strided<T> fi; T (*reference)(T); };
 
-#define QOR_ROW(t, stem, libm) {#stem, _tem##t##stem, _tem##t##stem##I, libm}
-#define QOR_ROWS(t, x)                                                                  \
-  QOR_ROW(t, Ceil, ceil##x), QOR_ROW(t, Floor, floor##x), QOR_ROW(t, Trunc, trunc##x), \
-      QOR_ROW(t, Round, round##x), QOR_ROW(t, Rint, rint##x), QOR_ROW(t, NearbyInt, nearbyint##x)
-const Row<float> kSingleRows[] = {QOR_ROWS(s, f)};
-const Row<double> kDoubleRows[] = {QOR_ROWS(d, )};
-
-template <class T>
-const auto& Rows() {
-  if constexpr (sizeof(T) == 4) return kSingleRows;
-  else return kDoubleRows;
+// Result k of Modf (0: the integral part, 1: the fraction), the other one to a scratch array.
+template <class T, auto F, int k>
+void ModfResult(int n, const T* a, T* r) {
+  std::vector<T> other(n);
+  k == 0 ? F(n, a, r, other.data()) : F(n, a, other.data(), r);
 }
+template <class T, auto F, int k>
+void ModfResultStrided(int n, const T* a, int inca, T* r, int incr) {
+  std::vector<T> other(n);
+  k == 0 ? F(n, a, inca, r, incr, other.data(), 1) : F(n, a, inca, other.data(), 1, r, incr);
+}
+// The fraction with the sign of x, +-0 for infinities.
+template <class T>
+T Fraction(T x) { T whole; return std::modf(x, &whole); }
+
+#define QOR_ROW(t, stem, libm) {#stem, _tem##t##stem, _tem##t##stem##I, libm}
+#define QOR_ROWS(t, T, x)                                                                  \
+  QOR_ROW(t, Ceil, ceil##x), QOR_ROW(t, Floor, floor##x), QOR_ROW(t, Trunc, trunc##x),    \
+      QOR_ROW(t, Round, round##x), QOR_ROW(t, Rint, rint##x),                             \
+      QOR_ROW(t, NearbyInt, nearbyint##x), QOR_ROW(t, Frac, Fraction<T>),                 \
+      {"Modf", ModfResult<T, _tem##t##Modf, 0>, ModfResultStrided<T, _tem##t##ModfI, 0>,  \
+       trunc##x},                                                                          \
+      {"Modf_fraction", ModfResult<T, _tem##t##Modf, 1>,                                  \
+       ModfResultStrided<T, _tem##t##ModfI, 1>, Fraction<T>}
+const Row<float> kSingleRows[] = {QOR_ROWS(s, float, f)};
+const Row<double> kDoubleRows[] = {QOR_ROWS(d, double, )};
 
 const int kDirections[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
 
-// Every row and direction: the contiguous call against the C library under the same direction,
-// and the strided call (the vector form) against it to nearest, writing nothing between its
-// results; returns the number of mismatches (the first five are shown).
-template <class T>
-long CheckAllDirections(const std::vector<T>& x) {
+// Every row and direction: the contiguous call, and the strided one at unit strides (which goes
+// to the loop form), against the C library under the same direction; the strided call at other
+// strides (the vector form) against it to nearest, writing nothing between its results. Returns
+// the number of mismatches (the first five are shown).
+template <class T, size_t kRows>
+long CheckAllDirections(const Row<T> (&rows)[kRows], const std::vector<T>& x) {
   long bad = 0;
   const int n = static_cast<int>(x.size());
-  std::vector<T> r(n), rs(2 * n, T(7)), want(n), nearest(n);
-  for (const Row<T>& row : Rows<T>()) {
+  std::vector<T> r(n), ru(n), rs(2 * n, T(7)), want(n), nearest(n);
+  for (const Row<T>& row : rows) {
     for (int i = 0; i < n; ++i) nearest[i] = row.reference(x[i]);
     for (int direction : kDirections) {
       fesetround(direction);
       row.f(n, x.data(), r.data());
+      row.fi(n, x.data(), 1, ru.data(), 1);
       row.fi(n, x.data() + n - 1, -1, rs.data(), 2);
       for (int i = 0; i < n; ++i) want[i] = row.reference(x[i]);
       const int after = fegetround();
@@ -58,10 +74,12 @@ long CheckAllDirections(const std::vector<T>& x) {
       EXPECT_EQ(after, direction) << row.name << ": the caller's direction must come back";
       for (int i = 0; i < n; ++i) {
         const T strided = rs[2 * (n - 1 - i)];
-        if (!(Same(r[i], want[i]) && Same(strided, nearest[i]) && rs[2 * i + 1] == T(7)) &&
+        if (!(Same(r[i], want[i]) && Same(ru[i], want[i]) && Same(strided, nearest[i]) &&
+              rs[2 * i + 1] == T(7)) &&
             ++bad <= 5)
           ADD_FAILURE() << row.name << " direction " << direction << " x=" << std::hexfloat << x[i]
-                        << " got " << r[i] << ", strided " << strided << " want " << want[i];
+                        << " got " << r[i] << ", " << ru[i] << ", strided " << strided
+                        << " want " << want[i];
       }
     }
   }
@@ -71,60 +89,20 @@ long CheckAllDirections(const std::vector<T>& x) {
 // Binade edges and halves; every 4099th float bit pattern and 200000 sampled doubles (the
 // sweep: every float and 10^8 doubles), in chunks.
 TEST(RoundingTest, EdgesAndSamplesInEveryDirection) {
-  long bad = CheckAllDirections(exact::EdgeValues<float>());
-  bad += CheckAllDirections(exact::EdgeValues<double>());
+  long bad = CheckAllDirections(kSingleRows, exact::EdgeValues<float>());
+  bad += CheckAllDirections(kDoubleRows, exact::EdgeValues<double>());
   const uint64_t step = exact::FullSweep() ? 1 : 4099, chunk = 1 << 22, end = uint64_t{1} << 32;
   for (uint64_t start = 0; start < end; start += chunk * step) {
     std::vector<float> x;
     for (uint64_t b = start; b < std::min(start + chunk * step, end); b += step)
       x.push_back(exact::FromBits<float>(static_cast<uint32_t>(b)));
-    bad += CheckAllDirections(x);
+    bad += CheckAllDirections(kSingleRows, x);
   }
   const size_t total = exact::FullSweep() ? 100000000 : 200000;
   for (size_t done = 0; done < total; done += chunk)
-    bad += CheckAllDirections(exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
+    bad += CheckAllDirections(
+        kDoubleRows, exact::SampledValues<double>(std::min(chunk, total - done), done + 1));
   EXPECT_EQ(bad, 0);
-}
-
-// Unit strides go to the contiguous loop form, which rounds in the caller's direction.
-TEST(RoundingTest, UnitStridesRoundInTheCallersDirection) {
-  const double half[2] = {2.5, -2.5};
-  double r[2];
-  fesetround(FE_UPWARD);
-  _temdRintI(2, half, 1, r, 1);
-  fesetround(FE_TONEAREST);
-  EXPECT_EQ(r[0], 3.0);
-  EXPECT_EQ(r[1], -2.0);
-}
-
-// Modf and Frac against modf: the integral part, and the fraction with the sign of x (+-0 for
-// infinities).
-template <class T>
-void CheckSplits(void (*modf_entry)(int, const T*, T*, T*),
-                 void (*modf_strided)(int, const T*, int, T*, int, T*, int), Contiguous<T> frac,
-                 Strided<T> frac_strided) {
-  std::vector<T> x = exact::EdgeValues<T>();
-  const std::vector<T> more = exact::SampledValues<T>(100000, 7);
-  x.insert(x.end(), more.begin(), more.end());
-  const int n = static_cast<int>(x.size());
-  std::vector<T> whole(n), part(n), f(n), whole2(2 * n), part2(n), f2(3 * n);
-  modf_entry(n, x.data(), whole.data(), part.data());
-  modf_strided(n, x.data(), 1, whole2.data(), 2, part2.data(), 1);
-  frac(n, x.data(), f.data());
-  frac_strided(n, x.data(), 1, f2.data(), 3);
-  for (int i = 0; i < n; ++i) {
-    T want_whole;
-    const T want_part = std::modf(x[i], &want_whole);
-    ASSERT_TRUE(Same(whole[i], want_whole) && Same(whole2[2 * i], want_whole)) << x[i];
-    ASSERT_TRUE(Same(part[i], want_part) && Same(part2[i], want_part) && Same(f[i], want_part) &&
-                Same(f2[3 * i], want_part))
-        << std::hexfloat << x[i];
-  }
-}
-
-TEST(RoundingTest, ModfAndFracSplitLikeModf) {
-  CheckSplits<float>(_temsModf, _temsModfI, _temsFrac, _temsFracI);
-  CheckSplits<double>(_temdModf, _temdModfI, _temdFrac, _temdFracI);
 }
 
 }  // namespace

@@ -1,15 +1,13 @@
-// Fmax, Fmin, MaxMag, MinMag, Fdim, CopySign and NextAfter over all pairs of special values and
-// sampled pairs, contiguous and strided, against the rules written out in plain scalar code
-// (and the C library's fdim, copysign and nextafter); NextAfter's statuses: special values.
+// Fmax, Fmin, MaxMag, MinMag, Fdim, CopySign, NextAfter and Abs over all pairs of special values
+// and sampled pairs, contiguous and strided, against the rules written out in plain scalar code
+// (and the C library's fdim, copysign, nextafter and fabs); NextAfter's statuses: special values.
 #include <cmath>
 #include <limits>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "gtest/gtest.h"
-#include "qor/tem.h"
-#include "tests/kernels/exact_support.h"
+#include "tests/kernels/special_cases.h"
 
 namespace {
 
@@ -39,7 +37,9 @@ struct Row {
       QOR_ROW(t, T, MaxMag, Select(a, b, std::fabs(a), std::fabs(b), true)),              \
       QOR_ROW(t, T, MinMag, Select(a, b, std::fabs(a), std::fabs(b), false)),             \
       QOR_ROW(t, T, Fdim, std::fdim(a, b)), QOR_ROW(t, T, CopySign, std::copysign(a, b)), \
-      QOR_ROW(t, T, NextAfter, static_cast<T>(std::nextafter(a, b)))
+      QOR_ROW(t, T, NextAfter, static_cast<T>(std::nextafter(a, b))),                    \
+      {"Abs", special_cases::IgnoreB<T, _tem##t##Abs>,                                     \
+       special_cases::IgnoreBStrided<T, _tem##t##AbsI>, [](T a, T) { return std::fabs(a); }}
 const Row<float> kSingleRows[] = {QOR_ROWS(s, float)};
 const Row<double> kDoubleRows[] = {QOR_ROWS(d, double)};
 
@@ -64,14 +64,17 @@ void CheckPairs(const Row<T> (&rows)[kRows]) {
     std::vector<T> r(n), rs(2 * n);
     row.contiguous(n, a.data(), b.data(), r.data());
     row.strided(n, a.data() + n - 1, -1, b.data() + n - 1, -1, rs.data(), 2);
+    // CopySign and Abs move bits only: a NaN keeps its payload, a signalling one stays so.
+    const bool bits_only = std::string(row.name) == "CopySign" || std::string(row.name) == "Abs";
     for (int i = 0; i < n; ++i) {
       const T want = row.want(a[i], b[i]);
       ASSERT_TRUE(Same(r[i], want)) << row.name << std::hexfloat << " " << a[i] << " " << b[i]
                                     << " got " << r[i] << " want " << want;
       const int j = n - 1 - i;
       ASSERT_TRUE(Same(rs[2 * i], row.want(a[j], b[j]))) << row.name << " strided " << j;
-      // CopySign moves bits only, so a signalling NaN stays signalling there.
-      if (std::isnan(want) && std::string(row.name) != "CopySign") {
+      if (bits_only) {
+        ASSERT_EQ(exact::Bits(r[i]), exact::Bits(want)) << row.name << std::hexfloat << " " << a[i];
+      } else if (std::isnan(want)) {
         ASSERT_TRUE(exact::Bits(r[i]) &
                     (exact::Bits(T(L::quiet_NaN())) & ~exact::Bits(T(L::infinity()))))
             << row.name << ": NaN results are quiet " << std::hexfloat << a[i] << " " << b[i];

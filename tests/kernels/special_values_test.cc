@@ -37,12 +37,11 @@ TEST(SpecialValues, FunctionsOfOneInput) {
       {"d", "Cosh", {{-711.0, kInf, kOver}, {710.0, 1.1169973830808555e+308}}},
       {"s", "Cosh", {{89.41, 0x1.fcf23p+127}, {89.5, kInf, kOver}}},
       {"sd", "Tanh", {{20.0, 1.0}, {-kInf, -1.0}}},
+      // Log2 and Log10 share Ln's flags and special cases.
       {"sd", "Ln", {{kNaN, kNaN}, {kInf, kInf}, {-kInf, kNaN, kDom}, {0.0, -kInf, kSing},
           {-0.0, -kInf, kSing}, {-1.0, kNaN, kDom}, {1.0, 0.0}}},
       // The largest subnormal takes the companion.
       {"d", "Ln", {{0x1p-1022 - 0x1p-1074, -708.39641853226408}}},
-      {"sd", "Log2", {{0.0, -kInf, kSing}, {-3.0, kNaN, kDom}, {-kInf, kNaN, kDom}}},
-      {"sd", "Log10", {{-0.0, -kInf, kSing}}},
       {"sd", "Log1p", {{-1.0, -kInf, kSing}, {-2.0, kNaN, kDom}, {-kInf, kNaN, kDom}, {kInf, kInf},
           {kNaN, kNaN}}},
       {"sd", "Logb", {{0.0, -kInf, kDom}, {-0.0, -kInf, kDom}, {-kInf, kInf}, {kNaN, kNaN}}},
@@ -81,10 +80,12 @@ TEST(SpecialValues, PowAndPowx) {
   }
 }
 
-// An infinity gives NaN with status 1, reported once per element by SinCos too.
+// An infinity gives NaN with status 1, reported once per element by SinCos too; 1e22, far past
+// the medium reduction, is reduced exactly.
 TEST(SpecialValues, Trigonometric) {
   for (const char* stem : {"Sin", "Cos", "SinCos_sin", "SinCos_cos", "Tan"})
     RunCases<Unary>({{"sd", stem, {{kInf, kNaN, kDom}, {-kInf, kNaN, kDom}, {kNaN, kNaN}}}});
+  RunCases<Unary>({{"d", "Sin", {{1e22, -0.8522008497671888}}}});
 }
 
 TEST(SpecialValues, FunctionsOfTwoInputs) {
@@ -126,13 +127,13 @@ TEST(SpecialValues, FunctionsOfTwoInputs) {
 }
 
 // Inv and Div store the hardware quotient and report a divisor of +-0, whatever the dividend;
-// the other operations give the hardware result and report nothing, an overflow included.
+// the other operations give the hardware result and report nothing, an overflow included (Abs:
+// the selection test).
 TEST(SpecialValues, Arithmetic) {
   RunCases<Unary>({
       {"sd", "Inv", {{-0.0, -kInf, kSing}, {0.0, kInf, kSing}, {kInf, 0.0}, {kNaN, kNaN},
           {4, 0.25}}},
       {"sd", "Sqr", {{-3, 9}}},
-      {"sd", "Abs", {{-1.5, 1.5}}},
   });
   RunCases<Binary>({
       {"sd", "Div", {{1, -0.0, -kInf, kSing}, {0, 0, kNaN, kSing}, {kNaN, 0, kNaN, kSing},

@@ -1,0 +1,134 @@
+// Results pinned bit for bit: square roots of squares, the symmetries of Sin, Cos and ErfInv,
+// SinCos against Sin and Cos, Powx against Pow; ErfInv's tiny arguments and Pow's companion
+// against MPFR.
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "tests/kernels/special_cases.h"
+#include "tools/mpfr_erfinv.h"
+
+namespace {
+
+using exact::Same;
+using special_cases::kInf;
+using special_cases::kNaN;
+
+TEST(ExactResults, SquareRootsOfSquares) {
+  for (int e : {-40, -1060, 1010}) {
+    std::vector<double> squares, roots(64);
+    for (int k = 1; k <= 64; ++k) squares.push_back(std::ldexp(double(k) * k, e));
+    _temdSqrt(64, squares.data(), roots.data());
+    for (int k = 1; k <= 64; ++k) EXPECT_EQ(roots[k - 1], std::ldexp(k, e / 2)) << k << " " << e;
+  }
+}
+
+// Cos is even and Sin odd bit for bit, and SinCos gives what Sin and Cos give.
+template <class T>
+void CheckTrig(void (*sin)(int, const T*, T*), void (*cos)(int, const T*, T*),
+               void (*sincos)(int, const T*, T*, T*)) {
+  std::vector<T> x;
+  for (double v = 1e-5; v < 1e30; v *= 1.37) x.push_back(T(v)), x.push_back(T(-v));
+  const int n = static_cast<int>(x.size());
+  std::vector<T> s(n), c(n), s2(n), c2(n);
+  sin(n, x.data(), s.data());
+  cos(n, x.data(), c.data());
+  sincos(n, x.data(), s2.data(), c2.data());
+  for (int i = 0; i < n; ++i) {
+    if (i % 2) EXPECT_TRUE(Same(s[i], T(-s[i - 1])) && Same(c[i], c[i - 1])) << x[i];
+    EXPECT_TRUE(Same(s2[i], s[i]) && Same(c2[i], c[i])) << x[i];
+  }
+}
+
+TEST(ExactResults, TrigSymmetryAndSinCosAgreement) {
+  CheckTrig<float>(_temsSin, _temsCos, _temsSinCos);
+  CheckTrig<double>(_temdSin, _temdCos, _temdSinCos);
+}
+
+// erfinv(-x) == -erfinv(x) bit for bit, on random magnitudes of every size in (0, 1).
+template <class T>
+void CheckOdd(void (*kernel)(int, const T*, T*), int exponents) {
+  constexpr int kN = 1 << 16;
+  std::mt19937_64 engine(7);
+  std::vector<T> x(kN), minus(kN), r(kN), rm(kN);
+  for (int i = 0; i < kN; ++i) {
+    const double m = std::uniform_real_distribution<double>(0.5, 1.0)(engine);
+    x[i] = static_cast<T>(1.0 - std::ldexp(m, -static_cast<int>(engine() % exponents)));
+    if (i % 3 == 0) x[i] = static_cast<T>(std::ldexp(m, -static_cast<int>(engine() % 200)));
+    minus[i] = -x[i];
+  }
+  kernel(kN, x.data(), r.data());
+  kernel(kN, minus.data(), rm.data());
+  for (int i = 0; i < kN; ++i) ASSERT_EQ(exact::Bits(rm[i]), exact::Bits(T(-r[i]))) << x[i];
+}
+
+TEST(ExactResults, ErfInvIsOddBitForBit) {
+  CheckOdd<double>(_temdErfInv, 53);
+  CheckOdd<float>(_temsErfInv, 24);
+}
+
+// Below about 2^-53 the result is x sqrt(pi)/2 by the companion, rounded once onto the subnormal
+// grid, up to the smallest normal where the sum carries into the exponent.
+template <class T>
+void CheckTinyArguments(void (*erfinv)(int, const T*, T*), std::vector<T> a) {
+  std::vector<T> r(a.size());
+  erfinv(static_cast<int>(a.size()), a.data(), r.data());
+  for (size_t i = 0; i < a.size(); ++i) {
+    const Big exact = exact::Of(erfinv_reference::MpfrErfInv, Big(a[i]));
+    EXPECT_EQ(r[i], sizeof(T) == 4 ? exact.F() : exact.D()) << std::hexfloat << a[i];
+  }
+}
+
+TEST(ExactResults, ErfInvOfTinyArgumentsRoundsOnce) {
+  std::vector<double> a = {5e-324, -5e-324, 1e-320, 0x1p-1060, -0x1p-1050, 0x1p-1022,
+                           0x1p-300, 0x1p-54};
+  const double edge = 0x1p-1022 / 0.886226925452758;
+  for (int k = -300; k <= 300; ++k) a.push_back(edge + k * 0x1p-1074);
+  CheckTinyArguments<double>(_temdErfInv, a);
+  CheckTinyArguments<float>(_temsErfInv, {1e-45f, -1e-45f, 1e-40f, 0x1p-126f, 0x1p-30f, 0x1p-24f,
+                                          0x1.000002p-24f});
+}
+
+// Inputs that reach Pow's companion: x near 1 with a large y, subnormal x, and results beyond
+// the block's range up to the overflow bound and down into the subnormals. Each lies within
+// 0.51 ulp of the exact power (the subnormal ulp below 2^-1022).
+TEST(ExactResults, PowCompanionIsCloseToTheExactPower) {
+  const double near_one = 1.0 + 0x1p-40, below_one = 1.0 - 0x1p-45;
+  const double cases[][2] = {
+      {near_one, 1023.5 / std::log2(near_one)},   {near_one, -1050.25 / std::log2(near_one)},
+      {below_one, 1000.75 / std::log2(below_one)}, {below_one, -1073.2 / std::log2(below_one)},
+      {3 * 0x1p-1074, 0.75}, {0x1.234p-1030, -0.9}, {0x1.fffffffffffffp-1, -0x1p62},
+      {0.5, 1074.4},         {2.0, -1022.5},        {10.0, 307.9},  {10.0, -320.3},
+      {1.5, 1750.0},         {-3.0, 645.0},         {-3.0, -677.0}, {0x1.8p+1023, 1.0}};
+  for (const auto& c : cases) {
+    double r;
+    _temdPow(1, &c[0], &c[1], &r);
+    Big exact;
+    mpfr_pow(exact.get(), Big(c[0]).get(), Big(c[1]).get(), MPFR_RNDN);
+    const double rounded = exact.D();
+    const double ulp =
+        std::fabs(rounded) < 0x1p-1022 ? 0x1p-1074 : std::ldexp(1.0, std::ilogb(rounded) - 52);
+    EXPECT_LT(std::fabs((exact - Big(r)).D()) / ulp, 0.51) << c[0] << "^" << c[1];
+  }
+}
+
+// Powx gives Pow's results bit for bit, block and tail alike, for special values too, on its
+// general path and in its loops for the exponents 0, 1 and 2.
+TEST(ExactResults, PowxIsPowWithAFixedExponent) {
+  std::mt19937_64 random(7);
+  std::uniform_real_distribution<double> base(-3.0, 40.0);
+  std::vector<double> x(1001), r(1001), expected(1001);
+  for (double& v : x) v = base(random);
+  const double specials[] = {0.0, -0.0, 1.0, -1.0, 0.5, -0.5, -8.0, kInf, -kInf, kNaN, 0x1p-1074};
+  std::copy(std::begin(specials), std::end(specials), x.begin() + 500);
+  for (double b : {3.0, -2.5, 0.3, 100.0, -0.0, 1.5000000000000002, 0.0, 1.0, 2.0, -3.0, 0.25,
+                   kInf, -kInf, kNaN}) {
+    const std::vector<double> y(x.size(), b);
+    _temdPow(1001, x.data(), y.data(), expected.data());
+    _temdPowx(1001, x.data(), b, r.data());
+    for (size_t i = 0; i < x.size(); ++i)
+      EXPECT_TRUE(Same(r[i], expected[i])) << x[i] << "^" << b;
+  }
+}
+
+}  // namespace
