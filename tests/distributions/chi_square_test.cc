@@ -23,7 +23,7 @@ TYPED_TEST_SUITE(ChiSquareTest, RealTypes);
 TYPED_TEST(ChiSquareTest, RoutesAreTheGeneratorsTheyUseAndTheProductsFit) {
   using T = TypeParam;
   const int n = 1500;
-  for (const int v : {1, 3, 5, 17, 18}) {
+  for (const int v : {1, 3, 5, 18}) {
     TestStream s1, s2;
     std::vector<T> got(n), expect(n, T(0)), z(n * v);
     ASSERT_EQ(Draw(s1, n, got.data(), v), ROF_STATUS_OK);

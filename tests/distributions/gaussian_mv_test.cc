@@ -28,16 +28,12 @@ struct Factor {
   // Full: L' in the upper triangle (lower NaN); packed: L by columns; diagonal: L's diagonal.
   template <class T>
   std::vector<T> Storage(int storage) const {
-    std::vector<T> t;
-    if (storage == ROF_MATRIX_FULL) {
-      t.assign(size_t(d) * d, std::numeric_limits<T>::quiet_NaN());
-      for (int i = 0; i < d; ++i)
-        for (int k = 0; k <= i; ++k) t[k + i * d] = T((*this)(i, k));
-    } else {
-      for (int k = 0; k < d; ++k)
-        for (int i = k; i < (storage == ROF_MATRIX_PACKED ? d : k + 1); ++i)
-          t.push_back(T((*this)(i, k)));
-    }
+    const bool full = storage == ROF_MATRIX_FULL;
+    std::vector<T> t(full ? size_t(d) * d : 0, std::numeric_limits<T>::quiet_NaN());
+    for (int k = 0; k < d; ++k)
+      for (int i = k; i < d; ++i)
+        if (full) t[k + i * d] = T((*this)(i, k));
+        else if (storage == ROF_MATRIX_PACKED || i == k) t.push_back(T((*this)(i, k)));
     return t;
   }
 };
@@ -53,7 +49,7 @@ TYPED_TEST(GaussianMVTest, VectorsAreTheFactorTimesTheGaussianNormals) {
   const int n = 150, method = ROF_GAUSSIAN_ICDF;
   const double eps = std::numeric_limits<T>::epsilon();
   for (int storage : {int(ROF_MATRIX_FULL), int(ROF_MATRIX_PACKED), int(ROF_MATRIX_DIAGONAL), 3})
-    for (int d : {2, 11, 37}) {
+    for (int d : {2, 11}) {
       SCOPED_TRACE(testing::Message() << "storage " << storage << " dimen " << d);
       const Factor factor{d};
       const std::vector<T> t = factor.Storage<T>(storage);
