@@ -6,46 +6,27 @@
 
 namespace dist_test {
 namespace {
-double NextUniform() {
-  Script& s = CurrentScript();
-  const double u = s.uniforms[s.position];
-  s.position = (s.position + 1) % s.uniforms.size();
-  ++s.drawn;
-  return u;
-}
-
 template <class T>
 int ScriptedNumbers(void*, int n, T r[], T a, T b) {
-  ++CurrentScript().calls;
-  if (CurrentScript().status < 0) return CurrentScript().status;
-  for (int i = 0; i < n; ++i) r[i] = static_cast<T>(a + (b - a) * NextUniform());
-  return ROF_STATUS_OK;
-}
-
-int ScriptedWords(void*, int n, void* r) {
-  ++CurrentScript().calls;
-  if (CurrentScript().status < 0) return CurrentScript().status;
-  for (int i = 0; i < n; ++i) static_cast<uint32_t*>(r)[i] = static_cast<uint32_t>(NextUniform());
+  Script& s = CurrentScript();
+  ++s.calls;
+  if (s.status < 0) return s.status;
+  for (int i = 0; i < n; ++i, ++s.drawn, s.position = (s.position + 1) % s.uniforms.size())
+    r[i] = static_cast<T>(a + (b - a) * s.uniforms[s.position]);
   return ROF_STATUS_OK;
 }
 
 int ScriptedBrng() {
   static const int family = [] {
-    rofBrngProperties row = __RegBrngsNew[0];  // MCG31M1's state and initStream
+    rofBrngProperties row = __RegBrngsNew[0];  // MCG31M1's state, initStream and words
     row.sBrng = ScriptedNumbers<float>;
     row.dBrng = ScriptedNumbers<double>;
-    row.iBrng = ScriptedWords;
     return __rofRegisterBrng(&row);
   }();
   return family;
 }
 
 }  // namespace
-
-TestStream::TestStream(int brng, uint32_t seed) {
-  EXPECT_EQ(__rofNewStreamEx(&stream_, brng, 1, &seed), ROF_STATUS_OK);
-}
-TestStream::~TestStream() { __rofDeleteStream(&stream_); }
 
 double KolmogorovSmirnovPValue(std::vector<double> sample,
                                const std::function<double(double)>& cdf) {

@@ -19,19 +19,27 @@ template <class T>
 class GammaTest : public ::testing::Test {};
 TYPED_TEST_SUITE(GammaTest, RealTypes);
 
-// Two-branch, Weibull (from its floor) and Marsaglia-Tsang each fit the distribution.
-TYPED_TEST(GammaTest, EachRegimeFitsTheGammaDistribution) {
+// Two-branch, Weibull (from its floor), exponential and Marsaglia-Tsang each fit the
+// distribution, clamp at a in the accurate form (negative scale), and return a failing
+// stream's status with the frame restored.
+TYPED_TEST(GammaTest, EachRegimeFitsClampsAndFails) {
   using T = TypeParam;
   const struct {
     double alpha, a, beta;
     bool heavy;  // drawn kDraws times in the default run too
-  } cases[] = {{0.3, 0, 2, false}, {0.6, -1, 1, false}, {2.5, 0.5, 2, true}};
+  } cases[] = {{0.3, 0, 2, false}, {0.6, -1, 1, false}, {1, 0, 1, false}, {2.5, 0.5, 2, true}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "alpha " << c.alpha);
+    const T alpha = T(c.alpha);
     TestStream s(ROF_BRNG_MT19937, 2024);
     std::vector<T> r(DrawsFor<T>(c.heavy));
-    ASSERT_EQ(Draw(0, s, int(r.size()), r.data(), T(c.alpha), T(c.a), T(c.beta)), ROF_STATUS_OK);
+    ASSERT_EQ(Draw(0, s, int(r.size()), r.data(), alpha, T(c.a), T(c.beta)), ROF_STATUS_OK);
     ExpectFit(r, [&](double x) { return gsl_cdf_gamma_P((x - c.a) / c.beta, c.alpha, 1); });
+    ASSERT_EQ(Draw(ROF_ACCURATE_BIT, s, 16, r.data(), alpha, T(2), T(-1)), ROF_STATUS_OK);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(r[i], T(2)) << i;
+    ExpectFailureAndFrame<T>([alpha](void* s, int n, T* r) {
+      return Draw(0, s, n, r, alpha, T(0), T(1));
+    });
   }
 }
 
@@ -83,18 +91,4 @@ TYPED_TEST(GammaTest, ChunkAllocationFailureGeneratesNothing) {
   EXPECT_EQ(Uniforms<T>(s, 2, 0, 1), Uniforms<T>(twin, 2, 0, 1));
 }
 
-// Failure returned and frame restored in every regime; the accurate bit clamps at a.
-TYPED_TEST(GammaTest, FrameStatusesAndTheAccurateClamp) {
-  using T = TypeParam;
-  for (const T alpha : {T(0.3), T(0.7), T(1), T(2.5)}) {
-    SCOPED_TRACE(alpha);
-    ExpectFailureAndFrame<T>([alpha](void* s, int n, T* r) {
-      return Draw(0, s, n, r, alpha, T(0), T(1));
-    });
-    TestStream s;
-    T r[16];
-    ASSERT_EQ(Draw(ROF_ACCURATE_BIT, s, 16, r, alpha, T(2), T(-1)), ROF_STATUS_OK);
-    for (T x : r) EXPECT_EQ(x, T(2));
-  }
-}
 }  // namespace

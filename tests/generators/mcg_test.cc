@@ -1,10 +1,9 @@
-// MCG31M1 and MCG59: seed * a^i mod m in all forms, seeding, leapfrog, skip-ahead, refusals.
+// MCG31M1 and MCG59: seed * a^i mod m in all forms and counts, seeding, leapfrog, skip-ahead.
 #include <stdint.h>
 
 #include <vector>
 
-#include "gtest/gtest.h"
-#include "qor/rof.h"
+#include "tests/generators/test_stream.h"
 
 namespace {
 // The one-at-a-time definition of each generator, in the test's own arithmetic.
@@ -44,48 +43,35 @@ double Double(typename G::Word x, double a, double b) {
 }
 
 template <class G>
-const rofBrngProperties& Row() {
-  return __RegBrngsNew[(G::kBrng >> 20) - 1];
-}
-template <class G>
-void* New(uint32_t seed) {
-  void* stream = nullptr;
-  EXPECT_EQ(__rofNewStreamEx(&stream, G::kBrng, 1, &seed), ROF_STATUS_OK);
-  return stream;
-}
-template <class G>
-std::vector<typename G::Word> Ints(void* stream, int n) {
-  std::vector<typename G::Word> r(n);
-  EXPECT_EQ(Row<G>().iBrng(stream, n, r.data()), ROF_STATUS_OK);
-  return r;
-}
-
-template <class G>
 class McgTest : public ::testing::Test {};
 using Generators = ::testing::Types<Mcg31m1, Mcg59>;
 TYPED_TEST_SUITE(McgTest, Generators);
 
-// Counts 1..70 (every block boundary) and 1000; the forms in turn continue one sequence.
+// Counts 1..70 (every block boundary) and 1000, the forms in turn continuing one sequence, and
+// nothing written past the count. Below 1, MCG31M1 writes and steps as for 1, MCG59 does nothing.
 TYPED_TEST(McgTest, EveryCountAndFormsInTurn) {
   using G = TypeParam;
-  std::vector<int> counts = {1000};
+  using W = typename G::Word;
+  std::vector<int> counts = {-3, 0, 1000};
   for (int n = 1; n <= 70; ++n) counts.push_back(n);
   for (int n : counts) {
-    void* stream = New<G>(n);
-    const auto x = Reference<G>(n, 3 * n + 1);
+    const int m = n > 0 ? n : G::kCountBelowOneIsOne;  // values a call writes
+    Stream stream(G::kBrng, {uint32_t(n + 4)});
+    const auto x = Reference<G>(n + 4, 3 * m + 1);
     const double a = -3.5, b = 10.25;
-    std::vector<double> d(n);
-    std::vector<float> s(n);
-    Row<G>().dBrng(stream, n, d.data(), a, b);
-    const auto i = Ints<G>(stream, n);
-    Row<G>().sBrng(stream, n, s.data(), float(a), float(b));
-    for (int k = 0; k < n; ++k) {
+    std::vector<double> d(m + 1, -1);
+    std::vector<W> i(m + 1, 77);
+    std::vector<float> s(m + 1, -1);
+    Row(G::kBrng).dBrng(stream, n, d.data(), a, b);
+    Row(G::kBrng).iBrng(stream, n, i.data());
+    Row(G::kBrng).sBrng(stream, n, s.data(), float(a), float(b));
+    for (int k = 0; k < m; ++k) {
       ASSERT_EQ(d[k], Double<G>(x[k], a, b)) << n << " " << k;
-      ASSERT_EQ(i[k], x[n + k]) << n << " " << k;
-      ASSERT_EQ(s[k], G::Single(x[2 * n + k], float(a), float(b))) << n << " " << k;
+      ASSERT_EQ(i[k], x[m + k]) << n << " " << k;
+      ASSERT_EQ(s[k], G::Single(x[2 * m + k], float(a), float(b))) << n << " " << k;
     }
-    ASSERT_EQ(Ints<G>(stream, 1)[0], x[3 * n]) << n;
-    __rofDeleteStream(&stream);
+    EXPECT_TRUE(d[m] == -1 && i[m] == 77 && s[m] == -1) << "written past " << n;
+    ASSERT_EQ(stream.Words<W>(1)[0], x[3 * m]) << n;
   }
 }
 
@@ -93,56 +79,22 @@ TYPED_TEST(McgTest, EveryCountAndFormsInTurn) {
 // a plain skip-ahead equals stepping.
 TYPED_TEST(McgTest, LeapfrogAndSkipAheadFollowTheSequence) {
   using G = TypeParam;
-  for (const auto [k, nstreams] : {std::pair{2, 3}, {0, 1}, {5, 8}, {7, 7}, {3, 0}}) {
-    void* stream = New<G>(4242);
+  using W = typename G::Word;
+  for (const auto [k, nstreams] : {std::pair{2, 3}, {0, 1}, {7, 7}, {3, 0}}) {
+    Stream stream(G::kBrng, {4242});
     ASSERT_EQ(__rofLeapfrogStream(stream, k, nstreams), ROF_STATUS_OK);
     const auto x = Reference<G>(4242, k + 41 * nstreams + 1);
-    const auto r = Ints<G>(stream, 40);
+    const auto r = stream.Words<W>(40);
     for (int i = 0; i < 40; ++i) ASSERT_EQ(r[i], x[k + i * nstreams]) << k << " of " << nstreams;
     ASSERT_EQ(__rofSkipAheadStream(stream, 1), ROF_STATUS_OK);
-    if (nstreams > 0) EXPECT_EQ(Ints<G>(stream, 1)[0], x[k + 41 * nstreams]);
-    __rofDeleteStream(&stream);
+    if (nstreams > 0) EXPECT_EQ(stream.Words<W>(1)[0], x[k + 41 * nstreams]);
   }
-  for (long long nskip : {0LL, 7LL, 8LL, 17LL, 65537LL}) {
-    void* skipped = New<G>(31337);
+  for (long long nskip : {0LL, 7LL, 65537LL}) {
+    Stream skipped(G::kBrng, {31337});
     ASSERT_EQ(__rofSkipAheadStream(skipped, nskip), ROF_STATUS_OK);
     const auto x = Reference<G>(31337, int(nskip) + 10);
-    EXPECT_EQ(Ints<G>(skipped, 10), std::vector<typename G::Word>(x.begin() + nskip, x.end()))
-        << nskip;
-    __rofDeleteStream(&skipped);
+    EXPECT_EQ(skipped.Words<W>(10), std::vector<W>(x.begin() + nskip, x.end())) << nskip;
   }
-}
-
-TYPED_TEST(McgTest, RefusedMethodsChangeNothing) {
-  using G = TypeParam;
-  void* stream = New<G>(12345);
-  const uint64_t digits[2] = {1, 0};
-  EXPECT_EQ(__rofSkipAheadStreamEx(stream, 2, digits), ROF_STATUS_NO_SKIPAHEAD_EX);
-  EXPECT_EQ(__rofLeapfrogStream(stream, 0, -1), ROF_STATUS_BAD_STREAM_COUNT);
-  for (int method : {4, -1, 1000})
-    EXPECT_EQ(Row<G>().initStream(method, stream, 0, nullptr), ROF_STATUS_BAD_METHOD);
-  EXPECT_EQ(Ints<G>(stream, 2), Reference<G>(12345, 2)) << "the state did not move";
-  __rofDeleteStream(&stream);
-}
-
-// A count below 1: MCG31M1 writes and steps as for 1, MCG59 writes nothing and stays.
-TYPED_TEST(McgTest, CountsBelowOne) {
-  using G = TypeParam;
-  void* stream = New<G>(99);
-  const auto x = Reference<G>(99, 4);
-  typename G::Word w = 77;
-  double d = -1;
-  float s = -1;
-  Row<G>().iBrng(stream, 0, &w);
-  Row<G>().dBrng(stream, 0, &d, 0.0, 1.0);
-  Row<G>().sBrng(stream, -3, &s, 0.0f, 1.0f);
-  if (G::kCountBelowOneIsOne) {
-    EXPECT_TRUE(w == x[0] && d == Double<G>(x[1], 0.0, 1.0) && s == G::Single(x[2], 0.0f, 1.0f));
-  } else {
-    EXPECT_TRUE(w == 77 && d == -1.0 && s == -1.0f);
-  }
-  EXPECT_EQ(Ints<G>(stream, 1)[0], x[G::kCountBelowOneIsOne ? 3 : 0]);
-  __rofDeleteStream(&stream);
 }
 
 // Seed words reduce into the state, 0 giving 1: mod 2^31 - 1, or two words cut to 59 bits.
@@ -156,12 +108,8 @@ TEST(McgSeedTest, SeedWordsMakeTheFirstOutput) {
       {ROF_BRNG_MCG59, 3, 6, 0x10, 0x1000000006ull}};
   for (const auto& c : cases) {
     const uint32_t params[3] = {c.low, c.high, 0xFFFFFFFF};
-    void* stream = nullptr;
-    ASSERT_EQ(__rofNewStreamEx(&stream, c.brng, c.n, c.n > 0 ? params : nullptr), 0);
-    uint64_t first = 0;
-    ASSERT_EQ(__RegBrngsNew[(c.brng >> 20) - 1].iBrng(stream, 1, &first), ROF_STATUS_OK);
-    EXPECT_EQ(first, c.first) << c.brng << " " << c.n << " " << c.low;
-    __rofDeleteStream(&stream);
+    Stream stream(c.brng, std::vector<uint32_t>(params, params + c.n));
+    EXPECT_EQ(stream.Words<uint64_t>(1)[0], c.first) << c.brng << " " << c.n << " " << c.low;
   }
 }
 
