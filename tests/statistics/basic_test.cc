@@ -126,8 +126,7 @@ TYPED_TEST(BasicTest, EveryEstimateMatchesReference) {
 #endif
         // The same values in either layout: the reference of one serves both.
         Sample rows = MakeSample(p, n, false, weighted, p * 1000 + n);
-        for (double& v : rows.x) v = static_cast<T>(v);
-        for (double& v : rows.weights) v = static_cast<T>(v);
+        RoundTo<T>(rows);
         const std::vector<double> centre = UserMean<T>(rows);
         const Reference plain = Compute({&rows}, nullptr, Slack<T>());
         const Reference around = Compute({&rows}, centre.data(), Slack<T>());
@@ -162,17 +161,14 @@ TYPED_TEST(BasicTest, ChunkedCallsContinueTheRun) {
       for (int64_t k : {1, 2, 7, 100}) {
         SCOPED_TRACE(testing::Message() << "method " << method << " chunks " << k << " columns "
                      << columns);
-        std::vector<Sample> chunks;
-        for (int64_t c = 0; c < k; ++c)
-          chunks.push_back(MakeSample(kP, kTotal / k, columns, true, 77 + c));
-        Harness<T> h(chunks[0], true, int32_t(k % 3));
+        std::vector<Sample> chunks(k);
         std::vector<const Sample*> all;
-        for (Sample& c : chunks) {
-          if (&c != &chunks[0])
-            for (double& v : c.x) v = static_cast<T>(v);
-          for (double& v : c.weights) v = static_cast<T>(v);
-          all.push_back(&c);
+        for (int64_t c = 0; c < k; ++c) {
+          chunks[c] = MakeSample(kP, kTotal / k, columns, true, 77 + c);
+          RoundTo<T>(chunks[c]);
+          all.push_back(&chunks[c]);
         }
+        Harness<T> h(chunks[0], true, int32_t(k % 3));
         const bool user_mean = method == ROF_SS_METHOD_USER_MEAN;
         const std::vector<double> centre = UserMean<T>(chunks[0]);
         if (user_mean) SetUserMean(h, centre);

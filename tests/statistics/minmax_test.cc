@@ -1,9 +1,8 @@
-// Minima and maxima: both layouts, indices, folding into the arrays' former content, statuses.
+// Minima and maxima: both layouts, indices, folding into the arrays' former content.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "statistics/task.h"
 #include "tests/statistics/harness.h"
 
 namespace ss_test {
@@ -29,20 +28,5 @@ TEST(SSMinmax, FoldsEveryMarkedVariableIntoTheArrays) {
     }
 }
 
-TEST(SSMinmax, Statuses) {
-  Sample s = MakeSample(2, 10, false, false, 12);
-  Harness<double> h(s, false, 0);
-  double lo[2] = {1e9, 1e9};
-  EXPECT_EQ(_rofdSSMinmax(h.task, ROF_SS_MIN, 2), -4015);
-  Edit(h.task, ROF_SS_ED_MINIMUM, lo);
-  EXPECT_EQ(_rofdSSMinmax(h.task, ROF_SS_MAX, 2), -4016);
-  EXPECT_EQ(_rofdSSMinmax(h.task, ROF_SS_MIN, 0x100), -4029);
-  h.storage = 0x40000;
-  EXPECT_EQ(_rofdSSMinmax(h.task, ROF_SS_MIN, 2), -4003);
-  h.n = 0;
-  EXPECT_EQ(_rofdSSMinmax(h.task, ROF_SS_MIN, 2), -4002);
-  EXPECT_EQ(lo[0], 1e9);
-  EXPECT_EQ(_rofdSSMinmax(nullptr, ROF_SS_MIN, 2), -4031);
-}
 }  // namespace
 }  // namespace ss_test
