@@ -112,34 +112,9 @@ TEST_F(ChunksTest, CopyAndAddWithoutMemoryLeaveNoChunks) {
   __rofDeleteStream(&stream);
 }
 
-TEST_F(ChunksTest, TableLimits) {
-  ASSERT_EQ(rof::SharedEntryCount(), 0);
-  uint64_t keys[129][2];
-  for (int i = 0; i < 129; ++i) {
-    keys[i][0] = 100 + i;
-    keys[i][1] = 5;
-  }
-  rofRODataEntry* entry = nullptr;
-  for (int i = 0; i < 127; ++i)
-    ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[i], ChunkData(1, 0)), ROF_STATUS_OK);
-  // 127 in use: a chunk of a new key stays private.
-  void* stream = NewMcgStream(1);
-  __rofAddChunk(stream, 1, kKeyA, ChunkData(4, 0), 4);
-  const rofChunk* chunk = static_cast<rofStreamHeader*>(stream)->chunks;
-  EXPECT_EQ(chunk->key[0] | chunk->key[1], 0u);
-  EXPECT_EQ(References(kKeyA), 0u);
-  __rofDeleteStream(&stream);
-  // The creation call itself fills the last place; the next is refused.
-  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[127], nullptr), ROF_STATUS_OK);
-  rofRODataEntry* refused = nullptr;
-  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&refused, keys[128], nullptr),
-            ROF_STATUS_RO_TABLE_FULL);
-  EXPECT_EQ(refused, nullptr);
-  for (int i = 0; i < 128; ++i) __rofUnregisterGlobRODataReference(keys[i]);
-  EXPECT_EQ(rof::SharedEntryCount(), 0);
-}
-
-TEST_F(ChunksTest, EntryOperations) {
+// The shared table: lookups, references, the last entry moving into a freed place, identifiers,
+// and the limit of 128 entries.
+TEST_F(ChunksTest, SharedTable) {
   rofRODataEntry* entry = nullptr;
   const uint64_t zero[2] = {0, 0};
   EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, zero), ROF_STATUS_RO_NOT_FOUND);
@@ -162,5 +137,27 @@ TEST_F(ChunksTest, EntryOperations) {
   uint64_t key[2] = {42, 0};
   EXPECT_EQ(__rofGenerateNewGlobalRODataTableEntryId(key, 0x1234), ROF_STATUS_OK);
   EXPECT_TRUE(key[0] == 42 && key[1] == 0x1234);
+  uint64_t keys[129][2];
+  for (int i = 0; i < 129; ++i) {
+    keys[i][0] = 100 + i;
+    keys[i][1] = 5;
+  }
+  for (int i = 0; i < 127; ++i)
+    ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[i], ChunkData(1, 0)), ROF_STATUS_OK);
+  // 127 in use: a chunk of a new key stays private.
+  void* stream = NewMcgStream(1);
+  __rofAddChunk(stream, 1, kKeyA, ChunkData(4, 0), 4);
+  const rofChunk* added = static_cast<rofStreamHeader*>(stream)->chunks;
+  EXPECT_EQ(added->key[0] | added->key[1], 0u);
+  EXPECT_EQ(References(kKeyA), 0u);
+  __rofDeleteStream(&stream);
+  // The creation call itself fills the last place; the next is refused.
+  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[127], nullptr), ROF_STATUS_OK);
+  rofRODataEntry* refused = nullptr;
+  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&refused, keys[128], nullptr),
+            ROF_STATUS_RO_TABLE_FULL);
+  EXPECT_EQ(refused, nullptr);
+  for (int i = 0; i < 128; ++i) __rofUnregisterGlobRODataReference(keys[i]);
+  EXPECT_EQ(rof::SharedEntryCount(), 0);
 }
 }  // namespace
