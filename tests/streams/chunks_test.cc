@@ -6,10 +6,7 @@
 #include "streams/shared_data.h"
 
 namespace {
-// Every test gets back every block it allocated.
-class ChunksTest : public ::testing::Test {
-  NoLeakScope scope_;
-};
+using ChunksTest = LeakCheckedTest;
 
 const uint64_t kKeyA[2] = {0xA, 1}, kKeyB[2] = {0xB, 1}, kKeyC[2] = {0xC, 1};
 
@@ -22,9 +19,8 @@ TEST_F(ChunksTest, NewestFirstAndSearchFindsTheNewest) {
   void* stream = NewMcgStream(1);
   EXPECT_EQ(__rofSearchChunk(stream, 1), nullptr);
   EXPECT_EQ(__rofGetNumChunks(stream), 0);
-  void* older = ChunkData(4, 1);
   void* newer = ChunkData(4, 2);
-  __rofAddChunk(stream, 1, nullptr, older, 4);
+  __rofAddChunk(stream, 1, nullptr, ChunkData(4, 1), 4);
   __rofAddChunk(stream, 2, nullptr, ChunkData(4, 3), 4);
   __rofAddChunk(stream, 1, nullptr, newer, 4);
   EXPECT_EQ(ChunkIds(stream), (std::vector<uint32_t>{1, 2, 1}));
@@ -191,8 +187,7 @@ void Churn(int thread, int rounds) {
 }
 
 // Without a holder the common entry comes and goes under the churn; with one it stays.
-TEST(ThreadsTest, CreateCopyDeleteWithSharedChunks) {
-  NoLeakScope scope;
+TEST_F(ChunksTest, ThreadsCreateCopyAndDeleteWithSharedChunks) {
   for (int threads : {2, 8})
     for (bool hold : {false, true}) {
       SCOPED_TRACE(testing::Message() << threads << " threads, holder " << hold);

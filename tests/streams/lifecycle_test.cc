@@ -4,10 +4,7 @@
 #include "stream_helpers.h"
 
 namespace {
-// Every test gets back every block it allocated.
-class LifecycleTest : public ::testing::Test {
-  NoLeakScope scope_;
-};
+using LifecycleTest = LeakCheckedTest;
 
 uint32_t Next(void* stream) {
   uint32_t x;

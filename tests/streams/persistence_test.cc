@@ -17,10 +17,9 @@ using Bytes = std::vector<uint8_t>;
 const int kGenerators[] = {ROF_BRNG_MCG31M1, ROF_BRNG_MCG59, ROF_BRNG_MT19937, ROF_BRNG_MT2203 + 2};
 
 // Every test leaks nothing and removes its file.
-class PersistenceTest : public ::testing::Test {
+class PersistenceTest : public LeakCheckedTest {
  protected:
   ~PersistenceTest() override { remove(name.c_str()); }
-  NoLeakScope no_leak;
   const std::string name = testing::TempDir() + "qor_persistence_" + std::to_string(getpid());
 };
 
