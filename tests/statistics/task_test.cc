@@ -1,4 +1,4 @@
-// The statistics task: creation checks in order, deletion, edits by id, group edits, widths.
+// The statistics task: creation checks in order, deletion, edits by id, group edits.
 #include <gtest/gtest.h>
 #include <stdint.h>
 
