@@ -1,4 +1,5 @@
-// Basic estimates' statuses in check order, nothing stored on failure, and bad user input.
+// Statuses of the basic and min/max estimates in check order, nothing stored on failure, and bad
+// user input.
 #include <gtest/gtest.h>
 #include <math.h>
 
@@ -17,11 +18,12 @@ struct StatusCase {
   uint64_t estimates;
   uint32_t method;
   int status;
+  bool minmax = false;  // the call is the min/max one
 };
 
 void Clear(Harness<double>& h, void* rofSSTask::*field) { h.task->*field = nullptr; }
 
-TEST(SSBasicStatus, ChecksInOrderAndStoreNothing) {
+TEST(SSStatus, ChecksInOrderAndStoreNothing) {
   auto none = [](Harness<double>&) {};
   const StatusCase cases[] = {
       {"two methods", none, ROF_SS_MEAN, 0x3, -4029},
@@ -55,6 +57,15 @@ TEST(SSBasicStatus, ChecksInOrderAndStoreNothing) {
        ROF_SS_COV, 0x200, -4020},
       {"derivation from n", [](auto& h) { Clear(h, &rofSSTask::accumWeight); Clear(h, &rofSSTask::weights); },
        ROF_SS_COV, 0x200, 0},
+      {"min before max",
+       [](auto& h) { Clear(h, &rofSSTask::minimum); Clear(h, &rofSSTask::maximum); },
+       ROF_SS_MIN | ROF_SS_MAX, 2, -4015, true},
+      {"max before method", [](auto& h) { Clear(h, &rofSSTask::maximum); }, ROF_SS_MAX, 0x100,
+       -4016, true},
+      {"min/max method", none, ROF_SS_MIN, 0x100, -4029, true},
+      {"min/max n before storage", [](auto& h) { h.n = 0; h.storage = 0x40000; }, ROF_SS_MIN, 2,
+       -4002, true},
+      {"min/max storage code", [](auto& h) { h.storage = 0x40000; }, ROF_SS_MIN, 2, -4003, true},
   };
   for (const StatusCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -62,11 +73,13 @@ TEST(SSBasicStatus, ChecksInOrderAndStoreNothing) {
     Harness<double> h(s, false, ROF_SS_MATRIX_FULL);
     c.setup(h);
     const auto before = h.arrays;
-    EXPECT_EQ(h.Run(c.estimates, c.method), c.status);
+    EXPECT_EQ(c.minmax ? _rofdSSMinmax(h.task, c.estimates, c.method)
+                       : h.Run(c.estimates, c.method), c.status);
     if (c.status != 0) EXPECT_TRUE(before == h.arrays);
   }
   EXPECT_EQ(_rofdSSBasic(nullptr, ROF_SS_MEAN, 2, nullptr), -4031);
   EXPECT_EQ(_rofsSSBasic(nullptr, ROF_SS_MEAN, 2, nullptr), -4031);
+  EXPECT_EQ(_rofdSSMinmax(nullptr, ROF_SS_MIN, 2), -4031);
 }
 
 TEST(SSBasicStatus, FailedAllocationStoresNothingAndLeaksNothing) {
@@ -119,13 +132,15 @@ TEST(SSBasicBadInput, NaNDataGiveNaNResultsOfItsVariable) {
   EXPECT_TRUE(isfinite(h.arrays[19][0 * 3 + 2]));
 }
 
-TEST(SSBasicBadInput, WideIndicesAreReadAtSixtyFourBits) {
+// 64-bit integers are read whole: the low 32 bits of this p are 3 and of these indices 1, 0, 1.
+TEST(SSBasicBadInput, WideIntegersAreReadWhole) {
   Sample s = MakeSample(3, 50, true, false, 6);
-  std::vector<double> x(s.x);
-  const int64_t p = 3, n = 50, storage = ROF_SS_OBSERV_COLUMNS;
-  const int64_t indices[3] = {int64_t(1) << 32, 0, 1};  // 32-bit reads would skip variable 0
+  const int64_t p = 3, negative = -(int64_t(1) << 32) + 3, n = 50, storage = ROF_SS_OBSERV_COLUMNS;
+  const int64_t indices[3] = {int64_t(1) << 32, 0, 1};
   rofSSTask* task = nullptr;
-  ASSERT_EQ(__rofdSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, indices, 1), 0);
+  EXPECT_EQ(__rofdSSNewTask(&task, &negative, &n, &storage, s.x.data(), nullptr, indices, 1),
+            -4001);
+  ASSERT_EQ(__rofdSSNewTask(&task, &p, &n, &storage, s.x.data(), nullptr, indices, 1), 0);
   double mean[3] = {-1, -1, -1};
   __rofdSSEditTask(task, ROF_SS_ED_MEAN, mean);
   EXPECT_EQ(_rofdSSBasic(task, ROF_SS_MEAN, ROF_SS_METHOD_FAST, nullptr), 0);

@@ -1,8 +1,9 @@
-// Basic estimates against a long double two-pass reference, streamed chunks, and threads. Errors
-// stay below 2^-40 (double) or 2^-11 (float) of each estimate's scale: 16 sqrt(n) roundings.
+// Basic estimates against a long double two-pass reference, streamed chunks, threads; minima and
+// maxima. Errors stay below 2^-40 (double) or 2^-11 (float) of each estimate's scale.
 #include <gtest/gtest.h>
 #include <math.h>
 
+#include <algorithm>
 #include <string>
 
 #include "support/threading_tables.h"
@@ -126,8 +127,7 @@ TYPED_TEST(BasicTest, EveryEstimateMatchesReference) {
 #endif
         // The same values in either layout: the reference of one serves both.
         Sample rows = MakeSample(p, n, false, weighted, p * 1000 + n);
-        for (double& v : rows.x) v = static_cast<T>(v);
-        for (double& v : rows.weights) v = static_cast<T>(v);
+        RoundTo<T>(rows);
         const std::vector<double> centre = UserMean<T>(rows);
         const Reference plain = Compute({&rows}, nullptr, Slack<T>());
         const Reference around = Compute({&rows}, centre.data(), Slack<T>());
@@ -162,17 +162,14 @@ TYPED_TEST(BasicTest, ChunkedCallsContinueTheRun) {
       for (int64_t k : {1, 2, 7, 100}) {
         SCOPED_TRACE(testing::Message() << "method " << method << " chunks " << k << " columns "
                      << columns);
-        std::vector<Sample> chunks;
-        for (int64_t c = 0; c < k; ++c)
-          chunks.push_back(MakeSample(kP, kTotal / k, columns, true, 77 + c));
-        Harness<T> h(chunks[0], true, int32_t(k % 3));
+        std::vector<Sample> chunks(k);
         std::vector<const Sample*> all;
-        for (Sample& c : chunks) {
-          if (&c != &chunks[0])
-            for (double& v : c.x) v = static_cast<T>(v);
-          for (double& v : c.weights) v = static_cast<T>(v);
-          all.push_back(&c);
+        for (int64_t c = 0; c < k; ++c) {
+          chunks[c] = MakeSample(kP, kTotal / k, columns, true, 77 + c);
+          RoundTo<T>(chunks[c]);
+          all.push_back(&chunks[c]);
         }
+        Harness<T> h(chunks[0], true, int32_t(k % 3));
         const bool user_mean = method == ROF_SS_METHOD_USER_MEAN;
         const std::vector<double> centre = UserMean<T>(chunks[0]);
         if (user_mean) SetUserMean(h, centre);
@@ -245,5 +242,27 @@ TYPED_TEST(BasicTest, DerivationsMatchComputedResults) {
       EXPECT_NEAR(got, want, tol) << "id " << id << " entry " << i;
     }
 }
+
+TEST(SSMinmax, FoldsEveryMarkedVariableIntoTheArrays) {
+  for (bool columns : {false, true})
+    for (bool subset : {false, true}) {
+      Sample s = MakeSample(5, 333, columns, false, 11);
+      Harness<float> h(s, subset, 0);
+      std::vector<float> lo(5, 4.0f), hi(5, 4.5f);  // inside every range but variable 0's
+      Edit(h.task, ROF_SS_ED_MINIMUM, lo.data());
+      Edit(h.task, ROF_SS_ED_MAXIMUM, hi.data());
+      ASSERT_EQ(_rofsSSMinmax(h.task, ROF_SS_MIN | ROF_SS_MAX, ROF_SS_METHOD_FAST), 0);
+      for (int64_t v = 0; v < 5; ++v) {
+        float want_lo = 4.0f, want_hi = 4.5f;
+        for (int64_t i = 0; i < 333; ++i) {
+          want_lo = std::min(want_lo, float(s.At(v, i)));
+          want_hi = std::max(want_hi, float(s.At(v, i)));
+        }
+        EXPECT_EQ(lo[v], h.Active(v) ? want_lo : 4.0f) << v;
+        EXPECT_EQ(hi[v], h.Active(v) ? want_hi : 4.5f) << v;
+      }
+    }
+}
+
 }  // namespace
 }  // namespace ss_test

@@ -1,7 +1,9 @@
-// A statistics task with every basic result array attached and filled with a sentinel.
+// Statistics test helpers: a long double two-pass reference of the basic estimates, and a task
+// with every basic result array attached and filled with a sentinel.
 #ifndef QOR_TESTS_STATISTICS_HARNESS_H_
 #define QOR_TESTS_STATISTICS_HARNESS_H_
 
+#include <math.h>
 #include <stdint.h>
 
 #include <map>
@@ -9,41 +11,105 @@
 #include <vector>
 
 #include "qor/ss.h"
-#include "tests/statistics/reference.h"
 
 namespace ss_test {
-inline int NewTask(rofSSTask** t, const void* p, const void* n, const void* s, const double* x,
-                   const double* w, const void* i) {
-  return __rofdSSNewTask(t, p, n, s, x, w, i, 0);
-}
-inline int NewTask(rofSSTask** t, const void* p, const void* n, const void* s, const float* x,
-                   const float* w, const void* i) {
-  return __rofsSSNewTask(t, p, n, s, x, w, i, 0);
+using Real = long double;
+
+// Observations of p variables, n of them, as one would hold them in either storage.
+struct Sample {
+  int64_t p = 0, n = 0;
+  bool columns = false;
+  std::vector<double> x;        // rows: x[v * n + i]; columns: x[i * p + v]
+  std::vector<double> weights;  // empty: all 1
+  double At(int64_t v, int64_t i) const { return columns ? x[i * p + v] : x[v * n + i]; }
+  double Weight(int64_t i) const { return weights.empty() ? 1.0 : weights[i]; }
+};
+
+struct Reference {
+  Real w = 0, w2 = 0;
+  std::vector<Real> mean, raw[3], cen[3];  // raw: means of x^2..x^4; cen: sums of (x-m)^2..4
+  std::vector<Real> abs_raw[4];            // weighted means of |x|^1..4, error scales
+  std::vector<Real> abs_cen[3];            // sums of w (|x-m| + slack |x|)^2..4, error scales
+  std::vector<Real> cross;                 // p by p
+  int64_t p = 0;
+
+  Real CenMom(int order, int64_t v) const {
+    const Real s = cen[order - 2][v];
+    return order == 2 ? s * w / (w * w - w2) : s / w;
+  }
+  // W - W2 / W, exactly 0 for a single observation.
+  Real CovDivisor() const { return (w * w - w2) / w; }
+  Real Cov(int64_t a, int64_t b) const { return cross[a * p + b] / CovDivisor(); }
+};
+
+// Reference of all chunks together; `centre` replaces the mean; `slack` widens the central
+// sums' scales by a computed mean's rounding, which decides them for constant variables.
+inline Reference Compute(const std::vector<const Sample*>& chunks, const double* centre,
+                         Real slack = 0) {
+  Reference r;
+  const int64_t p = chunks[0]->p;
+  r.p = p;
+  r.mean.assign(p, 0);
+  for (auto* group : {r.raw, r.cen, r.abs_cen})
+    for (int k = 0; k < 3; ++k) group[k].assign(p, 0);
+  for (auto& v : r.abs_raw) v.assign(p, 0);
+  r.cross.assign(p * p, 0);
+  for (const Sample* s : chunks)
+    for (int64_t i = 0; i < s->n; ++i) {
+      const Real w = s->Weight(i);
+      r.w += w;
+      r.w2 += w * w;
+      for (int64_t v = 0; v < p; ++v) {
+        const Real x = s->At(v, i);
+        r.mean[v] += w * x;
+        Real power = x * x, abs_power = fabsl(x);
+        for (int k = 0; k < 3; ++k, power *= x) r.raw[k][v] += w * power;
+        for (int k = 0; k < 4; ++k, abs_power *= fabsl(x)) r.abs_raw[k][v] += w * abs_power;
+      }
+    }
+  for (int64_t v = 0; v < p; ++v) {
+    r.mean[v] /= r.w;
+    for (int k = 0; k < 3; ++k) r.raw[k][v] /= r.w;
+    for (int k = 0; k < 4; ++k) r.abs_raw[k][v] /= r.w;
+  }
+  std::vector<Real> c(p);
+  for (int64_t v = 0; v < p; ++v) c[v] = centre ? Real(centre[v]) : r.mean[v];
+  std::vector<Real> d(p);
+  for (const Sample* s : chunks)
+    for (int64_t i = 0; i < s->n; ++i) {
+      const Real w = s->Weight(i);
+      for (int64_t v = 0; v < p; ++v) {
+        const Real x = s->At(v, i);
+        d[v] = x - c[v];
+        const Real e = fabsl(d[v]) + slack * fabsl(x);
+        Real power = d[v] * d[v], abs_power = e * e;
+        for (int k = 0; k < 3; ++k, power *= d[v], abs_power *= e) {
+          r.cen[k][v] += w * power;
+          r.abs_cen[k][v] += w * abs_power;
+        }
+      }
+      for (int64_t a = 0; a < p; ++a)
+        for (int64_t b = a; b < p; ++b) r.cross[a * p + b] += w * d[a] * d[b];
+    }
+  for (int64_t a = 0; a < p; ++a)
+    for (int64_t b = 0; b < a; ++b) r.cross[a * p + b] = r.cross[b * p + a];
+  return r;
 }
 inline int Edit(rofSSTask* t, int id, const double* v) { return __rofdSSEditTask(t, id, v); }
 inline int Edit(rofSSTask* t, int id, const float* v) { return __rofsSSEditTask(t, id, v); }
-inline int Basic(rofSSTask* t, uint64_t e, uint32_t m, const qorThreading* th, double) {
-  return _rofdSSBasic(t, e, m, th);
-}
-inline int Basic(rofSSTask* t, uint64_t e, uint32_t m, const qorThreading* th, float) {
-  return _rofsSSBasic(t, e, m, th);
-}
 
-constexpr uint64_t kAllBasic = ROF_SS_MEAN | ROF_SS_RAW_MOM2 | ROF_SS_RAW_MOM3 |
-                               ROF_SS_RAW_MOM4 | ROF_SS_CEN_MOM2 | ROF_SS_CEN_MOM3 |
-                               ROF_SS_CEN_MOM4 | ROF_SS_KURTOSIS | ROF_SS_SKEWNESS |
-                               ROF_SS_VARIATION | ROF_SS_COV | ROF_SS_COR | ROF_SS_SUM |
-                               ROF_SS_RAW_SUM2 | ROF_SS_RAW_SUM3 | ROF_SS_RAW_SUM4 |
-                               ROF_SS_CEN_SUM2 | ROF_SS_CEN_SUM3 | ROF_SS_CEN_SUM4 |
-                               ROF_SS_CROSS_PRODUCT;
-// The estimates that the sums and the cross-product can give.
+// The estimates that the sums and the cross-product can give, and all basic estimates.
 constexpr uint64_t kMoments = ROF_SS_MEAN | ROF_SS_RAW_MOM2 | ROF_SS_RAW_MOM3 | ROF_SS_RAW_MOM4 |
                               ROF_SS_CEN_MOM2 | ROF_SS_CEN_MOM3 | ROF_SS_CEN_MOM4 |
                               ROF_SS_KURTOSIS | ROF_SS_SKEWNESS | ROF_SS_VARIATION | ROF_SS_COV |
                               ROF_SS_COR;
+constexpr uint64_t kAllBasic = kMoments | ROF_SS_SUM | ROF_SS_RAW_SUM2 | ROF_SS_RAW_SUM3 |
+                               ROF_SS_RAW_SUM4 | ROF_SS_CEN_SUM2 | ROF_SS_CEN_SUM3 |
+                               ROF_SS_CEN_SUM4 | ROF_SS_CROSS_PRODUCT;
 
 // Ids of the vector results and of the matrix results.
-constexpr int kVectorIds[] = {7, 8, 9, 10, 11, 12, 13, 14, 15, 18, 67, 68, 69, 70, 71, 72, 73};
+constexpr int kVectorIds[] = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
+                              17, 18, 67, 68, 69, 70, 71, 72, 73};
 constexpr int kMatrixIds[] = {19, 21, 74};
 constexpr double kSentinel = 12345.0;
 
@@ -69,6 +135,13 @@ inline Sample MakeSample(int64_t p, int64_t n, bool columns, bool weighted, uint
   return s;
 }
 
+// Rounds the values and weights of s to T in place.
+template <class T>
+void RoundTo(Sample& s) {
+  for (auto* values : {&s.x, &s.weights})
+    for (double& v : *values) v = static_cast<T>(v);
+}
+
 template <class T>
 struct Harness {
   int32_t p, n, storage;
@@ -82,14 +155,17 @@ struct Harness {
   // A task over s (rounded to T in place), indices when `subset`: variables v % 3 != 1.
   Harness(Sample& s, bool subset, int32_t form) : p(s.p), n(s.n) {
     storage = s.columns ? ROF_SS_OBSERV_COLUMNS : ROF_SS_OBSERV_ROWS;
-    for (double& v : s.x) v = static_cast<T>(v);
-    for (double& v : s.weights) v = static_cast<T>(v);
+    RoundTo<T>(s);
     x.assign(s.x.begin(), s.x.end());
     w.assign(s.weights.begin(), s.weights.end());
     if (subset)
       for (int32_t v = 0; v < p; ++v) indices.push_back(v % 3 != 1);
-    NewTask(&task, &p, &n, &storage, x.data(), w.empty() ? nullptr : w.data(),
-            indices.empty() ? nullptr : indices.data());
+    T* const weights = w.empty() ? nullptr : w.data();
+    const int32_t* const marks = indices.empty() ? nullptr : indices.data();
+    if constexpr (sizeof(T) == 8)
+      __rofdSSNewTask(&task, &p, &n, &storage, x.data(), weights, marks, 0);
+    else
+      __rofsSSNewTask(&task, &p, &n, &storage, x.data(), weights, marks, 0);
     for (int id : kVectorIds) arrays[id].assign(p, T(kSentinel));
     for (int id : kMatrixIds) arrays[id].assign(int64_t(p) * p, T(kSentinel));
     for (auto& [id, a] : arrays) Edit(task, id, a.data());
@@ -104,7 +180,8 @@ struct Harness {
 
   bool Active(int64_t v) const { return indices.empty() || indices[v] != 0; }
   int Run(uint64_t estimates, uint32_t method, const qorThreading* threading = nullptr) {
-    return Basic(task, estimates, method, threading, T());
+    if constexpr (sizeof(T) == 8) return _rofdSSBasic(task, estimates, method, threading);
+    return _rofsSSBasic(task, estimates, method, threading);
   }
   // Element (a, b), a <= b, of a matrix result in its storage form; null if not stored.
   const T* MatrixAt(int id, int64_t a, int64_t b) const {

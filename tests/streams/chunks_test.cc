@@ -1,12 +1,12 @@
-// Chunk lists and the shared table: order, search, release, sharing, counts, limits.
+// Chunk lists and the shared table: order, search, release, sharing, counts, limits, threads.
+#include <barrier>
+#include <thread>
+
 #include "stream_helpers.h"
 #include "streams/shared_data.h"
 
 namespace {
-// Every test gets back every block it allocated.
-class ChunksTest : public ::testing::Test {
-  NoLeakScope scope_;
-};
+using ChunksTest = LeakCheckedTest;
 
 const uint64_t kKeyA[2] = {0xA, 1}, kKeyB[2] = {0xB, 1}, kKeyC[2] = {0xC, 1};
 
@@ -19,9 +19,8 @@ TEST_F(ChunksTest, NewestFirstAndSearchFindsTheNewest) {
   void* stream = NewMcgStream(1);
   EXPECT_EQ(__rofSearchChunk(stream, 1), nullptr);
   EXPECT_EQ(__rofGetNumChunks(stream), 0);
-  void* older = ChunkData(4, 1);
   void* newer = ChunkData(4, 2);
-  __rofAddChunk(stream, 1, nullptr, older, 4);
+  __rofAddChunk(stream, 1, nullptr, ChunkData(4, 1), 4);
   __rofAddChunk(stream, 2, nullptr, ChunkData(4, 3), 4);
   __rofAddChunk(stream, 1, nullptr, newer, 4);
   EXPECT_EQ(ChunkIds(stream), (std::vector<uint32_t>{1, 2, 1}));
@@ -112,34 +111,9 @@ TEST_F(ChunksTest, CopyAndAddWithoutMemoryLeaveNoChunks) {
   __rofDeleteStream(&stream);
 }
 
-TEST_F(ChunksTest, TableLimits) {
-  ASSERT_EQ(rof::SharedEntryCount(), 0);
-  uint64_t keys[129][2];
-  for (int i = 0; i < 129; ++i) {
-    keys[i][0] = 100 + i;
-    keys[i][1] = 5;
-  }
-  rofRODataEntry* entry = nullptr;
-  for (int i = 0; i < 127; ++i)
-    ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[i], ChunkData(1, 0)), ROF_STATUS_OK);
-  // 127 in use: a chunk of a new key stays private.
-  void* stream = NewMcgStream(1);
-  __rofAddChunk(stream, 1, kKeyA, ChunkData(4, 0), 4);
-  const rofChunk* chunk = static_cast<rofStreamHeader*>(stream)->chunks;
-  EXPECT_EQ(chunk->key[0] | chunk->key[1], 0u);
-  EXPECT_EQ(References(kKeyA), 0u);
-  __rofDeleteStream(&stream);
-  // The creation call itself fills the last place; the next is refused.
-  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[127], nullptr), ROF_STATUS_OK);
-  rofRODataEntry* refused = nullptr;
-  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&refused, keys[128], nullptr),
-            ROF_STATUS_RO_TABLE_FULL);
-  EXPECT_EQ(refused, nullptr);
-  for (int i = 0; i < 128; ++i) __rofUnregisterGlobRODataReference(keys[i]);
-  EXPECT_EQ(rof::SharedEntryCount(), 0);
-}
-
-TEST_F(ChunksTest, EntryOperations) {
+// The shared table: lookups, references, the last entry moving into a freed place, identifiers,
+// and the limit of 128 entries.
+TEST_F(ChunksTest, SharedTable) {
   rofRODataEntry* entry = nullptr;
   const uint64_t zero[2] = {0, 0};
   EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, zero), ROF_STATUS_RO_NOT_FOUND);
@@ -162,5 +136,78 @@ TEST_F(ChunksTest, EntryOperations) {
   uint64_t key[2] = {42, 0};
   EXPECT_EQ(__rofGenerateNewGlobalRODataTableEntryId(key, 0x1234), ROF_STATUS_OK);
   EXPECT_TRUE(key[0] == 42 && key[1] == 0x1234);
+  uint64_t keys[129][2];
+  for (int i = 0; i < 129; ++i) {
+    keys[i][0] = 100 + i;
+    keys[i][1] = 5;
+  }
+  for (int i = 0; i < 127; ++i)
+    ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[i], ChunkData(1, 0)), ROF_STATUS_OK);
+  // 127 in use: a chunk of a new key stays private.
+  void* stream = NewMcgStream(1);
+  __rofAddChunk(stream, 1, kKeyA, ChunkData(4, 0), 4);
+  const rofChunk* added = static_cast<rofStreamHeader*>(stream)->chunks;
+  EXPECT_EQ(added->key[0] | added->key[1], 0u);
+  EXPECT_EQ(References(kKeyA), 0u);
+  __rofDeleteStream(&stream);
+  // The creation call itself fills the last place; the next is refused.
+  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[127], nullptr), ROF_STATUS_OK);
+  rofRODataEntry* refused = nullptr;
+  EXPECT_EQ(__rofCreateGlobRODataTableEntry(&refused, keys[128], nullptr),
+            ROF_STATUS_RO_TABLE_FULL);
+  EXPECT_EQ(refused, nullptr);
+  for (int i = 0; i < 128; ++i) __rofUnregisterGlobRODataReference(keys[i]);
+  EXPECT_EQ(rof::SharedEntryCount(), 0);
+}
+
+const uint64_t kCommonKey[2] = {0xC0DE, 7};
+
+// Adds a chunk and frees `data` when the table's data was taken instead.
+void AddOwned(void* stream, uint32_t id, const uint64_t* key, int size) {
+  void* data = ChunkData(size, static_cast<unsigned char>(id));
+  ASSERT_EQ(__rofAddChunk(stream, id, key, data, size), ROF_STATUS_OK);
+  if (__rofSearchChunk(stream, id) != data) qor_serv_deallocate(data);
+}
+
+void Churn(int thread, int rounds) {
+  for (int round = 0; round < rounds; ++round) {
+    void* stream = NewMcgStream(static_cast<uint32_t>(thread * 1000 + round + 1));
+    const uint64_t own_key[2] = {static_cast<uint64_t>(thread + 1), static_cast<uint64_t>(round)};
+    AddOwned(stream, 1, kCommonKey, 64);
+    AddOwned(stream, 2, own_key, 16);
+    AddOwned(stream, 3, nullptr, 8);
+    void* copy = nullptr;
+    ASSERT_EQ(__rofCopyStream(&copy, stream), ROF_STATUS_OK);
+    EXPECT_EQ(__rofSearchChunk(copy, 1), __rofSearchChunk(stream, 1));
+    EXPECT_EQ(static_cast<unsigned char*>(__rofSearchChunk(copy, 1))[63], 1);
+    ASSERT_EQ(__rofCopyStreamState(copy, stream), ROF_STATUS_OK);
+    __rofDeleteStream(&stream);
+    __rofDeleteStream(&copy);
+  }
+}
+
+// Without a holder the common entry comes and goes under the churn; with one it stays.
+TEST_F(ChunksTest, ThreadsCreateCopyAndDeleteWithSharedChunks) {
+  for (int threads : {2, 8})
+    for (bool hold : {false, true}) {
+      SCOPED_TRACE(testing::Message() << threads << " threads, holder " << hold);
+      void* holder = NewMcgStream(1);
+      if (hold) AddOwned(holder, 1, kCommonKey, 64);
+      std::barrier start(threads);
+      std::vector<std::thread> workers;
+      for (int t = 0; t < threads; ++t)
+        workers.emplace_back([&, t] {
+          start.arrive_and_wait();
+          Churn(t, 200);
+        });
+      for (std::thread& worker : workers) worker.join();
+      rofRODataEntry* entry = nullptr;
+      EXPECT_EQ(__rofFindGlobRODataTableEntry(&entry, kCommonKey),
+                hold ? ROF_STATUS_OK : ROF_STATUS_RO_NOT_FOUND);
+      if (hold && entry)
+        EXPECT_TRUE(entry->references == 1 && entry->data == __rofSearchChunk(holder, 1));
+      __rofDeleteStream(&holder);
+      EXPECT_EQ(rof::SharedEntryCount(), 0);
+    }
 }
 }  // namespace

@@ -17,10 +17,9 @@ using Bytes = std::vector<uint8_t>;
 const int kGenerators[] = {ROF_BRNG_MCG31M1, ROF_BRNG_MCG59, ROF_BRNG_MT19937, ROF_BRNG_MT2203 + 2};
 
 // Every test leaks nothing and removes its file.
-class PersistenceTest : public ::testing::Test {
+class PersistenceTest : public LeakCheckedTest {
  protected:
   ~PersistenceTest() override { remove(name.c_str()); }
-  NoLeakScope no_leak;
   const std::string name = testing::TempDir() + "qor_persistence_" + std::to_string(getpid());
 };
 
@@ -164,19 +163,6 @@ TEST_F(PersistenceTest, OlderHeaderLoadsWithoutChunksAndRefusesChunks) {
   }
 }
 
-// Every prefix of a file with chunks fails with a read status and leaves nothing behind.
-TEST_F(PersistenceTest, TruncatedFilesFailCleanly) {
-  void* s = MakeStream(ROF_BRNG_MT2203 + 1, true);
-  ASSERT_EQ(__rofSaveStreamF(s, name.c_str(), -1), 0);
-  const Bytes full = ReadFile(name);
-  __rofDeleteStream(&s);
-  for (size_t cut = 0; cut < full.size(); ++cut) {
-    WriteFile(name, Bytes(full.begin(), full.begin() + cut));
-    const int status = Load(name);
-    ASSERT_TRUE(status == ROF_STATUS_FILE_READ || status == ROF_STATUS_BAD_FILE_FORMAT) << cut;
-  }
-}
-
 // A last chunk of zero bytes is a short transfer for writer and reader alike.
 TEST_F(PersistenceTest, EmptyLastChunkIsAShortTransfer) {
   void* s = MakeStream(ROF_BRNG_MCG59, false);
@@ -224,8 +210,18 @@ TEST_F(PersistenceTest, EveryAllocationFailureGivesNoMemoryAndLeavesNothing) {
   __rofDeleteStream(&s);
 }
 
-// The inputs the fuzzer kept: none may crash the file loader or leak.
-TEST_F(PersistenceTest, FuzzerCorpusLoadsOrFailsCleanly) {
+// Every prefix of a file with chunks, and every input the fuzzer kept, loads or fails cleanly:
+// no crash, no leak, no stream on failure.
+TEST_F(PersistenceTest, TruncatedFilesAndFuzzerCorpusFailCleanly) {
+  void* s = MakeStream(ROF_BRNG_MT2203 + 1, true);
+  ASSERT_EQ(__rofSaveStreamF(s, name.c_str(), -1), 0);
+  const Bytes full = ReadFile(name);
+  __rofDeleteStream(&s);
+  for (size_t cut = 0; cut < full.size(); ++cut) {
+    WriteFile(name, Bytes(full.begin(), full.begin() + cut));
+    const int status = Load(name);
+    ASSERT_TRUE(status == ROF_STATUS_FILE_READ || status == ROF_STATUS_BAD_FILE_FORMAT) << cut;
+  }
   DIR* dir = opendir(QOR_LOAD_STREAM_CORPUS);
   ASSERT_NE(dir, nullptr);
   int files = 0;

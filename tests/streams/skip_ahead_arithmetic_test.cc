@@ -10,7 +10,6 @@
 
 namespace {
 namespace polynomials {
-#include "generators/mt19937_polynomial.inc"
 #include "generators/sfmt19937_polynomial.inc"
 }  // namespace polynomials
 
@@ -36,7 +35,12 @@ void Step(uint32_t v[3], const Component& k) {
 
 using Vec3 = std::vector<uint32_t>;
 
-TEST(Vect3PowerTest, SmallExponentsEqualStepping) {
+// Small exponents equal stepping in all three forms; up to 191-bit exponents the table and
+// general forms agree, with any digit count.
+TEST(Vect3PowerTest, FormsEqualSteppingAndAgreeUpToTwoToThe190) {
+  const uint64_t exponents[][3] = {{~0ull, 0, 0},
+                                   {0x123456789ABCDEFull, 0xFEDCBA987654321ull, 0x3FFFFFFFFFFFull},
+                                   {5, 0, 0x7FFFFFFFFFFFFFFFull}};
   for (const Component& k : kComponents) {
     uint32_t stepped[3] = {12345, 67890, 4000000000u};
     for (uint64_t e = 0; e <= 300; ++e) {
@@ -48,64 +52,54 @@ TEST(Vect3PowerTest, SmallExponentsEqualStepping) {
       ASSERT_TRUE(a == want && b == want && c == want) << e;
       Step(stepped, k);
     }
+    for (const auto& e : exponents) {
+      Vec3 t = {1, 2, 3}, g = t, z = t;
+      k.with_table(t.data(), 3, e, k.table);
+      ASSERT_EQ(__rofiVect3PowArrayMod(g.data(), k.c, k.m, 3, e), ROF_STATUS_OK);
+      EXPECT_EQ(t, g);
+      // The same number with twelve digits, nine of them zero: the heap copy of the digits.
+      uint64_t wide[12] = {e[0], e[1], e[2]};
+      ASSERT_EQ(__rofiVect3PowArrayMod(z.data(), k.c, k.m, 12, wide), ROF_STATUS_OK);
+      EXPECT_EQ(z, g);
+    }
   }
 }
 
-// Up to 191-bit exponents: the table and general forms agree, with any digit count.
-TEST(Vect3PowerTest, MultiDigitFormsAgreeUpToTwoToThe190) {
-  const uint64_t exponents[][3] = {{~0ull, 0, 0},
-                                   {0x123456789ABCDEFull, 0xFEDCBA987654321ull, 0x3FFFFFFFFFFFull},
-                                   {5, 0, 0x7FFFFFFFFFFFFFFFull}};
-  for (const Component& k : kComponents)
-    for (const auto& e : exponents) {
-      uint32_t t[3] = {1, 2, 3}, g[3] = {1, 2, 3}, z[3] = {1, 2, 3};
-      k.with_table(t, 3, e, k.table);
-      ASSERT_EQ(__rofiVect3PowArrayMod(g, k.c, k.m, 3, e), ROF_STATUS_OK);
-      EXPECT_EQ(Vec3(t, t + 3), Vec3(g, g + 3));
-      // The same number with twelve digits, nine of them zero: the heap copy of the digits.
-      uint64_t wide[12] = {e[0], e[1], e[2]};
-      ASSERT_EQ(__rofiVect3PowArrayMod(z, k.c, k.m, 12, wide), ROF_STATUS_OK);
-      EXPECT_EQ(Vec3(z, z + 3), Vec3(g, g + 3));
-    }
-}
-
-struct Poly { const uint32_t* terms; int count, degree; };
-const Poly kMt{polynomials::kMt19937Polynomial, 135, 19937};
-const Poly kSfmt{polynomials::kSfmt19937Polynomial, 6711, 19968};
+// The SFMT19937 polynomial, which no generator here jumps by (MT19937's skip-ahead checks its own).
+const uint32_t* const kTerms = polynomials::kSfmt19937Polynomial;
+constexpr int kTermCount = 6711, kDegree = 19968, kWords = 624;
 
 // x^n mod P by n multiplications by x, in dense form.
-std::vector<uint64_t> PlainRemainder(const Poly& p, uint64_t n, int words) {
-  std::vector<uint64_t> r(words, 0), dense(words, 0);
-  for (int t = 0; t < p.count; ++t) dense[p.terms[t] >> 6] ^= 1ull << (p.terms[t] & 63);
+std::vector<uint64_t> PlainRemainder(uint64_t n) {
+  std::vector<uint64_t> r(kWords, 0), dense(kWords, 0);
+  for (int t = 0; t < kTermCount; ++t) dense[kTerms[t] >> 6] ^= 1ull << (kTerms[t] & 63);
   r[0] = 1;
   for (uint64_t k = 0; k < n; ++k) {
-    for (int w = words - 1; w > 0; --w) r[w] = (r[w] << 1) | (r[w - 1] >> 63);
+    for (int w = kWords - 1; w > 0; --w) r[w] = (r[w] << 1) | (r[w - 1] >> 63);
     r[0] <<= 1;
-    if ((r[p.degree >> 6] >> (p.degree & 63)) & 1)
-      for (int w = 0; w < words; ++w) r[w] ^= dense[w];
+    if ((r[kDegree >> 6] >> (kDegree & 63)) & 1)
+      for (int w = 0; w < kWords; ++w) r[w] ^= dense[w];
   }
   return r;
 }
 
 TEST(PolynomialTest, RemainderEqualsRepeatedMultiplicationByX) {
-  constexpr int kWords = 624;
-  for (const Poly& p : {kMt, kSfmt})
-    for (uint64_t n : {uint64_t{5}, uint64_t(p.degree - 1), uint64_t(p.degree), uint64_t{45000}}) {
-      std::vector<uint64_t> out(kWords, ~0ull);
-      ASSERT_EQ(__rofPolyRem(n, p.degree, p.count, p.terms, kWords, out.data()), ROF_STATUS_OK);
-      EXPECT_EQ(out, PlainRemainder(p, n, kWords)) << p.degree << " " << n;
-    }
+  for (uint64_t n : {uint64_t{5}, uint64_t{kDegree - 1}, uint64_t{kDegree}, uint64_t{45000}}) {
+    std::vector<uint64_t> out(kWords, ~0ull);
+    ASSERT_EQ(__rofPolyRem(n, kDegree, kTermCount, kTerms, kWords, out.data()), ROF_STATUS_OK);
+    EXPECT_EQ(out, PlainRemainder(n)) << n;
+  }
 }
 
 // Each allocation of the arithmetic can fail: the status says so, nothing leaks.
 TEST(SkipAheadMemoryTest, FailuresGiveNoMemoryAndLeakNothing) {
   NoLeakScope no_leak;
-  std::vector<uint64_t> out(624);
+  std::vector<uint64_t> out(kWords);
   uint64_t digits[11] = {7};
   uint32_t v[3] = {4, 5, 6};
   {
     alloc_control::ScopedFailure fail(0);
-    EXPECT_EQ(__rofPolyRem(20000, kMt.degree, kMt.count, kMt.terms, 624, out.data()),
+    EXPECT_EQ(__rofPolyRem(20000, kDegree, kTermCount, kTerms, kWords, out.data()),
               ROF_STATUS_NO_MEMORY);
     EXPECT_EQ(__rofiVect3PowArrayMod(v, kComponents[0].c, kComponents[0].m, 11, digits),
               ROF_STATUS_NO_MEMORY);

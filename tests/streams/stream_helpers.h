@@ -1,4 +1,4 @@
-// Helpers of the stream tests: a seeded MCG31M1 stream, chunk data, a leak check.
+// Helpers of the stream tests: a seeded MCG31M1 stream, chunk data, leak checks.
 #ifndef QOR_TESTS_STREAMS_STREAM_HELPERS_H_
 #define QOR_TESTS_STREAMS_STREAM_HELPERS_H_
 
@@ -39,6 +39,11 @@ class NoLeakScope {
 
  private:
   long before_;
+};
+
+// A test that gets back every block it allocated.
+class LeakCheckedTest : public ::testing::Test {
+  NoLeakScope no_leak_;
 };
 
 #endif  // QOR_TESTS_STREAMS_STREAM_HELPERS_H_
