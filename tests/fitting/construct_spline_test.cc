@@ -4,12 +4,11 @@
 
 namespace fit_test {
 namespace {
-template <class T>
-class ConstructTest : public ::testing::Test {};
-using RealTypes = ::testing::Types<double, float>;
+template <class T> using ConstructTest = Typed<T>;
 TYPED_TEST_SUITE(ConstructTest, RealTypes);
 
 // Two breakpoints reach the natural cubic's smallest systems (periodic: one unknown).
+using D = Api<double>;
 const Shape kShapes[] = {{9, 3, false, false}, {9, 3, true, false}, {6, 2, false, true},
                          {7, 3, true, true},   {3, 2, false, false}, {4, 1, true, false},
                          {2, 1, false, false}, {40, 2, false, false}};
@@ -97,35 +96,26 @@ TYPED_TEST(ConstructTest, LinearAndQuadraticThroughTheData) {
 }
 
 TEST(ConstructStatusTest, RefusalsInTheirOrder) {
-  const struct {
-    const char* what;
-    int64_t nx, order, type, ic_type;
-    uint64_t bc_type, y_hint;
-    bool null_bc;
-    int method;
-    int (*construct)(dfTask*, int, int, const qorThreading*);
-    int status;
+  const struct { const char* what; int64_t nx, order, type, ic_type; uint64_t bc_type, y_hint;
+    bool null_bc; int method; int (*construct)(dfTask*, int, int, const qorThreading*); int status;
   } cases[] = {
-      {"linear method", 1, 2, 0, 0, 0, 99, false, 1, qor_df_kernel_dDFLinearSpline1D, dfErrBadMethod},
-      {"linear nx", 1, 2, 0, 0, 0, 99, false, 0, qor_df_kernel_dDFLinearSpline1D, dfErrBadNx},
-      {"linear yHint", 2, 2, 0, 0, 0, 99, false, 0, qor_df_kernel_dDFLinearSpline1D, dfErrBadYHint},
-      {"quadratic yHint", 1, 3, 5, 0, 12, 99, true, 0, qor_df_kernel_dDFQuadraticSpline1D, dfErrBadYHint},
-      {"quadratic type", 1, 3, 5, 0, 12, 16, true, 0, qor_df_kernel_dDFQuadraticSpline1D, dfErrBadMethod},
-      {"quadratic bcType", 5, 3, 0, 0, 12, 16, true, 0, qor_df_kernel_dDFQuadraticSpline1D, dfErrBadBcType},
-      {"quadratic bc", 5, 3, 0, 0, 128, 16, true, 0, qor_df_kernel_dDFQuadraticSpline1D, dfErrBadBc},
-      {"default nx", 2, 4, 0, 2, 0, 99, true, 0, qor_df_kernel_dDFDefaultCubicSpline1D, dfErrBadNx},
-      {"default yHint", 3, 4, 0, 2, 0, 99, true, 0, qor_df_kernel_dDFDefaultCubicSpline1D, dfErrBadYHint},
-      {"default bcType 0", 3, 4, 0, 2, 0, 16, true, 0, qor_df_kernel_dDFDefaultCubicSpline1D, dfErrBadBcType},
-      {"default bcType 128", 3, 4, 0, 2, 128, 16, true, 0, qor_df_kernel_dDFDefaultCubicSpline1D, dfErrBadBcType},
-      {"default bc", 3, 4, 0, 2, 36, 16, true, 0, qor_df_kernel_dDFDefaultCubicSpline1D, dfErrBadBc},
-      {"default periodic bc", 3, 4, 0, 2, 64, 16, true, 0, qor_df_kernel_dDFDefaultCubicSpline1D, dfErrBadBc},
-      {"natural method", 1, 4, 2, 0, 7, 99, true, 1, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadMethod},
-      {"natural nx", 1, 4, 2, 0, 7, 99, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadNx},
-      {"natural not-a-knot nx 2", 2, 4, 2, 0, 1, 99, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadNx},
-      {"natural yHint", 2, 4, 2, 0, 7, 99, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadYHint},
-      {"natural bcType", 2, 4, 2, 0, 7, 16, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadBcType},
-      {"natural bc", 2, 4, 2, 0, 48, 16, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadBc},
-      {"natural periodic values", 5, 4, 2, 0, 64, 32, true, 0, qor_df_kernel_dDFNaturalCubicSpline1D, dfErrBadPeriodic},
+      {"linear method", 1, 2, 0, 0, 0, 99, false, 1, D::linear, dfErrBadMethod},
+      {"linear nx", 1, 2, 0, 0, 0, 99, false, 0, D::linear, dfErrBadNx},
+      {"linear yHint", 2, 2, 0, 0, 0, 99, false, 0, D::linear, dfErrBadYHint},
+      {"quadratic yHint", 1, 3, 5, 0, 12, 99, true, 0, D::quadratic, dfErrBadYHint},
+      {"quadratic type", 1, 3, 5, 0, 12, 16, true, 0, D::quadratic, dfErrBadMethod},
+      {"quadratic bcType", 5, 3, 0, 0, 12, 16, true, 0, D::quadratic, dfErrBadBcType},
+      {"quadratic bc", 5, 3, 0, 0, 128, 16, true, 0, D::quadratic, dfErrBadBc},
+      {"default nx", 2, 4, 0, 2, 0, 99, true, 0, D::default_cubic, dfErrBadNx},
+      {"default bcType 0", 3, 4, 0, 2, 0, 16, true, 0, D::default_cubic, dfErrBadBcType},
+      {"default bcType 128", 3, 4, 0, 2, 128, 16, true, 0, D::default_cubic, dfErrBadBcType},
+      {"default bc", 3, 4, 0, 2, 36, 16, true, 0, D::default_cubic, dfErrBadBc},
+      {"default periodic bc", 3, 4, 0, 2, 64, 16, true, 0, D::default_cubic, dfErrBadBc},
+      {"natural method", 1, 4, 2, 0, 7, 99, true, 1, D::natural, dfErrBadMethod},
+      {"natural nx", 1, 4, 2, 0, 7, 99, true, 0, D::natural, dfErrBadNx},
+      {"natural not-a-knot nx 2", 2, 4, 2, 0, 1, 99, true, 0, D::natural, dfErrBadNx},
+      {"natural yHint", 2, 4, 2, 0, 7, 99, true, 0, D::natural, dfErrBadYHint},
+      {"natural periodic values", 5, 4, 2, 0, 64, 32, true, 0, D::natural, dfErrBadPeriodic},
   };
   for (const auto& c : cases) {
     Problem<double> p({std::max<int64_t>(c.nx, 2), 1, false, false}, 1);
@@ -143,15 +133,12 @@ TEST(ConstructStatusTest, RefusalsInTheirOrder) {
 TEST(ConstructStatusTest, FailedAllocationLeaksNothing) {
   const double bc[2] = {0.1, 0.2};
   std::vector<double> m(5000);
-  const struct {
-    int64_t nx, order, type, ic_type;
-    uint64_t bc_type;
-    int (*construct)(dfTask*, int, int, const qorThreading*);
-  } cases[] = {{9, 4, dfCubicNatural, 0, dfBcPeriodic, qor_df_kernel_dDFNaturalCubicSpline1D},
-               {9, 4, dfCubicDefault, dfIc2nd, dfBcFreeEnd, qor_df_kernel_dDFDefaultCubicSpline1D},
-               {5000, 3, dfQuadraticDefault, 0, dfBcMidValue, qor_df_kernel_dDFQuadraticSpline1D},
-               {9, 3, dfQuadraticKnotted, dfIcKnots, dfBcNotAKnot,
-                qor_df_kernel_dDFQuadraticSpline1D}};
+  const struct { int64_t nx, order, type, ic_type; uint64_t bc_type;
+    int (*construct)(dfTask*, int, int, const qorThreading*); } cases[] = {
+      {9, 4, dfCubicNatural, 0, dfBcPeriodic, D::natural},
+      {9, 4, dfCubicDefault, dfIc2nd, dfBcFreeEnd, D::default_cubic},
+      {5000, 3, dfQuadraticDefault, 0, dfBcMidValue, D::quadratic},
+      {9, 3, dfQuadraticKnotted, dfIcKnots, dfBcNotAKnot, D::quadratic}};
   for (const auto& c : cases) {
     Problem<double> p({c.nx, 2, false, false}, 4, c.bc_type == dfBcPeriodic);
     p.Describe(c.order, c.type, c.bc_type, bc, c.ic_type, c.ic_type == dfIc2nd ? m.data() : nullptr,
