@@ -115,6 +115,7 @@ TEST(ConstructStatusTest, RefusalsInTheirOrder) {
       {"natural nx", 1, 4, 2, 0, 7, 99, true, 0, D::natural, dfErrBadNx},
       {"natural not-a-knot nx 2", 2, 4, 2, 0, 1, 99, true, 0, D::natural, dfErrBadNx},
       {"natural yHint", 2, 4, 2, 0, 7, 99, true, 0, D::natural, dfErrBadYHint},
+      {"natural bcType 7, unknown", 2, 4, 2, 0, 7, 16, true, 0, D::natural, dfErrBadBcType},
       {"natural periodic values", 5, 4, 2, 0, 64, 32, true, 0, D::natural, dfErrBadPeriodic},
   };
   for (const auto& c : cases) {
