@@ -33,7 +33,8 @@ std::vector<Entry> GroupByKernel(const std::vector<Entry>& entries, std::vector<
   std::vector<Entry> groups;
   for (const Entry& e : entries) {
     size_t g = 0;
-    while (g < groups.size() && !(groups[g].kernel == e.kernel && groups[g].strided == e.strided)) ++g;
+    while (g < groups.size() && (groups[g].kernel != e.kernel || groups[g].strided != e.strided))
+      ++g;
     if (g == groups.size()) groups.push_back(e);
     group_of->push_back(g);
   }
@@ -46,11 +47,8 @@ template <class T>
 Inputs<T> ChunkInputs(const FunctionRow& row, bool all_floats, uint64_t chunk, uint64_t step) {
   if (all_floats) {
     Inputs<T> inputs;
-    inputs.a.resize(kChunk);
-    for (uint64_t i = 0; i < kChunk; ++i) {
-      const uint32_t bits = static_cast<uint32_t>((chunk * kChunk + i) * step);
-      std::memcpy(&inputs.a[i], &bits, sizeof bits);
-    }
+    for (uint64_t i = 0; i < kChunk; ++i)
+      inputs.a.push_back(std::bit_cast<T>(Bits<T>((chunk * kChunk + i) * step)));
     return inputs;
   }
   if (chunk == 0) return SpecialInputs<T>(row);
@@ -80,16 +78,19 @@ std::vector<Expected<float>> ExpectationsFromLibm(const FunctionRow& row,
   return expected;
 }
 
+// Sweeps one row on the threads, each kernel once, and prints its lines; false when one fails.
 template <class T>
-std::vector<ErrorStats<T>> Sweep(const FunctionRow& row, const std::vector<Entry>& groups,
-                                 const Options& options, uint64_t* inputs_per_kernel) {
+bool SweepRow(const FunctionRow& row, const std::vector<Entry>& entries, const Options& options) {
+  const auto start = std::chrono::steady_clock::now();
+  std::vector<size_t> group_of;
+  const std::vector<Entry> groups = GroupByKernel(entries, &group_of);
   const bool all_floats = sizeof(T) == 4 && row.arity() == 1 && row.libm != nullptr;
   const uint64_t chunks = all_floats ? (uint64_t(1) << 32) / kChunk / options.float_step
                                      : 1 + (options.count + kChunk - 1) / kChunk;
   std::vector<ErrorStats<T>> total(groups.size());
   std::mutex merge;
   auto work = [&](int thread) {
-    ScopedMode mode(SweepMode());
+    ScopedMode mode(kSweepMode);
     mpfr_t x, y;
     mpfr_init2(x, std::numeric_limits<T>::digits);
     mpfr_init2(y, kReferencePrecision);
@@ -113,60 +114,44 @@ std::vector<ErrorStats<T>> Sweep(const FunctionRow& row, const std::vector<Entry
   std::vector<std::thread> threads;
   for (int t = 0; t < options.threads; ++t) threads.emplace_back(work, t);
   for (std::thread& t : threads) t.join();
-  *inputs_per_kernel = total.empty() ? 0 : total[0].count;
-  return total;
-}
-
-// Sweeps one row and prints its lines; false when an entry fails.
-template <class T>
-bool SweepRow(const FunctionRow& row, const std::vector<Entry>& entries, const Options& options) {
-  const auto start = std::chrono::steady_clock::now();
-  std::vector<size_t> group_of;
-  const std::vector<Entry> groups = GroupByKernel(entries, &group_of);
-  uint64_t inputs = 0;
-  const std::vector<ErrorStats<T>> stats = Sweep<T>(row, groups, options, &inputs);
-  const double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   bool passed = true;
   for (size_t i = 0; i < entries.size(); ++i) {
     const Entry& e = entries[i];
-    const ErrorStats<T>& s = stats[group_of[i]];
+    const ErrorStats<T>& s = total[group_of[i]];
     const std::string& first = groups[group_of[i]].symbol;
     std::printf("%-8s %-16s %4d %12llu  %s  %s\n", row.name.c_str(), e.symbol.c_str(), e.slot,
-                static_cast<unsigned long long>(inputs), s.Passed() ? "ok  " : "FAIL",
+                static_cast<unsigned long long>(total[0].count), s.Passed() ? "ok  " : "FAIL",
                 first == e.symbol ? s.Describe(row.arity() == 2).c_str()
                                   : ("same kernel as " + first).c_str());
     passed = passed && s.Passed();
   }
-  std::printf("%-8s %.1f s\n", row.name.c_str(), seconds);
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  std::printf("%-8s %.1f s\n", row.name.c_str(), seconds.count());
   std::fflush(stdout);
   return passed;
 }
 
 bool ParseOptions(int argc, char** argv, Options* options) {
   for (int i = 1; i < argc; ++i) {
-    const std::string arg = argv[i];
-    auto value = [&](const char* key) -> const char* {
-      const size_t length = std::strlen(key);
-      return arg.compare(0, length, key) == 0 ? argv[i] + length : nullptr;
-    };
-    if (const char* v = value("--filter=")) options->filter = v;
-    else if (const char* v = value("--threads=")) options->threads = std::max(1, std::atoi(v));
-    else if (const char* v = value("--count=")) options->count = std::strtoull(v, nullptr, 10);
-    else if (const char* v = value("--float-step="))
-      options->float_step = std::max<uint64_t>(1, std::strtoull(v, nullptr, 10));
-    else {
-      std::fprintf(stderr, "usage: %s [--filter=RE] [--threads=N] [--count=N] [--float-step=K]\n",
-                   argv[0]);
-      return false;
-    }
+    const char* v = std::strchr(argv[i], '=');
+    const std::string key(argv[i], v == nullptr ? 0 : v - argv[i]);
+    const uint64_t n = v == nullptr ? 0 : std::strtoull(v + 1, nullptr, 10);
+    if (key == "--filter") options->filter = v + 1;
+    else if (key == "--threads") options->threads = std::max(1, std::atoi(v + 1));
+    else if (key == "--count") options->count = n;
+    else if (key == "--float-step") options->float_step = std::max<uint64_t>(1, n);
+    else return false;
   }
   return true;
 }
 
 int Main(int argc, char** argv) {
   Options options;
-  if (!ParseOptions(argc, argv, &options)) return 2;
+  if (!ParseOptions(argc, argv, &options)) {
+    std::fprintf(stderr, "usage: %s [--filter=RE] [--threads=N] [--count=N] [--float-step=K]\n",
+                 argv[0]);
+    return 2;
+  }
   const std::regex filter(options.filter);
   std::printf("%-8s %-16s %4s %12s  %s\n", "function", "entry", "slot", "inputs",
               "max error, at the worst input");

@@ -54,20 +54,23 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
   void Special() {
     const Inputs<T> inputs = SpecialInputs<T>(GetParam());
     for (bool no_error : {false, true}) {
-      ScopedMode mode(no_error ? NoErrorMode() : DefaultMode());
+      ScopedMode mode(no_error ? kNoErrorMode : kDefaultMode);
       for (bool strided : {false, true})
         ExpectBelowOneUlp(inputs, strided, no_error ? "specials, no-error mode" : "specials");
     }
   }
 
+  // Each draw through the plain names, and a smaller one through the strided names.
   template <class T>
-  void Draws(std::initializer_list<Draw> draws, size_t count, bool strided) {
-    ScopedMode mode(DefaultMode());
+  void Draws() {
+    ScopedMode mode(kDefaultMode);
     const FunctionRow& row = GetParam();
-    for (Draw draw : draws) {
-      const Inputs<T> inputs = RandomInputs<T>(row, draw, count, SeedOf(row.name) + int(draw));
-      ExpectBelowOneUlp(inputs, strided, kDrawNames[int(draw)]);
-    }
+    for (Draw draw : {Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange})
+      for (bool strided : {false, true}) {
+        const size_t count = strided ? kStridedSampleSize : kSampleSize;
+        const Inputs<T> inputs = RandomInputs<T>(row, draw, count, SeedOf(row.name) + int(draw));
+        ExpectBelowOneUlp(inputs, strided, kDrawNames[int(draw)]);
+      }
   }
 
   // Runs `body` with float or double as the row's type asks.
@@ -84,21 +87,8 @@ TEST_P(AccuracyTest, SpecialAndBoundaryValues) {
   ForRowType([&](auto t) { Special<decltype(t)>(); });
 }
 
-TEST_P(AccuracyTest, WholeFormatByBitPattern) {
-  ForRowType([&](auto t) { Draws<decltype(t)>({Draw::kBitPatterns}, kSampleSize, false); });
-}
-
-TEST_P(AccuracyTest, TypicalRange) {
-  ForRowType([&](auto t) {
-    Draws<decltype(t)>({Draw::kTypicalRange, Draw::kBitPatternsInRange}, kSampleSize, false);
-  });
-}
-
-TEST_P(AccuracyTest, StridedMembers) {
-  ForRowType([&](auto t) {
-    Draws<decltype(t)>({Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange},
-                       kStridedSampleSize, true);
-  });
+TEST_P(AccuracyTest, RandomDraws) {
+  ForRowType([&](auto t) { Draws<decltype(t)>(); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Functions, AccuracyTest, testing::ValuesIn(Functions()),

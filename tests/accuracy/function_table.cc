@@ -1,5 +1,4 @@
-// One row per vector function. To add a function, add its row; the fast sample and the sweep
-// pick it up, and skip it while the library has no kernel for it.
+// One row per vector function; the fast sample and the sweep skip rows without a kernel.
 #include "tests/accuracy/function_table.h"
 
 #include <cmath>
@@ -23,8 +22,7 @@ const std::vector<double> kTanhIntervals = {0.21875, 0.3125, 0.4375, 0.625, 0.87
 
 // Distances from 1 where the logarithms' short path ends.
 const std::vector<double> kNearOne = {1.0, 1.0 - 0x1p-7 * 1.25, 1.0 + 0x1p-7 * 1.25};
-// Near 4/3, where the single logarithms' reduction makes r near -1/3: the worst inputs of a
-// plain single-precision sum, and of every float for sLn, sLog2 and sLog10.
+// Near 4/3, where the single logarithms' r is near -1/3: their worst inputs over every float.
 const std::vector<double> kSingleLogWorst = {0x1.556f9p+0,  0x1.557b74p+0, 0x1.55a95p+0,
                                              0x1.55594cp+0, 0x1.4500c8p+0, 0x1.556b24p+0,
                                              0x1.555ad8p+0};
@@ -47,40 +45,33 @@ int MpfrPowr(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rnd) {
 }
 
 // 1/cbrt(x), x^(2/3) and x^(3/2) in MPFR, through 64 extra bits.
-template <class Steps>
-int Extended(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd, Steps steps) {
+using Steps = void (*)(mpfr_ptr, mpfr_srcptr);
+template <Steps kSteps>
+int Extended(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
   mpfr_t t;
   mpfr_init2(t, 2 * mpfr_get_prec(x) + 64);
-  steps(t, x);
+  kSteps(t, x);
   const int inexact = mpfr_set(r, t, rnd);
   mpfr_clear(t);
   return inexact;
 }
-int MpfrInvCbrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-  return Extended(r, x, rnd, [](mpfr_ptr t, mpfr_srcptr v) {
-    mpfr_cbrt(t, v, MPFR_RNDN);
-    mpfr_ui_div(t, 1, t, MPFR_RNDN);
-  });
+void InvCbrtSteps(mpfr_ptr t, mpfr_srcptr v) {
+  mpfr_cbrt(t, v, MPFR_RNDN);
+  mpfr_ui_div(t, 1, t, MPFR_RNDN);
 }
-int MpfrPow2o3(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-  return Extended(r, x, rnd, [](mpfr_ptr t, mpfr_srcptr v) {
-    mpfr_sqr(t, v, MPFR_RNDN);
-    mpfr_cbrt(t, t, MPFR_RNDN);
-  });
+void Pow2o3Steps(mpfr_ptr t, mpfr_srcptr v) {
+  mpfr_sqr(t, v, MPFR_RNDN);
+  mpfr_cbrt(t, t, MPFR_RNDN);
 }
-int MpfrPow3o2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
-  return Extended(r, x, rnd, [](mpfr_ptr t, mpfr_srcptr v) {
-    if (mpfr_sgn(v) < 0) return mpfr_set_nan(t);
-    mpfr_pow_si(t, v, 3, MPFR_RNDN);
-    mpfr_sqrt(t, t, MPFR_RNDN);
-    mpfr_abs(t, t, MPFR_RNDN);  // +0 for -0
-  });
+void Pow3o2Steps(mpfr_ptr t, mpfr_srcptr v) {
+  if (mpfr_sgn(v) < 0) return mpfr_set_nan(t);
+  mpfr_pow_si(t, v, 3, MPFR_RNDN);
+  mpfr_sqrt(t, t, MPFR_RNDN);
+  mpfr_abs(t, t, MPFR_RNDN);  // +0 for -0
 }
 
-// The end of the medium reduction and its neighbours, the steps of the table at pi/512, multiples
-// of pi/2 and pi, and huge arguments up to the largest double, among them the double closest
-// to a multiple of pi/2 (6381956970095103 2^797) and 1e22; and two arguments near the limit,
-// where the rest of the medium reduction reaches 2^-50 and must meet the table's whole values.
+// The end of the medium reduction, two arguments where its rest reaches 2^-50, the table step
+// pi/512, multiples of pi/2 and pi, huge arguments (the double closest to a multiple of pi/2).
 const std::vector<double> kTrigPoints = {
     65536.00349206588, 65536.0, 65537.0, 64473.213697426458, -63344.04660132368,
     0x1p-26, 0.0061359231515425647, 1.5707963267948966,
@@ -96,8 +87,7 @@ FunctionRow ResultOf(int k, FunctionRow row) {
   return row;
 }
 
-// ErfInv: w = 1 - |x| at row ends (0.875, 0.5, 2^-20), the last magnitudes of the companion
-// (2^-53 in double, 2^-24 in single), the poles, and the smallest double whose result is normal.
+// ErfInv: w = 1 - |x| at row ends, the poles, and the smallest double whose result is normal.
 const std::vector<double> kErfInvPoints = {0.125, 0.5, 1.0 - 0x1p-20, 1.0, -1.0,
                                            0x1p-1022 / 0.886226925452758};
 
@@ -109,13 +99,11 @@ std::vector<double> Concat(std::vector<double> a, const std::vector<double>& b) 
 }  // namespace
 
 const std::vector<FunctionRow>& Functions() {
-  // name, MPFR reference, libm reference, typical range, boundaries (with neighbours).
   static const std::vector<FunctionRow> rows = {
       {"sAbs", mpfr_abs, std::fabs, {-1e3, 1e3}, {}, true},
       {"dAdd", mpfr_add, {-1e3, 1e3}, {1.0, 0x1p1023}},
 
-      // Overflow bound, underflow bound (result below half the smallest subnormal), first
-      // subnormal result, block-path lane flag.
+      // Overflow, underflow, first subnormal result, block-path lane flag.
       {"sExp", mpfr_exp, exp, {-87.0, 88.0},
        {88.72283172607422, -103.97207641601562, -87.33654022216797, -90.0}},
       {"dExp", mpfr_exp, exp, {-708.0, 709.0},
@@ -129,8 +117,7 @@ const std::vector<FunctionRow>& Functions() {
        {308.25471555991675, -323.60724533877976, -307.6526555685888, 307.65234375}},
       // Beyond the last bound expm1 rounds to -1.
       {"sExpm1", mpfr_expm1, expm1, {-17.0, 88.0}, {88.72283172607422, -17.328679513998633}},
-      // Beyond: the direct polynomial's ends, and results built from two terms of similar size
-      // where the table index first steps away from 0.
+      // The direct polynomial's ends, and where the table index first steps away from 0.
       {"dExpm1", mpfr_expm1, expm1, {-37.0, 709.0},
        {709.782712893384, -37.42994775023705, 0x1p-5, -0x1p-5, -0.0074646136898535468}},
       {"sSinh", mpfr_sinh, sinh, {-89.0, 89.0}, {89.4159927368164, -89.4159927368164}},
@@ -171,13 +158,14 @@ const std::vector<FunctionRow>& Functions() {
       // Rows of the cube-root table change with the exponent modulo 3 and the top mantissa bits.
       {"sCbrt", mpfr_cbrt, std::cbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 1.03125, 0x1p-126}},
       {"dCbrt", mpfr_cbrt, std::cbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 1.03125, 0x1p-1022}},
-      {"sInvCbrt", MpfrInvCbrt, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-126}},
-      {"dInvCbrt", MpfrInvCbrt, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-1022}},
+      {"sInvCbrt", Extended<InvCbrtSteps>, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-126}},
+      {"dInvCbrt", Extended<InvCbrtSteps>, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-1022}},
       // The scaling of x * x and of x^(3/2) changes at 2^-+500 and 2^-+600.
-      {"sPow2o3", MpfrPow2o3, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-126}},
-      {"dPow2o3", MpfrPow2o3, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-500, 0x1p500, 0x1p-1022}},
-      {"sPow3o2", MpfrPow3o2, Pow3o2, {0.0, 1e3}, {1.0, 0x1p85, 0x1p-126}},
-      {"dPow3o2", MpfrPow3o2, Pow3o2, {0.0, 1e3}, {1.0, 0x1p-600, 0x1p600, 0x1p682, 0x1p-1022}},
+      {"sPow2o3", Extended<Pow2o3Steps>, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-126}},
+      {"dPow2o3", Extended<Pow2o3Steps>, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-500, 0x1p500, 0x1p-1022}},
+      {"sPow3o2", Extended<Pow3o2Steps>, Pow3o2, {0.0, 1e3}, {1.0, 0x1p85, 0x1p-126}},
+      {"dPow3o2", Extended<Pow3o2Steps>, Pow3o2, {0.0, 1e3},
+       {1.0, 0x1p-600, 0x1p600, 0x1p682, 0x1p-1022}},
       {"sHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-126, 0x1p127, 0x1p-63, 0x1p63, 0x1.8p63}},
       {"dHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-900, 0x1p-1022, 0x1p1023, 0x1p-480, 0x1p510}},
       // The exponent 1.5 and 2 take own loops in Powx; 1 and -1 are exact powers.

@@ -14,18 +14,16 @@ using MpfrUnary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
 using MpfrBinary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
 using LibmUnary = double (*)(double);
 
-struct Range {
-  double lo, hi;
-};
+struct Range { double lo, hi; };
 
 struct FunctionRow {
-  // One input: `libm` is the double function whose error is far below a float ulp, used by the
-  // all-floats sweep of `s` rows (nullptr: MPFR only). `libm_exact` says it is exact.
+  // One input; `libm` (exact when `libm_exact`) is the double function, far below a float ulp
+  // off, that the all-floats sweep of `s` rows uses (nullptr: MPFR only).
   FunctionRow(std::string name, MpfrUnary exact, LibmUnary libm, Range typical,
               std::vector<double> boundaries = {}, bool libm_exact = false)
       : name(std::move(name)), unary(exact), libm(libm), libm_exact(libm_exact),
         typical(typical), boundaries(std::move(boundaries)) {}
-  // Two inputs, each drawn from the same sets.
+  // Two inputs, drawn alike.
   FunctionRow(std::string name, MpfrBinary exact, Range typical,
               std::vector<double> boundaries = {})
       : name(std::move(name)), binary(exact), typical(typical),
@@ -44,8 +42,7 @@ struct FunctionRow {
   LibmUnary libm = nullptr;
   bool libm_exact = false;
   Range typical;
-  // Overflow and underflow bounds, path switches and other points where the formula changes;
-  // each is tested with its neighbours.
+  // Points where the formula changes (overflow, underflow, path switches), with neighbours.
   std::vector<double> boundaries;
 };
 

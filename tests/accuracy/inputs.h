@@ -1,11 +1,11 @@
-// Input sets: special and boundary values with their neighbours, uniform bit patterns, uniform
-// values in a range and uniform bit patterns in it (spread over its binades).
+// Input sets: special and boundary values with their neighbours, bit patterns, uniform values in
+// a range and bit patterns in it.
 #ifndef QOR_TESTS_ACCURACY_INPUTS_H_
 #define QOR_TESTS_ACCURACY_INPUTS_H_
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <type_traits>
@@ -15,9 +15,8 @@
 
 namespace accuracy {
 
-// The second inputs are empty for functions of one input.
 template <class T>
-struct Inputs {
+struct Inputs {  // b is empty for functions of one input
   std::vector<T> a, b;
   size_t size() const { return a.size(); }
 };
@@ -28,16 +27,12 @@ using Bits = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
 // A signed integer that orders finite values as the reals do (-0 and +0 both 0), and back.
 template <class T>
 int64_t Ordinal(T x) {
-  Bits<T> bits;
-  std::memcpy(&bits, &x, sizeof x);
-  const int64_t magnitude = static_cast<int64_t>(bits & ~(Bits<T>(1) << (8 * sizeof(T) - 1)));
+  const int64_t magnitude = int64_t(std::bit_cast<Bits<T>>(std::fabs(x)));
   return std::signbit(x) ? -magnitude : magnitude;
 }
 template <class T>
 T FromOrdinal(int64_t ordinal) {
-  const Bits<T> bits = static_cast<Bits<T>>(ordinal < 0 ? -ordinal : ordinal);
-  T x;
-  std::memcpy(&x, &bits, sizeof x);
+  const T x = std::bit_cast<T>(Bits<T>(ordinal < 0 ? -ordinal : ordinal));
   return ordinal < 0 ? -x : x;
 }
 
@@ -86,13 +81,9 @@ Inputs<T> RandomInputs(const FunctionRow& row, Draw draw, size_t count, uint64_t
                                                    Ordinal(static_cast<T>(row.typical.hi)));
     std::vector<T> v(count);
     for (T& x : v) {
-      if (draw == Draw::kBitPatterns) {
-        const Bits<T> bits = static_cast<Bits<T>>(engine());
-        std::memcpy(&x, &bits, sizeof x);
-      } else {
-        x = draw == Draw::kTypicalRange ? static_cast<T>(uniform(engine))
-                                        : FromOrdinal<T>(ordinal(engine));
-      }
+      if (draw == Draw::kBitPatterns) x = std::bit_cast<T>(Bits<T>(engine()));
+      else if (draw == Draw::kTypicalRange) x = T(uniform(engine));
+      else x = FromOrdinal<T>(ordinal(engine));
     }
     return v;
   };

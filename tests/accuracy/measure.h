@@ -15,11 +15,11 @@
 
 namespace accuracy {
 
-// Working precision of the references: far above double, so that rounding them again to T is
-// correct rounding but for ties a 2^-75 ulp away.
+// Working precision of the references: rounding them again to T is correct but for ties a
+// 2^-75 ulp away.
 constexpr mpfr_prec_t kReferencePrecision = 128;
 
-// The expectation for one input of a function of one argument (scratch variables supplied).
+// The expectation for one input of a function of one argument, in scratch variables x and y.
 template <class T>
 Expected<T> ExactExpectation(const FunctionRow& row, T a, mpfr_ptr x, mpfr_ptr y) {
   SetFromType(x, a);
@@ -56,8 +56,8 @@ std::string Show(T x) {
   return text;
 }
 
-// Results, results that had to be exact and were not, and the largest error (+inf after a
-// mismatch, -1 before the first result) with the input that gave it.
+// Results, results that had to match and did not, and the largest error (+inf after a mismatch,
+// -1 before the first result) with the input that gave it.
 template <class T>
 struct ErrorStats {
   uint64_t count = 0, mismatches = 0;
@@ -77,25 +77,21 @@ struct ErrorStats {
   }
   bool Passed() const { return mismatches == 0 && max_ulps < 1.0; }
 
-  // "0.5123 ulp at x = 0x1.2p+3 (9): got ..., expected ..."; `binary` prints both inputs.
+  // "0.5123 ulp at x = 0x1.2p+3 (9): got ..., expected ... +0.1 ulp"; `binary` shows y too.
   std::string Describe(bool binary) const {
     if (count == 0) return "no results";
-    char head[64] = "a result that must match does not";
+    char head[64] = "a result that must match does not", offset[48] = "";
     if (!std::isinf(max_ulps)) std::snprintf(head, sizeof head, "%.4f ulp", max_ulps);
-    std::string text = std::string(head) + " at x = " + Show(worst_a);
-    if (binary) text += ", y = " + Show(worst_b);
-    text += ": got " + Show(worst_result) + ", expected " + Show(worst_expected.rounded);
-    if (!worst_expected.must_match) {
-      char offset[48];
+    if (!worst_expected.must_match)
       std::snprintf(offset, sizeof offset, " %+.4f ulp", worst_expected.offset);
-      text += offset;
-    }
-    if (mismatches != 0) text += "; " + std::to_string(mismatches) + " results that must match do not";
-    return text;
+    return head + (" at x = " + Show(worst_a)) + (binary ? ", y = " + Show(worst_b) : "") +
+           ": got " + Show(worst_result) + ", expected " + Show(worst_expected.rounded) + offset +
+           (mismatches ? "; " + std::to_string(mismatches) + " results that must match do not"
+                       : "");
   }
 };
 
-// Adds every result to `stats`; `inputs.b` may be empty.
+// Adds every result to `stats`.
 template <class T>
 void Measure(const Inputs<T>& inputs, const std::vector<T>& results,
              const std::vector<Expected<T>>& expected, ErrorStats<T>* stats) {

@@ -1,12 +1,11 @@
-// The error measure: a computed result against the exact value, in ulps of the binade of the
-// correctly rounded result (subnormals with the fixed subnormal ulp). Results that must be
-// exact (NaN, an infinity, a zero, an exactly representable value) count as infinitely wrong
-// unless they match in class and sign, and bit for bit when finite.
+// The error measure: a result against the exact value, in ulps of the binade of the correctly
+// rounded result; results that must be exact count as infinitely wrong unless they match.
 #ifndef QOR_TESTS_ACCURACY_ULP_H_
 #define QOR_TESTS_ACCURACY_ULP_H_
 
 #include <mpfr.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -14,14 +13,13 @@
 
 namespace accuracy {
 
-// What a result should be: the exact value rounded to nearest in T (NaN, +-inf and +-0
-// included), (exact - rounded) in ulps of `rounded` within [-0.5, 0.5], and whether no error is
-// allowed (a NaN, an infinity, a zero or an exact value).
+// The exact value rounded to nearest in T, (exact - rounded) in ulps of `rounded`, and whether
+// no error is allowed (a NaN, an infinity, a zero or an exact value).
 template <class T>
 struct Expected { T rounded; double offset; bool must_match; };
 
-// log2 of the ulp of the binade of `y`; below the smallest normal, the subnormal ulp. Read
-// from the exponent field: the sweeps call this for every float.
+// log2 of the ulp of the binade of `y` (the subnormal ulp below the smallest normal), from the
+// exponent field: the sweeps call this for every float.
 template <class T>
 int UlpExponent(T y) {
   using L = std::numeric_limits<T>;
@@ -34,24 +32,16 @@ int UlpExponent(T y) {
 
 // x * 2^k for |k| up to 2200, without a call into libm.
 inline double ScaleByPowerOfTwo(double x, int k) {
-  auto power = [](int e) {  // 2^e for -1022 <= e <= 1023
-    const uint64_t bits = static_cast<uint64_t>(e + 1023) << 52;
-    double p;
-    std::memcpy(&p, &bits, sizeof p);
-    return p;
-  };
+  auto power = [](int e) { return std::bit_cast<double>(uint64_t(e + 1023) << 52); };
   while (k > 1023) x *= power(1023), k -= 1023;
   while (k < -1022) x *= power(-1022), k += 1022;
   return x * power(k);
 }
 
 template <class T>
-bool SameBits(T x, T y) {
-  return std::memcmp(&x, &y, sizeof(T)) == 0;
-}
+bool SameBits(T x, T y) { return std::memcmp(&x, &y, sizeof(T)) == 0; }
 
-// Error of `computed` in ulps; +inf for a wrong class, sign or inexact value where the
-// result must match.
+// Error of `computed` in ulps; +inf for a wrong class, sign or value where it must match.
 template <class T>
 double UlpError(T computed, const Expected<T>& e) {
   if (e.must_match) {
@@ -60,8 +50,8 @@ double UlpError(T computed, const Expected<T>& e) {
   }
   if (!std::isfinite(computed)) return INFINITY;
   // computed - rounded is exact: both lie within a few binades of each other when it matters.
-  const double steps = ScaleByPowerOfTwo(static_cast<double>(computed) - e.rounded, -UlpExponent(e.rounded));
-  return std::fabs(steps - e.offset);
+  const double diff = double(computed) - e.rounded;
+  return std::fabs(ScaleByPowerOfTwo(diff, -UlpExponent(e.rounded)) - e.offset);
 }
 
 inline double RoundToType(double, mpfr_srcptr x) { return mpfr_get_d(x, MPFR_RNDN); }
@@ -69,8 +59,8 @@ inline float RoundToType(float, mpfr_srcptr x) { return mpfr_get_flt(x, MPFR_RND
 inline void SetFromType(mpfr_ptr r, double x) { mpfr_set_d(r, x, MPFR_RNDN); }
 inline void SetFromType(mpfr_ptr r, float x) { mpfr_set_flt(r, x, MPFR_RNDN); }
 
-// The expectation from an exact value (at a precision well above T's) and the ternary value
-// of the reference computation: 0 when `exact` is the true value itself.
+// The expectation from a value at a precision well above T's and the ternary value of its
+// computation (0: `exact` is the true value).
 template <class T>
 Expected<T> FromMpfr(mpfr_srcptr exact, int ternary) {
   if (mpfr_nan_p(exact)) return {std::numeric_limits<T>::quiet_NaN(), 0.0, true};
@@ -86,9 +76,8 @@ Expected<T> FromMpfr(mpfr_srcptr exact, int ternary) {
   return {rounded, offset, ternary == 0 && offset == 0.0};
 }
 
-// The float expectation from a double reference close to the exact value: far from a float
-// rounding boundary (see NeedsExactReference), the double's rounding is the exact value's.
-// `exact` says that the double reference is the exact value.
+// The float expectation from a double reference close to the exact value (`exact`: equal to
+// it); away from NeedsExactReference's cases its rounding is the exact value's.
 inline Expected<float> FromDouble(double reference, bool exact) {
   if (std::isnan(reference)) return {NAN, 0.0, true};
   const float rounded = static_cast<float>(reference);
@@ -97,9 +86,8 @@ inline Expected<float> FromDouble(double reference, bool exact) {
   return {rounded, offset, exact && offset == 0.0};
 }
 
-// True when a double reference, with an error of a few double ulps (2^-27 float ulps and less),
-// lies so close to a float or to a midpoint between floats that only the exact value can tell
-// how it rounds or whether it is exact.
+// True when a double reference, a few double ulps off, lies so close to a float or a midpoint
+// between floats that only the exact value tells how it rounds or whether it is exact.
 inline bool NeedsExactReference(double reference, bool exact) {
   if (exact || !std::isfinite(reference) || reference == 0) return false;
   const float rounded = static_cast<float>(reference);

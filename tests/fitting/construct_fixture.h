@@ -115,9 +115,35 @@ QOR_FIT_API(double, d)
 QOR_FIT_API(float, s)
 #undef QOR_FIT_API
 
+// Optional arguments of an interpolation.
+template <class T>
+struct Extras {
+  void* cell = nullptr;
+  const qorThreading* threading = nullptr;
+  int (*left)(int64_t*, int64_t*, T*, T*, const void*) = nullptr;
+  decltype(left) right = nullptr;
+  const T* dhint = nullptr;
+};
+
+// Interpolates at s into r; a wide task reads the derivative orders as 64-bit integers.
+template <class T>
+int Interpolate(Problem<T>& p, int type, const std::vector<T>& s,
+                const std::vector<int32_t>& dorder, T* r, int64_t rhint, const Extras<T>& e = {}) {
+  const std::vector<int64_t> dorder64(dorder.begin(), dorder.end());
+  const void* orders = p.task.wideIndex ? static_cast<const void*>(dorder64.data()) : dorder.data();
+  return Api<T>::interpolate(&p.task, type, 0, int64_t(s.size()), s.data(), 0,
+                             int64_t(dorder.size()), orders, e.dhint, r, rhint, e.cell, e.left,
+                             nullptr, e.right, nullptr, nullptr, nullptr, nullptr, nullptr,
+                             e.threading);
+}
+
 constexpr uint64_t kBoundaries[] = {dfBcNotAKnot, dfBcFreeEnd, dfBc1st1st, dfBc1st2nd,
                                     dfBc2nd1st,   dfBc2nd2nd,  dfBcPeriodic};
 template <class T> constexpr double kRelTol = sizeof(T) == 8 ? 1e-11 : 2e-3;
+
+// Base of the tests typed over the two real types.
+template <class T> class Typed : public ::testing::Test {};
+using RealTypes = ::testing::Types<double, float>;
 }  // namespace fit_test
 
 #endif  // QOR_TESTS_FITTING_CONSTRUCT_FIXTURE_H_

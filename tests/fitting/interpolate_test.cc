@@ -24,22 +24,7 @@ size_t Index(int64_t rhint, int64_t k, int64_t s, int64_t m, int64_t ny, int64_t
   }
 }
 
-template <class T>
-int Run(Problem<T>& p, int type, const std::vector<T>& s, const std::vector<int32_t>& dorder,
-        std::vector<T>* r, int64_t rhint, void* cell = nullptr,
-        const qorThreading* threading = nullptr) {
-  // A wide task reads the derivative orders as 64-bit integers.
-  const std::vector<int64_t> dorder64(dorder.begin(), dorder.end());
-  const void* orders = p.task.wideIndex ? static_cast<const void*>(dorder64.data()) : dorder.data();
-  return Api<T>::interpolate(&p.task, type, 0, int64_t(s.size()), s.data(), 0,
-                             int64_t(dorder.size()), orders, nullptr, r->data(), rhint,
-                             cell, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                             nullptr, threading);
-}
-
-template <class T>
-class InterpolateTest : public ::testing::Test {};
-using RealTypes = ::testing::Types<double, float>;
+template <class T> using InterpolateTest = Typed<T>;
 TYPED_TEST_SUITE(InterpolateTest, RealTypes);
 
 // Polynomial kinds: random coefficients of order 2, 3, 4 and 6; every rhint; all derivatives.
@@ -63,7 +48,7 @@ TYPED_TEST(InterpolateTest, PolynomialKindsMatchTheirCoefficients) {
           if (want.empty()) want.push_back(0);
           const int64_t nd = int64_t(want.size()), ns = int64_t(s.size());
           std::vector<T> r(3 * ns * nd, T(-9));
-          ASSERT_EQ(Run(p, 1, s, dorder, &r, rhint), 0);
+          ASSERT_EQ(Interpolate(p, 1, s, dorder, r.data(), rhint), 0);
           for (int64_t k = 0; k < 3; ++k)
             for (int64_t i = 0; i < ns; ++i) {
               const int64_t c = CellOf(p.at, (long double)s[i]);
@@ -93,12 +78,13 @@ TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
     std::vector<uint32_t> cells32(ns);
     void* cells = wide ? static_cast<void*>(cells64.data()) : cells32.data();
     std::vector<T> r(2 * ns), again(2 * ns), threaded(2 * ns);
-    ASSERT_EQ(Run(p, 3, s, {1}, &r, dfOutSFD, cells), 0);
+    ASSERT_EQ(Interpolate(p, 3, s, {1}, r.data(), dfOutSFD, {.cell = cells}), 0);
     for (int64_t i = 0; i < ns; ++i)
       ASSERT_EQ(wide ? cells64[i] : int64_t(cells32[i]), CellOf(p.at, (long double)s[i])) << s[i];
-    ASSERT_EQ(Run(p, 4, s, {1}, &again, dfOutSFD, cells), 0);
+    ASSERT_EQ(Interpolate(p, 4, s, {1}, again.data(), dfOutSFD, {.cell = cells}), 0);
     EXPECT_EQ(again, r);
-    ASSERT_EQ(Run(p, 1, s, {1}, &threaded, dfOutSFD, nullptr, qor_support_pool_threading(2)), 0);
+    ASSERT_EQ(Interpolate(p, 1, s, {1}, threaded.data(), dfOutSFD,
+                          {.threading = qor_support_pool_threading(2)}), 0);
     EXPECT_EQ(threaded, r);
   }
 }
@@ -117,7 +103,7 @@ TYPED_TEST(InterpolateTest, TabulatedKinds) {
   for (const auto& c : cases) {
     p.Describe(0, c.type, 0, nullptr, 0, nullptr, 0);
     std::vector<T> r(12);
-    ASSERT_EQ(Run(p, 1, c.s, {1}, &r, dfOutFSD), 0);
+    ASSERT_EQ(Interpolate(p, 1, c.s, {1}, r.data(), dfOutFSD), 0);
     for (int k = 0; k < 2; ++k)
       for (int i = 0; i < 6; ++i) EXPECT_EQ(r[k * 6 + i], p.Y(k, c.taken[i])) << c.type << " " << i;
   }
@@ -135,29 +121,17 @@ TEST(InterpolateCallbackTest, LeftSitesGoToTheCallbackOthersAreEvaluated) {
   p.Describe(2, 0, 0, nullptr, 0, nullptr, 8);
   ASSERT_EQ(qor_df_kernel_dDFLinearSpline1D(&p.task, 0, 0, nullptr), 0);
   const std::vector<double> s = {double(p.at[0] - 1), double(p.at[1]), double(p.at[4] + 1)};
-  const int32_t dorder[] = {1};
   std::vector<double> r(3);
-  ASSERT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
-                                           r.data(), 0, nullptr, +mark_left, nullptr, nullptr,
-                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-            0);
+  ASSERT_EQ(Interpolate(p, 1, s, {1}, r.data(), 0, {.left = +mark_left}), 0);
   EXPECT_EQ(r[0], 1234);
   EXPECT_NEAR(r[1], p.Y(0, 1), 1e-14);
   EXPECT_NEAR(r[2], double(Poly(p.C(0, 3, 2), 2, p.at[4] + 1 - p.at[3])), 1e-12);
-  EXPECT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 3, s.data(), 0, 1, dorder, nullptr,
-                                           r.data(), 0, nullptr, nullptr, nullptr, +refuse,
-                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-            -77);
+  EXPECT_EQ(Interpolate(p, 1, s, {1}, r.data(), 0, {.right = +refuse}), -77);
 }
 
 TEST(InterpolateStatusTest, RefusalsInTheirOrder) {
-  struct Case {
-    const char* what;
-    int64_t order, type, rhint, ndorder;
-    int32_t dorder0;
-    double site_shift, dhint1;
-    int status;
-  } cases[] = {
+  const struct { const char* what; int64_t order, type, rhint, ndorder; int32_t dorder0;
+    double site_shift, dhint1; int status; } cases[] = {
       {"order 1", 1, 0, 16, 1, 1, 0, 0, dfErrBadType},
       {"quadratic type 2", 3, 2, 16, 1, 1, 0, 0, dfErrBadType},
       {"cubic type 1", 4, 1, 16, 1, 1, 0, 0, dfErrBadType},
@@ -169,18 +143,15 @@ TEST(InterpolateStatusTest, RefusalsInTheirOrder) {
       {"look-up value order", 0, 6, 16, 1, 0, 0, 0, dfErrNoValueOrder},
       {"order 7 passes", 7, 0, 16, 1, 1, 0, 0, 0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     Problem<double> p({5, 1, false, false}, 2);
     p.Describe(c.order, c.type, 0, nullptr, 0, nullptr, 7 * 4);
-    const double site[2] = {double(p.at[1]) + c.site_shift, double(p.at[2])};
+    const std::vector<double> site = {double(p.at[1]) + c.site_shift, double(p.at[2])};
     const double dhint[5] = {0, c.dhint1, 0, 0, 0};
-    const int32_t dorder[2] = {c.dorder0, 0};
+    std::vector<int32_t> dorder = {c.dorder0, 0};
+    dorder.resize(c.ndorder);
     double r[4] = {};
-    EXPECT_EQ(qor_df_kernel_dDFInterpolate1D(&p.task, 1, 0, 2, site, 0, c.ndorder, dorder, dhint,
-                                             r, c.rhint, nullptr, nullptr, nullptr, nullptr,
-                                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-              c.status)
-        << c.what;
+    EXPECT_EQ(Interpolate(p, 1, site, dorder, r, c.rhint, {.dhint = dhint}), c.status) << c.what;
   }
 }
 }  // namespace

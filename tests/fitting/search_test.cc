@@ -54,10 +54,10 @@ int PoorEstimates(int64_t* n, const T*, int64_t* estimate, uint32_t*, void*, int
   return 0;
 }
 
-// A plan of `method` over nx breakpoints `x` (the two ends for the uniform methods).
+// A plan of `method` over nx breakpoints `x` ending at `last` (x: the two ends when uniform).
 template <class T>
-df::SearchPlan<T> Plan(int method, int64_t nx, const T* x, T first, T last, bool ascending) {
-  return {method, nx, x, (last - first) / static_cast<T>(nx - 1), ascending, PoorEstimates<T>};
+df::SearchPlan<T> Plan(int method, int64_t nx, const T* x, T last, bool ascending = false) {
+  return {method, nx, x, (last - x[0]) / static_cast<T>(nx - 1), ascending, PoorEstimates<T>};
 }
 
 // Every cell form gives the brute-force cells of the partition `x`.
@@ -72,10 +72,8 @@ void ExpectBruteForce(const df::SearchPlan<T>& plan, const std::vector<T>& x,
   }
 }
 
-template <class T>
-class SearchTest : public ::testing::Test {};
-using RealTypes = ::testing::Types<float, double>;
-TYPED_TEST_SUITE(SearchTest, RealTypes);
+template <class T> using SearchTest = fit_test::Typed<T>;
+TYPED_TEST_SUITE(SearchTest, fit_test::RealTypes);
 
 // Sorted and hybrid run with and without the ascending shortcuts; repeats stay ascending.
 TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
@@ -93,7 +91,7 @@ TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
     for (auto [method, ascending] : methods) {
       std::vector<T> s = sites;
       if (method == df::kSortedSearch) std::sort(s.begin(), s.end());
-      ExpectBruteForce(Plan(method, nx, x.data(), x[0], x[nx - 1], ascending), x, s);
+      ExpectBruteForce(Plan(method, nx, x.data(), x[nx - 1], ascending), x, s);
     }
   }
   // Uniform methods, step 1/4 and sites on a 2^-6 grid: every subtraction and product is exact.
@@ -103,7 +101,7 @@ TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
     for (int64_t i = 0; i < nx; ++i) x[i] = static_cast<T>(-3 + 0.25 * i);
     for (int k = -200; k < 16 * nx + 200; k += 3) sites.push_back(static_cast<T>(-3 + k / 64.0));
     for (int method : {df::kUniformSearch, df::kUniUserDefSearch})
-      ExpectBruteForce(Plan(method, nx, ends, ends[0], ends[1], false), x, sites);
+      ExpectBruteForce(Plan(method, nx, ends, ends[1]), x, sites);
   }
 }
 
@@ -111,7 +109,7 @@ TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
 TYPED_TEST(SearchTest, NaNSites) {
   using T = TypeParam;
   const T nan = std::numeric_limits<T>::quiet_NaN(), ends[2] = {0, 10};
-  const df::SearchPlan<T> uniform = Plan(df::kUniformSearch, 11, ends, ends[0], ends[1], false);
+  const df::SearchPlan<T> uniform = Plan(df::kUniformSearch, 11, ends, ends[1]);
   const std::vector<T> one_nan(5, nan);
   EXPECT_EQ(Search(uniform, CellForm::k64, one_nan)[0], std::numeric_limits<int64_t>::min() + 1);
   EXPECT_EQ(Search(uniform, CellForm::k64Pack, one_nan)[4], -2147483647);
@@ -119,7 +117,7 @@ TYPED_TEST(SearchTest, NaNSites) {
 
   std::vector<T> x(300);
   for (int i = 0; i < 300; ++i) x[i] = static_cast<T>(i);
-  df::SearchPlan<T> hybrid = Plan(df::kHybridSearch, 50, x.data(), x[0], x[49], false);
+  df::SearchPlan<T> hybrid = Plan(df::kHybridSearch, 50, x.data(), x[49]);
   EXPECT_EQ(Search(hybrid, CellForm::k64, one_nan)[0], 0);
   hybrid.nx = 300;
   // NaN takes every lower half: lo 0, 150, 225, where hi - lo <= 100.
@@ -207,13 +205,8 @@ TEST(SearchTest, CallbackContract) {
 // cells on the calling thread and on a pool (the sorted method keeps a cursor per thread).
 TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  const struct {
-    const char* name;
-    uint64_t x_hint;
-    int64_t site_hint;
-    std::vector<double> dhint;
-    int status;
-  } cases[] = {
+  const struct { const char* name; uint64_t x_hint; int64_t site_hint; std::vector<double> dhint;
+    int status; } cases[] = {
       {"hybrid", 1, 0, {}, 0},
       {"hybrid by data hint, position not read", 1, 0, {0, 0, 0, 0, -5}, 0},
       {"peak", 1, 0, {0, 1, 0, 0, 3}, 0},

@@ -59,8 +59,8 @@ TEST(TaskTest, FieldsAndTablesOfANewTask) {
   qor_df_kernel_DeleteTask(&task);
 }
 
-// The bucket (lo, hi) of any value v between the ends, trunc((v - x[0]) * scale), encloses
-// the breakpoints around v; a uniform task has no accelerator.
+// The bucket trunc((v - x[0]) * scale) of any v between the ends encloses the breakpoints around
+// v; a uniform task has no accelerator (and never reads past its two ends).
 TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
   for (int64_t nx : {2, 17, 271, 272, 5000, 20000}) {
     std::vector<double> x(nx);
@@ -68,7 +68,6 @@ TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
     dfTask* task = nullptr;
     ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, nx, x.data(), dfXNoHint, 0, nullptr, 0, 0), 0);
     const uint64_t m = task->cellCount;
-    EXPECT_EQ(m, static_cast<uint64_t>(nx < 272 ? 16 : nx >= 16384 ? 1024 : nx / 16));
     for (uint64_t s = 0; s <= 8 * m; ++s) {
       const double v = x[0] + (x[nx - 1] - x[0]) * s / (8 * m);
       const uint64_t j = static_cast<uint64_t>((v - x[0]) * task->cellScale.d);
@@ -78,7 +77,7 @@ TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
     }
     qor_df_kernel_DeleteTask(&task);
   }
-  double ends[3] = {1.0, 2.0, 0.0 / 0.0};  // x[2] of a uniform task is never read
+  double ends[3] = {1.0, 2.0, 0.0 / 0.0};
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 1000, ends, dfXUniform, 0, nullptr, 0, 0), 0);
   EXPECT_TRUE(task->cellCount == 0 && task->cellTable == nullptr);
