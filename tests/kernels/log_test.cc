@@ -56,6 +56,20 @@ TEST(LogTablesTest, BlockRowsFollowTheirRule) {
   }
 }
 
+// The published rows. Row c = 513 holds the sum of the published -708.398369750711 and
+// -1.684341546977394e-09 split at another bit: the parts differ by 1.4e-12, their sums by less
+// than 2^-70.
+TEST(LogTablesTest, PublishedRowsAreReproduced) {
+  EXPECT_EQ(tem::kLnBlockTable[0][0], -708.3964185305813);
+  EXPECT_EQ(tem::kLnBlockTable[0][1], -1.6828200473689525e-09);
+  const double dhi = tem::kLnBlockTable[1][0] - -708.398369750711;  // exact: nearby multiples
+  EXPECT_LT(std::fabs(dhi + (tem::kLnBlockTable[1][1] - -1.684341546977394e-09)), 0x1p-70);
+  const double core[2][3] = {{1.0, 0.0, 0.0},
+                             {0.984375, 0.01574835697101662, -2.877450746936954e-12}};
+  for (int j = 0; j < 2; ++j)
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(tem::kLnCoreTable[j][k], core[j][k]) << j << " " << k;
+}
+
 // Row j: rcp = 1 / (1 + j / 64) in 9 bits, hi + lo = -ln(rcp) with hi in 32 bits.
 TEST(LogTablesTest, ScalarRowsFollowTheirRule) {
   for (int j = 0; j < 128; ++j) {
