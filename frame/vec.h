@@ -112,6 +112,10 @@ struct Vec<double> : VecBase<double> {
                                   _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
     return {_mm_castsi128_pd(_mm_add_epi64(Image(), field))};
   }
+  // Lane 0 from *lane0 and lane 1 from *lane1.
+  static Vec FromLanes(const double* lane0, const double* lane1) {
+    return {_mm_loadh_pd(_mm_load_sd(lane0), lane1)};
+  }
   // Rows i and j of a table of pairs: the first members to `a`, the second to `b`.
   static void GatherPairs(const double (*table)[2], int i, int j, Vec& a, Vec& b) {
     __m128d row_i = _mm_load_pd(table[i]), row_j = _mm_load_pd(table[j]);

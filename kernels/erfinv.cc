@@ -120,7 +120,7 @@ struct ErfInvDouble {
     // first splitting r15 + r16 t into a 26-bit head and its tail.
     const __m128d c0 = _mm_load_pd(r0 + 15), c1 = _mm_load_pd(r1 + 15);
     const __m128d high0 = _mm_unpacklo_pd(c0, c1), high1 = _mm_unpackhi_pd(c0, c1);
-    const __m128d low0 = _mm_loadh_pd(_mm_load_sd(r0), r1);
+    const __m128d low0 = Vec<double>::FromLanes(r0, r1).raw;
     const __m128d q =
         _mm_add_pd(_mm_mul_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(even, t), odd), high1), t), low0);
     const __m128d split =

@@ -206,7 +206,7 @@ struct Expm1Reduction {
   static constexpr double kL1 = 0x1.62e4200000000p-8, kL2 = 0x1.fdf473de6af28p-29;
 };
 
-// The s members that run in double lanes (Expm1, Tanh, Sinh, Cosh) take e^x from the 128-row
+// The s members of Expm1 and Tanh, which run in double lanes, take e^x from the 128-row
 // table of 2^(i/128) and a short series. Always inlined, so that the four double registers of a
 // block run side by side.
 namespace wide {
@@ -233,8 +233,8 @@ inline constexpr Splat<double> kLn2Over128{0x1.62e42fefa39efp-8};
   const long long o0 = _mm_cvtsi128_si64(offsets);
   const long long o1 = _mm_cvtsi128_si64(_mm_unpackhi_epi64(offsets, offsets));
   const char* rows = reinterpret_cast<const char*>(kExp128);
-  const D hi = {_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double*>(rows + o0)),
-                             reinterpret_cast<const double*>(rows + o1))};
+  const D hi = D::FromLanes(reinterpret_cast<const double*>(rows + o0),
+                            reinterpret_cast<const double*>(rows + o1));
   const __m128i n_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 45),
                                         _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
   const D r2 = r * r;

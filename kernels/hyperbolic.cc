@@ -16,6 +16,7 @@ namespace {
 constexpr double kLog2e = 1.4426950408889634;
 constexpr double kShifter = 0x1.8p48;  // rounds |x| log2 e to a multiple of 1/16
 constexpr double kL1 = 0x1.62e42fefa0000p-1, kL2 = 0x1.cf79abc9e3b3ap-40;  // ln 2
+constexpr double kLn2 = 0x1.62e42fefa39efp-1;  // ln 2 in one part, for the single forms
 constexpr double kSmall = 0x1p-3;  // the direct sinh polynomial's range, |x| below it
 constexpr double kLarge = 22.0;    // e^-2|x| < 2^-63 from here on
 
@@ -55,6 +56,9 @@ struct HyperbolicReduction {
     m_field = _mm_and_si128(_mm_slli_epi64(t.Image(), 48),
                             _mm_set1_epi64x(static_cast<long long>(0xFFF0000000000000ull)));
   }
+  // Powers of two in the table's high parts times 2^m (Up) or 2^-m (Down), by the exponent.
+  D Up(D high) const { return D::FromImage(_mm_add_epi64(high.Image(), m_field)); }
+  D Down(D high) const { return D::FromImage(_mm_sub_epi64(high.Image(), m_field)); }
   D sign, ax, n;
   int j0, j1;
   __m128i m_field;
@@ -67,15 +71,12 @@ template <bool kSinh, class Polys>
   const HyperbolicReduction red(x);
   const D sign = red.sign, ax = red.ax;
   const D r = (ax - red.n * Const<D>(kL1)) - red.n * Const<D>(kL2);
-  const int j0 = red.j0, j1 = red.j1;
-  const __m128i m_field = red.m_field;
-  const __m128d up0 = _mm_load_pd(&kHyperbolicPowers[j0][0]);
-  const __m128d up1 = _mm_load_pd(&kHyperbolicPowers[j1][0]);
-  const __m128i one = _mm_set1_epi64x(0x3FF0000000000000ll);
-  const D scale_up = D::FromImage(_mm_add_epi64(one, m_field));
+  const __m128d up0 = _mm_load_pd(&kHyperbolicPowers[red.j0][0]);
+  const __m128d up1 = _mm_load_pd(&kHyperbolicPowers[red.j1][0]);
+  const D one = Const<D>(1.0);
   // The high parts are normal after scaling, so 2^+-m goes straight into their exponents.
-  const D a_hi = D::FromImage(_mm_add_epi64(_mm_castpd_si128(_mm_unpacklo_pd(up0, up1)), m_field));
-  const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * scale_up;
+  const D a_hi = red.Up(_mm_unpacklo_pd(up0, up1));
+  const D a_lo = D(_mm_unpackhi_pd(up0, up1)) * red.Up(one);
   const D r2 = r * r;
   const D odd = Polys::Odd(r, r2);
   const D even = Polys::EvenMinusOne(r2);
@@ -85,11 +86,10 @@ template <bool kSinh, class Polys>
     const D y = a_hi + (a_lo + a_hi * (even + odd));
     return kSinh ? y | sign : y;
   }
-  const __m128d down0 = _mm_load_pd(&kHyperbolicPowers[j0][2]);
-  const __m128d down1 = _mm_load_pd(&kHyperbolicPowers[j1][2]);
-  const D scale_down = D::FromImage(_mm_sub_epi64(one, m_field));
-  const D b_hi = D::FromImage(_mm_sub_epi64(_mm_castpd_si128(_mm_unpacklo_pd(down0, down1)), m_field));
-  const D b_lo = D(_mm_unpackhi_pd(down0, down1)) * scale_down;
+  const __m128d down0 = _mm_load_pd(&kHyperbolicPowers[red.j0][2]);
+  const __m128d down1 = _mm_load_pd(&kHyperbolicPowers[red.j1][2]);
+  const D b_hi = red.Down(_mm_unpacklo_pd(down0, down1));
+  const D b_lo = D(_mm_unpackhi_pd(down0, down1)) * red.Down(one);
   // A >= B, so both sums are exact with their errors by Fast2Sum.
   const D diff = a_hi - b_hi;
   const D diff_lo = ((a_hi - diff) - b_hi) + (a_lo - b_lo);
@@ -113,12 +113,9 @@ template <bool kSinh, class Polys>
 template <bool kSinh>
 [[gnu::always_inline]] inline D SingleHyperbolic(D x) {
   const HyperbolicReduction red(x);
-  const D r = red.ax - red.n * Const<D>(0x1.62e42fefa39efp-1);
-  const __m128i m_field = red.m_field;
-  const D up = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[red.j0][0]), &kHyperbolicPowers[red.j1][0])};
-  const D down = {_mm_loadh_pd(_mm_load_sd(&kHyperbolicPowers[red.j0][2]), &kHyperbolicPowers[red.j1][2])};
-  const D a = D::FromImage(_mm_add_epi64(up.Image(), m_field));
-  const D b = D::FromImage(_mm_sub_epi64(down.Image(), m_field));
+  const D r = red.ax - red.n * Const<D>(kLn2);
+  const D a = red.Up(D::FromLanes(&kHyperbolicPowers[red.j0][0], &kHyperbolicPowers[red.j1][0]));
+  const D b = red.Down(D::FromLanes(&kHyperbolicPowers[red.j0][2], &kHyperbolicPowers[red.j1][2]));
   const D r2 = r * r;
   const D odd = r + (r * r2) * wide::kOdd3();
   const D even = r2 * (wide::kEven2() + r2 * wide::kEven4());

@@ -206,7 +206,7 @@ template <int kRegs>
         using namespace lanes;
         int i0, i1;
         D::LowWords(n, i0, i1);
-        const D hi = {_mm_loadh_pd(_mm_load_sd(&kExp128[i0 & 127][0]), &kExp128[i1 & 127][0])};
+        const D hi = D::FromLanes(&kExp128[i0 & 127][0], &kExp128[i1 & 127][0]);
         const D p = Estrin3(g, g * g, kExp2S[0](), kExp2S[1](), kExp2S[2]()) * g;
         return (hi + hi * p).AddToExponent<7>(n);
       });
