@@ -4,6 +4,7 @@
 #include <math.h>
 
 #include <functional>
+#include <vector>
 
 #include "statistics/task.h"
 #include "support/threading_tables.h"
@@ -12,66 +13,58 @@
 
 namespace ss_test {
 namespace {
+using S = rofSSTask;
 struct StatusCase {
   const char* name;
-  std::function<void(Harness<double>&)> setup;
+  std::vector<void* S::*> cleared;  // fields set to null
   uint64_t estimates;
   uint32_t method;
   int status;
+  std::function<void(Harness<double>&)> setup = nullptr;  // other changes
   bool minmax = false;  // the call is the min/max one
 };
 
-void Clear(Harness<double>& h, void* rofSSTask::*field) { h.task->*field = nullptr; }
-
 TEST(SSStatus, ChecksInOrderAndStoreNothing) {
-  auto none = [](Harness<double>&) {};
+  auto n_zero = [](Harness<double>& h) { h.n = 0; };
+  auto bad_storage = [](Harness<double>& h) { h.storage = 0x40000; };
   const StatusCase cases[] = {
-      {"two methods", none, ROF_SS_MEAN, 0x3, -4029},
-      {"no method", none, ROF_SS_MEAN, 0, -4029},
-      {"sum by derivation", none, ROF_SS_SUM, 0x200, -4029},
-      {"cov derivation without 0x200", none, ROF_SS_COV, 0x400, -4029},
-      {"moments derivation without 0x400", none, ROF_SS_MEAN, 0x200, -4029},
-      {"mean missing", [](auto& h) { Clear(h, &rofSSTask::mean); }, ROF_SS_CEN_MOM2, 2, -4006},
-      {"raw before central", [](auto& h) { Clear(h, &rofSSTask::rawMom2); Clear(h, &rofSSTask::cenMom2); },
-       ROF_SS_CEN_MOM2, 2, -4007},
-      {"fast central sum needs raw", [](auto& h) { Clear(h, &rofSSTask::rawMom3); },
-       ROF_SS_CEN_SUM3, 1, -4008},
-      {"one-pass central sum does not", [](auto& h) { Clear(h, &rofSSTask::rawMom3); },
-       ROF_SS_CEN_SUM3, 2, 0},
-      {"cov before kurtosis", [](auto& h) { Clear(h, &rofSSTask::cov); Clear(h, &rofSSTask::kurtosis); },
-       ROF_SS_COV | ROF_SS_KURTOSIS, 2, -4018},
-      {"cor", [](auto& h) { Clear(h, &rofSSTask::cor); }, ROF_SS_COR, 0x100, -4019},
-      {"variation", [](auto& h) { Clear(h, &rofSSTask::variation); }, ROF_SS_VARIATION, 2, -4017},
-      {"sum", [](auto& h) { Clear(h, &rofSSTask::sum); }, ROF_SS_SUM, 2, -4074},
-      {"central sum 2", [](auto& h) { Clear(h, &rofSSTask::cenSum2); }, ROF_SS_CEN_SUM2, 2, -4078},
-      {"cross-product", [](auto& h) { Clear(h, &rofSSTask::crossProduct); },
-       ROF_SS_CROSS_PRODUCT, 2, -4081},
-      {"fields before n", [](auto& h) { Clear(h, &rofSSTask::mean); h.n = 0; }, ROF_SS_MEAN, 2, -4006},
-      {"n zero through the pointer", [](auto& h) { h.n = 0; }, ROF_SS_MEAN, 2, -4002},
-      {"n before x", [](auto& h) { h.n = -5; Clear(h, &rofSSTask::observ); }, ROF_SS_MEAN, 2, -4002},
-      {"x", [](auto& h) { Clear(h, &rofSSTask::observ); }, ROF_SS_MEAN, 2, -4032},
-      {"storage null", [](auto& h) { h.task->observStorage = nullptr; }, ROF_SS_MEAN, 2, -4044},
-      {"storage code", [](auto& h) { h.storage = 0x40000; }, ROF_SS_MEAN, 0x100, -4003},
-      {"cov storage null", [](auto& h) { h.task->covStorage = nullptr; }, ROF_SS_COV, 2, -4044},
-      {"derivation needs weights", [](auto& h) { Clear(h, &rofSSTask::accumWeight); },
-       ROF_SS_COV, 0x200, -4020},
-      {"derivation from n", [](auto& h) { Clear(h, &rofSSTask::accumWeight); Clear(h, &rofSSTask::weights); },
-       ROF_SS_COV, 0x200, 0},
-      {"min before max",
-       [](auto& h) { Clear(h, &rofSSTask::minimum); Clear(h, &rofSSTask::maximum); },
-       ROF_SS_MIN | ROF_SS_MAX, 2, -4015, true},
-      {"max before method", [](auto& h) { Clear(h, &rofSSTask::maximum); }, ROF_SS_MAX, 0x100,
-       -4016, true},
-      {"min/max method", none, ROF_SS_MIN, 0x100, -4029, true},
-      {"min/max n before storage", [](auto& h) { h.n = 0; h.storage = 0x40000; }, ROF_SS_MIN, 2,
-       -4002, true},
-      {"min/max storage code", [](auto& h) { h.storage = 0x40000; }, ROF_SS_MIN, 2, -4003, true},
+      {"two methods", {}, ROF_SS_MEAN, 0x3, -4029},
+      {"no method", {}, ROF_SS_MEAN, 0, -4029},
+      {"sum by derivation", {}, ROF_SS_SUM, 0x200, -4029},
+      {"cov derivation without 0x200", {}, ROF_SS_COV, 0x400, -4029},
+      {"moments derivation without 0x400", {}, ROF_SS_MEAN, 0x200, -4029},
+      {"mean missing", {&S::mean}, ROF_SS_CEN_MOM2, 2, -4006},
+      {"raw before central", {&S::rawMom2, &S::cenMom2}, ROF_SS_CEN_MOM2, 2, -4007},
+      {"fast central sum needs raw", {&S::rawMom3}, ROF_SS_CEN_SUM3, 1, -4008},
+      {"one-pass central sum does not", {&S::rawMom3}, ROF_SS_CEN_SUM3, 2, 0},
+      {"cov before kurtosis", {&S::cov, &S::kurtosis}, ROF_SS_COV | ROF_SS_KURTOSIS, 2, -4018},
+      {"cor", {&S::cor}, ROF_SS_COR, 0x100, -4019},
+      {"variation", {&S::variation}, ROF_SS_VARIATION, 2, -4017},
+      {"sum", {&S::sum}, ROF_SS_SUM, 2, -4074},
+      {"central sum 2", {&S::cenSum2}, ROF_SS_CEN_SUM2, 2, -4078},
+      {"cross-product", {&S::crossProduct}, ROF_SS_CROSS_PRODUCT, 2, -4081},
+      {"fields before n", {&S::mean}, ROF_SS_MEAN, 2, -4006, n_zero},
+      {"n zero through the pointer", {}, ROF_SS_MEAN, 2, -4002, n_zero},
+      {"n before x", {&S::observ}, ROF_SS_MEAN, 2, -4002, [](auto& h) { h.n = -5; }},
+      {"x", {&S::observ}, ROF_SS_MEAN, 2, -4032},
+      {"storage null", {}, ROF_SS_MEAN, 2, -4044, [](auto& h) { h.task->observStorage = nullptr; }},
+      {"storage code", {}, ROF_SS_MEAN, 0x100, -4003, bad_storage},
+      {"cov storage null", {}, ROF_SS_COV, 2, -4044, [](auto& h) { h.task->covStorage = nullptr; }},
+      {"derivation needs weights", {&S::accumWeight}, ROF_SS_COV, 0x200, -4020},
+      {"derivation from n", {&S::accumWeight, &S::weights}, ROF_SS_COV, 0x200, 0},
+      {"min before max", {&S::minimum, &S::maximum}, ROF_SS_MIN | ROF_SS_MAX, 2, -4015, {}, true},
+      {"max before method", {&S::maximum}, ROF_SS_MAX, 0x100, -4016, {}, true},
+      {"min/max method", {}, ROF_SS_MIN, 0x100, -4029, {}, true},
+      {"min/max n before storage", {}, ROF_SS_MIN, 2, -4002,
+       [](auto& h) { h.n = 0; h.storage = 0x40000; }, true},
+      {"min/max storage code", {}, ROF_SS_MIN, 2, -4003, bad_storage, true},
   };
   for (const StatusCase& c : cases) {
     SCOPED_TRACE(c.name);
     Sample s = MakeSample(3, 40, false, true, 1);
     Harness<double> h(s, false, ROF_SS_MATRIX_FULL);
-    c.setup(h);
+    for (void* S::*field : c.cleared) h.task->*field = nullptr;
+    if (c.setup) c.setup(h);
     const auto before = h.arrays;
     EXPECT_EQ(c.minmax ? _rofdSSMinmax(h.task, c.estimates, c.method)
                        : h.Run(c.estimates, c.method), c.status);

@@ -33,13 +33,8 @@ struct Reference {
   std::vector<Real> cross;                 // p by p
   int64_t p = 0;
 
-  Real CenMom(int order, int64_t v) const {
-    const Real s = cen[order - 2][v];
-    return order == 2 ? s * w / (w * w - w2) : s / w;
-  }
   // W - W2 / W, exactly 0 for a single observation.
   Real CovDivisor() const { return (w * w - w2) / w; }
-  Real Cov(int64_t a, int64_t b) const { return cross[a * p + b] / CovDivisor(); }
 };
 
 // Reference of all chunks together; `centre` replaces the mean; `slack` widens the central
@@ -106,6 +101,7 @@ constexpr uint64_t kMoments = ROF_SS_MEAN | ROF_SS_RAW_MOM2 | ROF_SS_RAW_MOM3 | 
 constexpr uint64_t kAllBasic = kMoments | ROF_SS_SUM | ROF_SS_RAW_SUM2 | ROF_SS_RAW_SUM3 |
                                ROF_SS_RAW_SUM4 | ROF_SS_CEN_SUM2 | ROF_SS_CEN_SUM3 |
                                ROF_SS_CEN_SUM4 | ROF_SS_CROSS_PRODUCT;
+constexpr int kMomentIds[] = {7, 8, 9, 10, 11, 12, 13, 14, 15, 18, 19, 21};  // kMoments' results
 
 // Ids of the vector results and of the matrix results.
 constexpr int kVectorIds[] = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
