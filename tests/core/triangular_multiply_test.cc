@@ -1,4 +1,5 @@
 // Triangular multiplies (own, BLAS, packed) against a dense loop, unused entries of A NaN.
+#include <ctype.h>
 #include <math.h>
 
 #include <iterator>
@@ -36,8 +37,6 @@ void Multiply(Form form, const char* side, const char* uplo, const char* trans, 
                                                                   alpha, a, lda, b, ldb);
 }
 
-bool Is(char c, char letter) { return c == letter || c == letter - 'A' + 'a'; }
-
 template <class T>
 class TriangularMultiplyTest : public ::testing::Test {};
 using Types = ::testing::Types<float, double>;
@@ -59,22 +58,19 @@ TYPED_TEST(TriangularMultiplyTest, EveryFormMatchesTheDenseProduct) {
             for (auto [m, n] : sizes) {
               SCOPED_TRACE(std::string({side, uplo, trans, diag}) + " m " + std::to_string(m) +
                            " n " + std::to_string(n) + " form " + std::to_string(int(form)));
-              const bool left = Is(side, 'L'), upper = Is(uplo, 'U'), tr = !Is(trans, 'N'),
-                         unit = Is(diag, 'U');
+              const bool left = toupper(side) == 'L', upper = toupper(uplo) == 'U',
+                         tr = toupper(trans) != 'N', unit = toupper(diag) == 'U';
               const int k = left ? m : n, lda = k + 1, ldb = m + 2;
               std::vector<T> a(size_t(lda) * k, nan), ap, b(size_t(ldb) * n);
+              std::vector<double> op(size_t(k) * k, 0);  // op(A) with its implied entries
               for (int j = 0; j < k; ++j)
                 for (int i = upper ? 0 : j; i <= (upper ? j : k - 1); ++i) {
                   if (!(i == j && unit)) a[i + j * lda] = random();
                   ap.push_back(a[i + j * lda]);
+                  op[tr ? j + i * k : i + j * k] = i == j && unit ? 1 : a[i + j * lda];
                 }
               for (T& x : b) x = random();
               const std::vector<T> b0 = b;
-              auto op = [&](int i, int j) -> double {  // op(A) with its implied entries
-                const int r = tr ? j : i, s = tr ? i : j;
-                if (r == s && unit) return 1;
-                return (upper ? r > s : r < s) ? 0 : a[r + s * lda];
-              };
               Multiply<T>(form, &side, &uplo, &trans, &diag, &m, &n, &alpha, a.data(), &lda,
                           ap.data(), b.data(), &ldb);
               for (int j = 0; j < n; ++j) {
@@ -82,7 +78,7 @@ TYPED_TEST(TriangularMultiplyTest, EveryFormMatchesTheDenseProduct) {
                   double sum = 0, magnitude = 0;
                   for (int t = 0; t < k; ++t) {
                     const double term =
-                        left ? op(i, t) * b0[t + j * ldb] : b0[i + t * ldb] * op(t, j);
+                        left ? op[i + t * k] * b0[t + j * ldb] : b0[i + t * ldb] * op[t + j * k];
                     sum += term;
                     magnitude += fabs(term);
                   }
