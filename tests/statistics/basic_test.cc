@@ -66,8 +66,7 @@ void ExpectMatches(const Harness<T>& h, const Reference& r, bool user_mean) {
     ExpectNear(vec(15), m[3] / cube, 3 * r.abs_cen[1][v] / w / cube, "skewness" + at);
     const Real mean = user_mean ? Real(h.arrays.at(7)[v]) : r.mean[v];
     ExpectNear(vec(18), sqrtl(m[2]) / mean,
-               2 * sqrtl(m[2]) / fabsl(mean) * r.abs_raw[0][v] / fabsl(mean),
-               "variation" + at);
+               2 * sqrtl(m[2]) / fabsl(mean) * r.abs_raw[0][v] / fabsl(mean), "variation" + at);
   }
   for (int64_t a = 0; a < h.p; ++a)
     for (int64_t b = a; b < h.p; ++b) {

@@ -31,7 +31,6 @@ struct Reference {
   std::vector<Real> abs_raw[4];            // weighted means of |x|^1..4, error scales
   std::vector<Real> abs_cen[3];            // sums of w (|x-m| + slack |x|)^2..4, error scales
   std::vector<Real> cross;                 // p by p
-  int64_t p = 0;
 
   // W - W2 / W, exactly 0 for a single observation.
   Real CovDivisor() const { return (w * w - w2) / w; }
@@ -43,7 +42,6 @@ inline Reference Compute(const std::vector<const Sample*>& chunks, const double*
                          Real slack = 0) {
   Reference r;
   const int64_t p = chunks[0]->p;
-  r.p = p;
   r.mean.assign(p, 0);
   for (auto* group : {r.raw, r.cen, r.abs_cen})
     for (int k = 0; k < 3; ++k) group[k].assign(p, 0);
