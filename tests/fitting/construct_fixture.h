@@ -86,8 +86,21 @@ int64_t CellOf(const V& x, S s) {
   return std::upper_bound(x.begin(), x.end(), s) - x.begin();
 }
 
-// End conditions other than not-a-knot, from the first (1) and second (2) derivatives at the
-// left (l) and right (r) ends.
+// Every breakpoint, both ends' neighbours, two far sites and `extra` random sites around x.
+template <class T>
+std::vector<T> Sites(const std::vector<T>& x, int extra, std::mt19937_64& rng) {
+  const T lo = x.front(), hi = x.back(), span = hi - lo;
+  std::uniform_real_distribution<double> u(lo - 0.1 * span, hi + 0.1 * span);
+  std::vector<T> s(x.begin(), x.end());
+  s.insert(s.end(), {std::nextafter(lo, T(-INFINITY)), std::nextafter(lo, T(INFINITY)),
+                     std::nextafter(hi, T(-INFINITY)), std::nextafter(hi, T(INFINITY)),
+                     static_cast<T>(lo - 1e6), static_cast<T>(hi + 1e6)});
+  for (int i = 0; i < extra; ++i) s.push_back(static_cast<T>(u(rng)));
+  std::shuffle(s.begin(), s.end(), rng);
+  return s;
+}
+
+// End conditions other than not-a-knot, from the end derivatives (l1, l2 left; r1, r2 right).
 template <class T>
 void ExpectEnds(uint64_t b, const T* bc, long double l1, long double l2, long double r1,
                 long double r2, double tol) {

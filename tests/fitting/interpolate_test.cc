@@ -4,17 +4,6 @@
 
 namespace fit_test {
 namespace {
-template <class T>
-std::vector<T> Sites(const Problem<T>& p, int count, uint32_t seed) {
-  std::mt19937 rng(seed);
-  const long double lo = p.at.front(), hi = p.at.back();
-  std::uniform_real_distribution<double> u(double(lo - 1), double(hi + 1));
-  std::vector<T> s;
-  for (long double b : p.at) s.push_back(T(b));  // every breakpoint, both ends included
-  while (int(s.size()) < count) s.push_back(T(u(rng)));
-  return s;
-}
-
 size_t Index(int64_t rhint, int64_t k, int64_t s, int64_t m, int64_t ny, int64_t ns, int64_t nd) {
   switch (rhint) {
     case dfOutFDS: return size_t((k * nd + m) * ns + s);
@@ -31,21 +20,20 @@ TYPED_TEST_SUITE(InterpolateTest, RealTypes);
 TYPED_TEST(InterpolateTest, PolynomialKindsMatchTheirCoefficients) {
   using T = TypeParam;
   const int64_t rhints[] = {0, dfOutFSD, dfOutFDS, dfOutSFD, dfOutSDF};
-  const std::vector<int32_t> dorders[] = {{1, 1, 1, 1}, {0, 1, 0, 1}, {0, 0}, {1}};
+  // Derivative orders asked and the derivatives written; none asked gives the value.
+  const std::pair<std::vector<int32_t>, std::vector<int>> dorders[] = {
+      {{1, 1, 1, 1}, {0, 1, 2, 3}}, {{0, 1, 0, 1}, {1, 3}}, {{0, 0}, {0}}, {{1}, {0}}};
   std::mt19937 rng(3);
   std::uniform_real_distribution<double> u(-1, 1);
   for (bool uniform : {false, true})
     for (int64_t order : {2, 3, 4, 6})
-      for (const auto& dorder : dorders)
+      for (const auto& [dorder, want] : dorders)
         for (int64_t rhint : rhints) {
           Problem<T> p({12, 3, uniform, false}, 17);
           p.Describe(order, 0, 0, nullptr, 0, nullptr, order * 11);
           for (T& c : p.coeff) c = T(u(rng));
-          const std::vector<T> s = Sites(p, 600, 5);
-          std::vector<int> want;
-          for (size_t m = 0; m < dorder.size(); ++m)
-            if (dorder[m]) want.push_back(int(m));
-          if (want.empty()) want.push_back(0);
+          std::mt19937_64 site_rng(5);
+          const std::vector<T> s = Sites(std::vector<T>(p.at.begin(), p.at.end()), 600, site_rng);
           const int64_t nd = int64_t(want.size()), ns = int64_t(s.size());
           std::vector<T> r(3 * ns * nd, T(-9));
           ASSERT_EQ(Interpolate(p, 1, s, dorder, r.data(), rhint), 0);
@@ -72,16 +60,16 @@ TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
     p.task.wideIndex = wide;
     p.Describe(4, dfCubicNatural, dfBcFreeEnd, nullptr, 0, nullptr, 4 * 299);
     ASSERT_EQ(Api<T>::natural(&p.task, 0, 0, nullptr), 0);
-    const std::vector<T> s = Sites(p, 3000, 9);
+    std::mt19937_64 site_rng(9);
+    const std::vector<T> s = Sites(std::vector<T>(p.at.begin(), p.at.end()), 3000, site_rng);
     const int64_t ns = int64_t(s.size());
-    std::vector<int64_t> cells64(ns);
-    std::vector<uint32_t> cells32(ns);
-    void* cells = wide ? static_cast<void*>(cells64.data()) : cells32.data();
+    std::vector<int64_t> cells(ns);  // narrow cells fill its first half
+    const auto* cells32 = reinterpret_cast<const uint32_t*>(cells.data());
     std::vector<T> r(2 * ns), again(2 * ns), threaded(2 * ns);
-    ASSERT_EQ(Interpolate(p, 3, s, {1}, r.data(), dfOutSFD, {.cell = cells}), 0);
+    ASSERT_EQ(Interpolate(p, 3, s, {1}, r.data(), dfOutSFD, {.cell = cells.data()}), 0);
     for (int64_t i = 0; i < ns; ++i)
-      ASSERT_EQ(wide ? cells64[i] : int64_t(cells32[i]), CellOf(p.at, (long double)s[i])) << s[i];
-    ASSERT_EQ(Interpolate(p, 4, s, {1}, again.data(), dfOutSFD, {.cell = cells}), 0);
+      ASSERT_EQ(wide ? cells[i] : int64_t(cells32[i]), CellOf(p.at, (long double)s[i])) << s[i];
+    ASSERT_EQ(Interpolate(p, 4, s, {1}, again.data(), dfOutSFD, {.cell = cells.data()}), 0);
     EXPECT_EQ(again, r);
     ASSERT_EQ(Interpolate(p, 1, s, {1}, threaded.data(), dfOutSFD,
                           {.threading = qor_support_pool_threading(2)}), 0);
@@ -89,8 +77,7 @@ TYPED_TEST(InterpolateTest, CellsOutCellsInAndThreads) {
   }
 }
 
-// Step kinds take the value at the right or the left end of a cell, look-up the value at a
-// breakpoint.
+// Step kinds take a cell's right or left end value, look-up the value at a breakpoint.
 TYPED_TEST(InterpolateTest, TabulatedKinds) {
   using T = TypeParam;
   Problem<T> p({6, 2, false, false}, 4);
@@ -109,8 +96,7 @@ TYPED_TEST(InterpolateTest, TabulatedKinds) {
   }
 }
 
-// Sites left of the partition go to the left callback, the others are evaluated; a callback's
-// negative status stops the interpolation.
+// Left sites go to the left callback, others are evaluated; a negative status stops all.
 TEST(InterpolateCallbackTest, LeftSitesGoToTheCallbackOthersAreEvaluated) {
   const auto mark_left = [](int64_t* n, int64_t*, double*, double* r, const void*) {
     for (int64_t i = 0; i < *n; ++i) r[i] = 1234;

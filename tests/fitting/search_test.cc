@@ -10,6 +10,7 @@
 namespace {
 using df::CellForm;
 using fit_test::CellOf;
+using fit_test::Sites;
 
 template <class T>
 std::vector<T> RandomPartition(int64_t nx, std::mt19937_64& rng) {
@@ -18,20 +19,6 @@ std::vector<T> RandomPartition(int64_t nx, std::mt19937_64& rng) {
   double v = -3.0;
   for (auto& xi : x) xi = static_cast<T>(v += gap(rng) * (rng() % 8 == 0 ? 20 : 1));
   return x;
-}
-
-// Random sites inside and outside, every breakpoint, both ends and their neighbours.
-template <class T>
-std::vector<T> AdversarialSites(const std::vector<T>& x, std::mt19937_64& rng) {
-  const T lo = x.front(), hi = x.back(), span = hi - lo;
-  std::uniform_real_distribution<double> u(lo - 0.1 * span, hi + 0.1 * span);
-  std::vector<T> s(x.begin(), x.end());
-  s.insert(s.end(), {std::nextafter(lo, T(-INFINITY)), std::nextafter(lo, T(INFINITY)),
-                     std::nextafter(hi, T(-INFINITY)), std::nextafter(hi, T(INFINITY)),
-                     static_cast<T>(lo - 1e6), static_cast<T>(hi + 1e6)});
-  for (int i = 0; i < 3000; ++i) s.push_back(static_cast<T>(u(rng)));
-  std::shuffle(s.begin(), s.end(), rng);
-  return s;
 }
 
 // The cells of `sites` in `form`, widened to 64 bits.
@@ -87,7 +74,7 @@ TYPED_TEST(SearchTest, EveryMethodAndFormMatchesTheBruteForceSearch) {
     std::vector<T> x = RandomPartition<T>(nx, rng);
     if (nx > 100) std::copy(x.begin() + 50, x.begin() + 60, x.begin() + 60);
     std::sort(x.begin(), x.end());
-    const std::vector<T> sites = AdversarialSites(x, rng);
+    const std::vector<T> sites = Sites(x, 3000, rng);
     for (auto [method, ascending] : methods) {
       std::vector<T> s = sites;
       if (method == df::kSortedSearch) std::sort(s.begin(), s.end());
@@ -201,8 +188,7 @@ TEST(SearchTest, CallbackContract) {
   }
 }
 
-// The driver chooses the method by partition, site and data hints, and gives the brute-force
-// cells on the calling thread and on a pool (the sorted method keeps a cursor per thread).
+// Method by partition, site and data hints; brute-force cells serially and on a pool.
 TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const struct { const char* name; uint64_t x_hint; int64_t site_hint; std::vector<double> dhint;
@@ -220,7 +206,7 @@ TEST(SearchTest, DriverSelectsAndRefusesDataHints) {
   };
   std::mt19937_64 rng(5);
   const std::vector<double> x = RandomPartition<double>(5000, rng);
-  std::vector<double> sites = AdversarialSites(x, rng);
+  std::vector<double> sites = Sites(x, 3000, rng);
   sites.resize(20000, 1.5);
   std::sort(sites.begin(), sites.end());
   const qorThreading* threadings[] = {qor_support_serial_threading(), qor_support_pool_threading(3)};

@@ -1,11 +1,6 @@
 // The fitting task: refusals in order, tables, the search accelerator, allocation failures.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
-
-#include "fitting/task.h"
 #include "tests/common/allocation_control.h"
+#include "tests/fitting/construct_fixture.h"
 
 namespace {
 std::vector<double> Partition(int64_t nx) {
@@ -59,8 +54,7 @@ TEST(TaskTest, FieldsAndTablesOfANewTask) {
   qor_df_kernel_DeleteTask(&task);
 }
 
-// The bucket trunc((v - x[0]) * scale) of any v between the ends encloses the breakpoints around
-// v; a uniform task has no accelerator (and never reads past its two ends).
+// Bucket trunc((v - x[0]) * scale) encloses v's breakpoints; a uniform task has no accelerator.
 TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
   for (int64_t nx : {2, 17, 271, 272, 5000, 20000}) {
     std::vector<double> x(nx);
@@ -71,7 +65,7 @@ TEST(TaskTest, AcceleratorBucketsEncloseTheirValues) {
     for (uint64_t s = 0; s <= 8 * m; ++s) {
       const double v = x[0] + (x[nx - 1] - x[0]) * s / (8 * m);
       const uint64_t j = static_cast<uint64_t>((v - x[0]) * task->cellScale.d);
-      const int64_t i = std::min<int64_t>(std::upper_bound(x.begin(), x.end(), v) - x.begin(), nx - 1);
+      const int64_t i = std::min<int64_t>(fit_test::CellOf(x, v), nx - 1);
       ASSERT_LE(task->cellTable[2 * j], static_cast<uint64_t>(i - 1)) << nx << " " << v;
       ASSERT_GE(task->cellTable[2 * j + 1], static_cast<uint64_t>(i)) << nx << " " << v;
     }
@@ -125,10 +119,7 @@ TEST(TaskTest, SplineEditStoresStepByStep) {
   std::vector<double> x = Partition(6), y(12), coeff(64), bc(2), ic(6);
   dfTask* task = nullptr;
   ASSERT_EQ(qor_df_kernel_dNewTask1D(&task, 6, x.data(), 1, 2, y.data(), 0, 0), 0);
-  const auto edit = [&](int64_t order, int64_t type, uint64_t bc_type, const double* b,
-                        int64_t ic_type, const double* i, double* c, uint64_t hint) {
-    return qor_df_kernel_dEditPPSpline1D(task, order, type, bc_type, b, ic_type, i, c, hint);
-  };
+  const auto edit = [&](auto... a) { return qor_df_kernel_dEditPPSpline1D(task, a...); };
   EXPECT_EQ(qor_df_kernel_dEditPPSpline1D(nullptr, 4, 2, 0, nullptr, 0, nullptr, nullptr, 0),
             dfErrNullTask);
   EXPECT_EQ(edit(-1, 2, 0, nullptr, 0, nullptr, nullptr, 0), dfErrBadOrder);
@@ -195,8 +186,7 @@ TEST(TaskTest, PointerEditsAndQueries) {
   qor_df_kernel_DeleteTask(&task);
 }
 
-// Each allocation of creation (task, values table, accelerator) and of the edits fails in
-// turn, and no block stays behind.
+// Each allocation of creation and of the edits fails in turn; no block stays behind.
 TEST(TaskTest, AllocationFailuresLeakNothing) {
   std::vector<float> x(300), y(600), coeff(4 * 600);
   for (int i = 0; i < 300; ++i) x[i] = static_cast<float>(i);
