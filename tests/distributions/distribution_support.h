@@ -47,6 +47,12 @@ std::vector<T> Uniforms(void* stream, int n, T a, T b) {
   return u;
 }
 
+// n Gaussian numbers of mean a and deviation sigma by `method`.
+template <class T>
+int Gaussian(int method, void* stream, int n, T* r, T a, T sigma) {
+  return Call<T>(_rofsRngGaussian, _rofdRngGaussian, method, stream, n, r, a, sigma);
+}
+
 // A generator returning a + (b - a) * u for the script's u (cycling), or a negative `status`.
 struct Script {
   std::vector<double> uniforms;

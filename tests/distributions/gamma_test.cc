@@ -19,9 +19,8 @@ template <class T>
 class GammaTest : public ::testing::Test {};
 TYPED_TEST_SUITE(GammaTest, RealTypes);
 
-// Two-branch, Weibull (from its floor), exponential and Marsaglia-Tsang each fit the
-// distribution, clamp at a in the accurate form (negative scale), and return a failing
-// stream's status with the frame restored.
+// Two-branch, Weibull (from its floor), exponential and Marsaglia-Tsang each fit, clamp at a
+// when accurate (negative scale), and return a failing stream's status, frame restored.
 TYPED_TEST(GammaTest, EachRegimeFitsClampsAndFails) {
   using T = TypeParam;
   const struct {

@@ -14,10 +14,6 @@ int DrawMV(int method, void* stream, int n, T* r, int dimen, int storage, const 
   return Call<T>(_rofsRngGaussianMV, _rofdRngGaussianMV, method, stream, n, r, dimen, storage, a,
                  t);
 }
-template <class T>
-int DrawGaussian(int method, void* stream, int n, T* r, T a, T sigma) {
-  return Call<T>(_rofsRngGaussian, _rofdRngGaussian, method, stream, n, r, a, sigma);
-}
 
 // A lower factor L (d x d) with a positive diagonal, and its storages.
 struct Factor {
@@ -58,7 +54,7 @@ TYPED_TEST(GaussianMVTest, VectorsAreTheFactorTimesTheGaussianNormals) {
       TestStream s1(ROF_BRNG_MT19937, d), s2(ROF_BRNG_MT19937, d);
       std::vector<T> r(size_t(n) * d), z(size_t(n) * d);
       ASSERT_EQ(DrawMV(method, s1, n, r.data(), d, storage, a.data(), t.data()), 0);
-      ASSERT_EQ(DrawGaussian(method, s2, n * d, z.data(), T(0), T(1)), 0);
+      ASSERT_EQ(Gaussian(method, s2, n * d, z.data(), T(0), T(1)), 0);
       if (storage == 3) {
         EXPECT_EQ(r, z);
         continue;
@@ -92,7 +88,7 @@ TYPED_TEST(GaussianMVTest, DimensionOneIsThePlainGaussian) {
     TestStream s1, s2;
     std::vector<T> r(n), g(n);
     ASSERT_EQ(DrawMV(method, s1, n, r.data(), 1, storage, &a, &t), ROF_STATUS_OK);
-    ASSERT_EQ(DrawGaussian(method, s2, n, g.data(), a, t), ROF_STATUS_OK);
+    ASSERT_EQ(Gaussian(method, s2, n, g.data(), a, t), ROF_STATUS_OK);
     EXPECT_EQ(r, g) << "method " << method << " storage " << storage;
   }
   const std::vector<T> factor = Factor{3}.Storage<T>(ROF_MATRIX_FULL), means(3, T(1));

@@ -9,10 +9,6 @@ namespace {
 using namespace dist_test;
 
 template <class T>
-int Draw(int method, void* stream, int n, T* r, T a, T sigma) {
-  return Call<T>(_rofsRngGaussian, _rofdRngGaussian, method, stream, n, r, a, sigma);
-}
-template <class T>
 int DrawLognormal(int method, void* stream, int n, T* r, T a, T sigma, T b, T beta) {
   return Call<T>(_rofsRngLognormal, _rofdRngLognormal, method, stream, n, r, a, sigma, b, beta);
 }
@@ -28,7 +24,7 @@ TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
   const T a = T(1.5), sigma = T(0.75);
   TestStream s1, s2, s3, s4;
   std::vector<T> r(n), q(n);
-  ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER, s1, n, r.data(), a, sigma), ROF_STATUS_OK);
+  ASSERT_EQ(Gaussian(ROF_GAUSSIAN_BOXMULLER, s1, n, r.data(), a, sigma), ROF_STATUS_OK);
   const std::vector<T> u = Uniforms<T>(s2, 2 * n, 0, 1);
   std::vector<T> radius(n), angle(n);
   for (int i = 0; i < n; ++i) radius[i] = u[2 * i], angle[i] = u[2 * i + 1] * T(2 * M_PI);
@@ -38,7 +34,7 @@ TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
   angle = Sin(angle);
   for (int i = 0; i < n; ++i) ASSERT_EQ(r[i], radius[i] * sigma * angle[i] + a) << i;
 
-  ASSERT_EQ(Draw(ROF_GAUSSIAN_ICDF | ROF_ACCURATE_BIT, s3, n, q.data(), a, sigma), ROF_STATUS_OK);
+  ASSERT_EQ(Gaussian(ROF_GAUSSIAN_ICDF | ROF_ACCURATE_BIT, s3, n, q.data(), a, sigma), 0);
   const std::vector<T> e = ErfInv(Uniforms<T>(s4, n, -1, 1));
   for (int i = 0; i < n; ++i) ASSERT_EQ(q[i], e[i] * (sigma * T(M_SQRT2)) + a) << i;
 }
@@ -47,14 +43,14 @@ TYPED_TEST(GaussianTest, MethodsAreTheTransformsOfTheUniforms) {
 TYPED_TEST(GaussianTest, BoxMuller2PairsDoNotDependOnTheCuts) {
   using T = TypeParam;
   ExpectCutsAgree<T>(
-      [](void* s, int n, T* r) { return Draw(ROF_GAUSSIAN_BOXMULLER2, s, n, r, T(0), T(1)); },
+      [](void* s, int n, T* r) { return Gaussian(ROF_GAUSSIAN_BOXMULLER2, s, n, r, T(0), T(1)); },
       {{1, 1, 1, 1, 1}, {3, 4, 5, 2, 1}, {1023, 1, 1024, 1025}, {2048, 1, 2047}, {0, 5, 6}});
   TestStream raw, s;
   const std::vector<T> u = Uniforms<T>(raw, 2, 0, 1);
   const T radius = Sqrt<T>({T(-2) * Ln<T>({u[0]})[0]})[0];
   T r[2];
-  ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER2, s, 1, r, T(0), T(1)), 0);
-  ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER2, s, 1, r + 1, T(0), T(1)), 0);
+  ASSERT_EQ(Gaussian(ROF_GAUSSIAN_BOXMULLER2, s, 1, r, T(0), T(1)), 0);
+  ASSERT_EQ(Gaussian(ROF_GAUSSIAN_BOXMULLER2, s, 1, r + 1, T(0), T(1)), 0);
   EXPECT_EQ(r[0], radius * Sin<T>({u[1] * T(2 * M_PI)})[0]);
   EXPECT_EQ(r[1], radius * Cos<T>({u[1] * T(2 * M_PI)})[0]);
 }
@@ -68,10 +64,10 @@ TYPED_TEST(GaussianTest, ZeroUniformsGiveFiniteResults) {
   const double tail = std::is_same_v<T, double> ? 5.8635847487551676 : 3.8325068950653076;
   T r[2];
   ScriptedStream s({0.0, 0.25});  // radius from u = 0, angle pi/2
-  ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER, s, 1, r, T(0), T(1)), ROF_STATUS_OK);
+  ASSERT_EQ(Gaussian(ROF_GAUSSIAN_BOXMULLER, s, 1, r, T(0), T(1)), ROF_STATUS_OK);
   EXPECT_NEAR(r[0], radius, 1e-4 * radius);
   ScriptedStream minus_one({0.0});  // uniform on (-1, 1) at exactly -1
-  ASSERT_EQ(Draw(ROF_GAUSSIAN_ICDF, minus_one, 2, r, T(1), T(2)), ROF_STATUS_OK);
+  ASSERT_EQ(Gaussian(ROF_GAUSSIAN_ICDF, minus_one, 2, r, T(1), T(2)), ROF_STATUS_OK);
   EXPECT_EQ(r[0], T(-tail) * (T(2) * T(M_SQRT2)) + T(1));
   EXPECT_TRUE(ThreadFrame() == before);
 }
@@ -82,16 +78,16 @@ TYPED_TEST(GaussianTest, FailuresRefusalAndTheFit) {
   using T = TypeParam;
   for (int method : {0, 1, 2})
     ExpectFailureAndFrame<T>([method](void* s, int n, T* r) {
-      return Draw(method, s, n, r, T(0), T(1));
+      return Gaussian(method, s, n, r, T(0), T(1));
     });
   ExpectFailureAndFrame<T>([](void* s, int n, T* r) {
     return DrawLognormal(0, s, n, r, T(0), T(1), T(0), T(1));
   });
   TestStream s(ROF_BRNG_MT19937, 20);
   std::vector<T> r(kDraws);
-  EXPECT_EQ(Draw(3, s, 4, r.data(), T(0), T(1)), ROF_STATUS_BAD_METHOD);
+  EXPECT_EQ(Gaussian(3, s, 4, r.data(), T(0), T(1)), ROF_STATUS_BAD_METHOD);
   const double a = 2, sigma = 0.5;
-  ASSERT_EQ(Draw(ROF_GAUSSIAN_BOXMULLER, s, kDraws, r.data(), T(a), T(sigma)), ROF_STATUS_OK);
+  ASSERT_EQ(Gaussian(ROF_GAUSSIAN_BOXMULLER, s, kDraws, r.data(), T(a), T(sigma)), ROF_STATUS_OK);
   ExpectFit(r, [&](double v) { return 0.5 * erfc(-(v - a) / (sigma * sqrt(2.0))); });
 }
 
@@ -107,7 +103,7 @@ TYPED_TEST(GaussianTest, LognormalResultIsTheExpOfTheGaussianOutput) {
     TestStream s1, s2;
     std::vector<T> r(n), g(n);
     ASSERT_EQ(DrawLognormal(method, s1, n, r.data(), a, sigma, b, beta), ROF_STATUS_OK);
-    ASSERT_EQ(Draw(gaussian_method, s2, n, g.data(), a, sigma), ROF_STATUS_OK);
+    ASSERT_EQ(Gaussian(gaussian_method, s2, n, g.data(), a, sigma), ROF_STATUS_OK);
     g = Exp(g);
     for (int i = 0; i < n; ++i) {
       const T expect = g[i] * beta + b;
@@ -121,11 +117,11 @@ TYPED_TEST(GaussianTest, LognormalMethodZeroSharesTheCarriedValueWithTheGaussian
   using T = TypeParam;
   TestStream whole, mixed;
   std::vector<T> g(6);
-  ASSERT_EQ(Draw(1, whole, 6, g.data(), T(0), T(1)), ROF_STATUS_OK);
+  ASSERT_EQ(Gaussian(1, whole, 6, g.data(), T(0), T(1)), ROF_STATUS_OK);
   const std::vector<T> e = Exp(g);
   T r[6];
   ASSERT_EQ(DrawLognormal(0, mixed, 1, r, T(0), T(1), T(0), T(1)), ROF_STATUS_OK);
-  ASSERT_EQ(Draw(1, mixed, 2, r + 1, T(0), T(1)), ROF_STATUS_OK);
+  ASSERT_EQ(Gaussian(1, mixed, 2, r + 1, T(0), T(1)), ROF_STATUS_OK);
   ASSERT_EQ(DrawLognormal(0, mixed, 3, r + 3, T(0), T(1), T(0), T(1)), ROF_STATUS_OK);
   EXPECT_EQ(std::vector<T>(r, r + 6), (std::vector<T>{e[0], g[1], g[2], e[3], e[4], e[5]}));
 }

@@ -96,10 +96,8 @@ template <class T>
 class SimpleContinuousTest : public ::testing::Test {};
 TYPED_TEST_SUITE(SimpleContinuousTest, RealTypes);
 
-// Each is its transform of the stream's uniforms bit for bit; below a (negative scale), those
-// honouring the accurate bit clamp to a. A uniform of 0 takes the logarithm's (Cauchy: the
-// tangent's) finite substitute, the frame back after the callback. Each fits its distribution
-// and returns a failing stream's status with the frame restored.
+// Each is its transform of the uniforms bit for bit, clamps to a if accurate, takes the finite
+// substitute for a uniform of 0, fits, and returns a failing stream's status, frame restored.
 TYPED_TEST(SimpleContinuousTest, EachIsTheTransformOfTheUniformsAndFits) {
   using T = TypeParam;
   const int n = 2500;  // two whole Laplace blocks and a remainder

@@ -102,7 +102,6 @@ TEST(TwisterTest, NoKeyIsTheKeyOneAndLongKeysUseEveryWord) {
 TEST(Mt2203Test, ParameterTable) {
   const struct { int id; uint32_t a, b, c; } members[] = {
       {0, 0xAF81055F, 0xDD7EEF80, 0xEFD78000},    {1, 0x832604E1, 0x66AD7F80, 0xEBD58000},
-      {2, 0x92F70739, 0x656D7780, 0xEFC50000},    {3, 0x8B75046E, 0x76957780, 0xEFC48000},
       {6022, 0x8A8C1D4A, 0x65757780, 0xEFE18000}, {6023, 0xE8761D4B, 0x72967680, 0xEFEB0000}};
   for (const auto& m : members) {
     Stream s(ROF_BRNG_MT2203 + m.id, {});

@@ -32,8 +32,5 @@ TEST(RefusedMethodsTest, EachGeneratorRefusesWhatItLacksAndTheStreamStays) {
   }
   Stream s(ROF_BRNG_MCG59, {1});
   EXPECT_EQ(__rofLeapfrogStream(s, 0, -1), ROF_STATUS_BAD_STREAM_COUNT);
-  void* none = nullptr;
-  EXPECT_EQ(__rofNewStreamEx(&none, ROF_BRNG_MT2203 + 6024, 0, nullptr), ROF_STATUS_BAD_BRNG);
-  EXPECT_EQ(none, nullptr);
 }
 }  // namespace
