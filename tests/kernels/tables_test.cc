@@ -24,8 +24,10 @@ using namespace generated;
 template <class Coefficients>
 void ExpectErfInvRow(const Coefficients& r, int high, int row, const double (&want)[5],
                      const double (&tolerance)[3]) {
-  EXPECT_TRUE(r[high] == want[0] && r[high + 1] == want[1]) << "row " << row;
-  for (int k = 0; k < 3; ++k) EXPECT_NEAR(r[k], want[2 + k], tolerance[k]) << row << " " << k;
+  const char* type = sizeof r[0] == 4 ? "sErfInv row " : "dErfInv row ";
+  EXPECT_TRUE(r[high] == want[0] && r[high + 1] == want[1]) << type << row;
+  for (int k = 0; k < 3; ++k)
+    EXPECT_NEAR(r[k], want[2 + k], tolerance[k]) << type << row << ", low column " << k;
 }
 
 // The rows that the tables' descriptions give, as the generators reproduce them. The
