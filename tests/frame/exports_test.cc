@@ -1,5 +1,4 @@
-// libqor.so from outside: the function list, exactly the owed exports, the stubs and tables
-// behind them, and imports from allowed places only.
+// libqor.so from outside: the function list, owed exports, stubs, tables and allowed imports.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

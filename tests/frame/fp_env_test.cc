@@ -26,10 +26,8 @@ __attribute__((noinline)) Registers CallUnder(uint32_t mxcsr, uint16_t x87, F bo
   return after;
 }
 
-// Caller rounds up, all unmasked: the vector form (dAdd) rounds to nearest, the loop form
-// (dSub) up, and flags raised inside join the caller's own. The denormal field decides the
-// vector form's flushing (a denormal plus 0), the loop form keeps the caller's; trap bits never
-// unmask a kernel; both words come back (flags -1: not checked).
+// Vector form (dAdd) to nearest and flushing by the mode, loop form (dSub) under the caller's
+// words; flags join the caller's, traps never unmask, both words come back (flags -1: unchecked).
 TEST(FpEnvTest, RoundingFlushingFlagsAndCallersWords) {
   constexpr double kTiny = 0x1p-1070;
   const struct { uint32_t mode; bool loop; uint32_t caller; uint16_t x87; double a, b, r;

@@ -91,8 +91,7 @@ std::string Violation(std::string text) {
   return std::regex_search(operands, match, forbidden) ? "operand " + match.str() : "";
 }
 
-// The classifier rejects each kind of beyond-baseline sample; then no instruction of the
-// library is rejected.
+// The classifier rejects each kind of beyond-baseline sample, and no instruction of the library.
 TEST(InstructionSet, WholeLibraryIsBaseline) {
   for (const char* sample : {"roundsd $0x9,%xmm1,%xmm0", "vaddpd %xmm1,%xmm2,%xmm0",
                              "popcntq (%rdi),%rax", "addpd  %ymm1,%ymm0", "movaps %xmm16,%xmm0",

@@ -1,6 +1,4 @@
-// Results pinned bit for bit: square roots of squares, the symmetries of Sin, Cos and ErfInv,
-// SinCos against Sin and Cos, Powx against Pow; ErfInv's tiny arguments and Pow's companion
-// against MPFR.
+// Results pinned bit for bit (roots of squares, symmetries, SinCos, Powx) or against MPFR.
 #include <cmath>
 #include <random>
 #include <vector>
@@ -89,9 +87,8 @@ TEST(ExactResults, ErfInvOfTinyArgumentsRoundsOnce) {
                                           0x1.000002p-24f});
 }
 
-// Inputs that reach Pow's companion: x near 1 with a large y, subnormal x, and results beyond
-// the block's range up to the overflow bound and down into the subnormals. Each lies within
-// 0.51 ulp of the exact power (the subnormal ulp below 2^-1022).
+// Pow's companion (x near 1 with a large y, subnormal x, results near overflow and in the
+// subnormals) lies within 0.51 ulp of the exact power.
 TEST(ExactResults, PowCompanionIsCloseToTheExactPower) {
   const double near_one = 1.0 + 0x1p-40, below_one = 1.0 - 0x1p-45;
   const double cases[][2] = {
@@ -112,8 +109,7 @@ TEST(ExactResults, PowCompanionIsCloseToTheExactPower) {
   }
 }
 
-// Powx gives Pow's results bit for bit, block and tail alike, for special values too, on its
-// general path and in its loops for the exponents 0, 1 and 2.
+// Powx is Pow bit for bit, specials included, on its general path and its own loops.
 TEST(ExactResults, PowxIsPowWithAFixedExponent) {
   std::mt19937_64 random(7);
   std::uniform_real_distribution<double> base(-3.0, 40.0);

@@ -1,5 +1,4 @@
-// Helpers of the kernel tests: bit images, the sample sizes of the default run and of the full
-// sweep (QOR_EXACT_SWEEP=1), sampled inputs that hit the edges of every binade, MPFR values.
+// Helpers of the kernel tests: bit images, the full sweep switch, sampled inputs, MPFR values.
 #ifndef QOR_TESTS_KERNELS_EXACT_SUPPORT_H_
 #define QOR_TESTS_KERNELS_EXACT_SUPPORT_H_
 

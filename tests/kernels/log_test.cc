@@ -1,5 +1,4 @@
-// The logarithm family beyond its special values: the reduction tables row by row against MPFR
-// by their rule, bit for bit, and the reports of Log1p's two-register steps.
+// The logarithm's tables row by row against MPFR, and the reports of Log1p's two-register steps.
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -15,8 +14,7 @@ namespace {
 std::vector<std::pair<int, double>> g_seen;
 int Record(temErrorContext* c) { return g_seen.push_back({c->Index, c->Arg1}), 0; }
 
-// Flagged lanes in either register of a step, after a clean step, and in the register left
-// after the last step are each reported once, in order.
+// Flagged lanes in either register of a step and in the last register are reported once, in order.
 template <class T>
 void CheckLog1pReports(void (*log1p)(int, const T*, T*)) {
   const T b[11] = {2, -1, 3, 0.5, 4, 5, 6, -2, 7, -3, 8};

@@ -1,6 +1,4 @@
-// Pack and unpack in all four types and both widths against plain reference loops: negative
-// strides, repeated and negative indices, masks set only in their high 32 bits, the count
-// rule of width 1, and bit-exact copies of signalling NaNs.
+// Pack and unpack in all four types and both widths against plain reference loops.
 #include <cstdint>
 #include <cstring>
 #include <vector>

@@ -1,5 +1,4 @@
-// Fmod and Remainder against fmod and remainder, bit for bit, over sampled pairs with huge
-// quotients, subnormals, the divisors 1 and 2147483647.
+// Fmod and Remainder against fmod and remainder, bit for bit, over sampled pairs.
 #include <cmath>
 #include <limits>
 #include <random>

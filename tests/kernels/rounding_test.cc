@@ -1,6 +1,4 @@
-// The rounding functions, Modf and Frac against the C library, bit for bit, in all four rounding
-// directions for the loop form (contiguous), and to nearest for the strided vector form. The
-// default run samples; QOR_EXACT_SWEEP=1 runs every float and 10^8 doubles.
+// The rounding functions, Modf and Frac against the C library, bit for bit.
 #include <fenv.h>
 
 #include <algorithm>
@@ -52,10 +50,8 @@ const Row<double> kDoubleRows[] = {QOR_ROWS(d, double, )};
 
 const int kDirections[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
 
-// Every row and direction: the contiguous call, and the strided one at unit strides (which goes
-// to the loop form), against the C library under the same direction; the strided call at other
-// strides (the vector form) against it to nearest, writing nothing between its results. Returns
-// the number of mismatches (the first five are shown).
+// Contiguous and unit-stride calls (the loop form) in every direction, the strided vector form to
+// nearest and writing nothing between its results; returns the mismatches (five are shown).
 template <class T, size_t kRows>
 long CheckAllDirections(const Row<T> (&rows)[kRows], const std::vector<T>& x) {
   long bad = 0;

@@ -1,6 +1,4 @@
-// Fmax, Fmin, MaxMag, MinMag, Fdim, CopySign, NextAfter and Abs over all pairs of special values
-// and sampled pairs, contiguous and strided, against the rules written out in plain scalar code
-// (and the C library's fdim, copysign, nextafter and fabs); NextAfter's statuses: special values.
+// The selection functions and Abs on special and sampled pairs against plain scalar rules.
 #include <cmath>
 #include <limits>
 #include <random>

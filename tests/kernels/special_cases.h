@@ -1,5 +1,4 @@
-// Special values, table-driven: each case alone and inside a block, contiguous and strided, in
-// the default mode (status, one callback, errno) and the no-error mode (nothing reported).
+// Special values, table-driven: alone and in a block, contiguous and strided, in both modes.
 #ifndef QOR_TESTS_KERNELS_SPECIAL_CASES_H_
 #define QOR_TESTS_KERNELS_SPECIAL_CASES_H_
 
@@ -68,8 +67,7 @@ Element Make(Call call, bool strided, double fill) {
   };
 }
 
-// The s and d entries of `fn` under `name`, taking x, y, r and a second result r2 as `args`
-// lists them.
+// The s and d entries of `fn` under `name`, called with the arguments `args` lists.
 #define QOR_ENTRIES_OF(t, T, name, fn, fill, args, strided_args)                           \
   {#t name,                                                                                 \
    {Make<T>([](int n, T* x, T* y, T* r, T* r2) { _tem##t##fn args; }, false, fill),        \

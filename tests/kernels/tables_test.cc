@@ -1,5 +1,4 @@
-// The generated tables of exp, pow, the cube roots, the trigonometric functions and ErfInv, row
-// by row (ErfInv's fit on a sample of rows) against MPFR by the rule that made them.
+// The generated tables row by row (ErfInv's on a sample) against MPFR by their rules.
 #include <cmath>
 #include <cstdint>
 
@@ -20,54 +19,46 @@ namespace {
 using exact::Of;
 using namespace generated;
 
-// The rows that the tables' descriptions give, as the generators reproduce them: exactly, and
-// for ErfInv's low parts (a fresh fit by another method moves their last digits) to about the
-// fit's own error. The logarithm's published rows are in log_test.cc.
+// ErfInv row `row`: its high part and that part's linear term exactly, its low part, the low
+// linear term and the t^2 term to about the fit's error (a fresh fit moves their last digits).
+template <class Coefficients>
+void ExpectErfInvRow(const Coefficients& r, int high, int row, const double (&want)[5],
+                     const double (&tolerance)[3]) {
+  const char* type = sizeof r[0] == 4 ? "sErfInv row " : "dErfInv row ";
+  EXPECT_TRUE(r[high] == want[0] && r[high + 1] == want[1]) << type << row;
+  for (int k = 0; k < 3; ++k)
+    EXPECT_NEAR(r[k], want[2 + k], tolerance[k]) << type << row << ", low column " << k;
+}
+
+// The rows that the tables' descriptions give, as the generators reproduce them. The
+// logarithm's are in log_test.cc.
 TEST(Tables, PublishedRowsAreReproduced) {
-  const struct { double got, published, tolerance; const char* what; } values[] = {
-      {kExp64[0][0], 1.0, 0, "exp row 0"},
-      {kExp64[0][1], 0.0, 0, "exp row 0 rest"},
-      {kExp64[1][0], 1.0108892860517005, 0, "exp row 1"},
-      {kExp64[1][1], -1.5234778603368577e-17, 0, "exp row 1 rest"},
-      {kExp64[32][0], 1.4142135623730951, 0, "exp row 32"},
-      {kExp64[32][1], -9.667293313452913e-17, 0, "exp row 32 rest"},
-      {kExp64[63][0], 1.978456026387951, 0, "exp row 63"},
-      {kExp64[63][1], 4.0388753109278167e-17, 0, "exp row 63 rest"},
-      {kSinTable[1][0], -7.529816085545908e-05, 0, "sin row 1 cm1"},
-      {kSinTable[1][1], 1.0, 0, "sin row 1 c"},
-      {kSinTable[1][2], 0.012271538285719925, 0, "sin row 1 s"},
-      {kSinTable[1][3], 6.919790271057893e-19, 0, "sin row 1 sl"},
-      {kSinTable[128][1], 0.0, 0, "sin row 128 c"},
-      {kSinTable[128][2], 1.0, 0, "sin row 128 s"},
-      {temErfInvTableD[0].r[15], 0.8871351778507233, 0, "dErfInv row 0 high"},
-      {temErfInvTableD[0].r[16], -0.014563386095687747, 0, "dErfInv row 0 high linear"},
-      {temErfInvTableD[0].r[0], 2.5137890581822675e-09, 0x1p-60, "dErfInv row 0 low"},
-      {temErfInvTableD[0].r[1], 4.916799275721886e-11, 0x1p-60, "dErfInv row 0 low linear"},
-      {temErfInvTableD[0].r[2], 0.05875579589031858, 0x1p-55, "dErfInv row 0 t^2"},
-      {temErfInvTableD[1].r[15], 0.894545167684555, 0, "dErfInv row 1 high"},
-      {temErfInvTableD[1].r[16], -0.04524657875299454, 0, "dErfInv row 1 high linear"},
-      {temErfInvTableD[1].r[0], 5.745517485905178e-09, 0x1p-60, "dErfInv row 1 low"},
-      {temErfInvTableD[1].r[1], 2.425466878910943e-10, 0x1p-60, "dErfInv row 1 low linear"},
-      {temErfInvTableD[1].r[2], 0.06515185547303387, 0x1p-55, "dErfInv row 1 t^2"},
-      {temErfInvTableD[211].r[15], 5.853673100471497, 0, "dErfInv row 211 high"},
-      {temErfInvTableD[211].r[16], -0.07486311346292496, 0, "dErfInv row 211 high linear"},
-      {temErfInvTableD[211].r[0], 5.568151370187853e-09, 0x1p-60, "dErfInv row 211 low"},
-      {temErfInvTableD[211].r[1], -8.950377738715044e-10, 0x1p-60, "dErfInv row 211 low linear"},
-      {temErfInvTableD[211].r[2], 0.032806828335511705, 0x1p-55, "dErfInv row 211 t^2"},
-      {temErfInvTableS[0][6], 0.8864536285400391, 0, "sErfInv row 0 high"},
-      {temErfInvTableS[0][7], -0.007259368896484375, 0, "sErfInv row 0 high linear"},
-      {temErfInvTableS[0][0], -5.510766065697226e-09, 0x1p-40, "sErfInv row 0 low"},
-      {temErfInvTableS[0][1], 1.1486589528431068e-06, 0x1p-30, "sErfInv row 0 low linear"},
-      {temErfInvTableS[0][2], 0.058190565556287766, 0x1p-26, "sErfInv row 0 t^2"},
-      {temErfInvTableS[63][6], 2.0353686809539795, 0, "sErfInv row 63 high"},
-      {temErfInvTableS[63][7], -0.20355224609375, 0, "sErfInv row 63 high linear"},
-      {temErfInvTableS[63][0], -4.631435679414153e-09, 0x1p-40, "sErfInv row 63 low"},
-      {temErfInvTableS[63][1], 6.687453151243972e-06, 0x1p-30, "sErfInv row 63 low linear"},
-      {temErfInvTableS[63][2], 0.08951889723539352, 0x1p-26, "sErfInv row 63 t^2"}};
-  for (const auto& v : values) {
-    if (v.tolerance == 0) EXPECT_EQ(v.got, v.published) << v.what;
-    else EXPECT_NEAR(v.got, v.published, v.tolerance) << v.what;
-  }
+  const struct { int row; double hi, lo; } exp_rows[] = {
+      {0, 1.0, 0.0}, {1, 1.0108892860517005, -1.5234778603368577e-17},
+      {32, 1.4142135623730951, -9.667293313452913e-17},
+      {63, 1.978456026387951, 4.0388753109278167e-17}};
+  for (const auto& e : exp_rows)
+    EXPECT_TRUE(kExp64[e.row][0] == e.hi && kExp64[e.row][1] == e.lo) << "exp row " << e.row;
+  const double sin_row[4] = {-7.529816085545908e-05, 1.0, 0.012271538285719925,
+                             6.919790271057893e-19};
+  for (int k = 0; k < 4; ++k) EXPECT_EQ(kSinTable[1][k], sin_row[k]) << "sin row 1, " << k;
+  EXPECT_TRUE(kSinTable[128][1] == 0.0 && kSinTable[128][2] == 1.0);
+  const struct { int row; double want[5]; } double_rows[] = {
+      {0, {0.8871351778507233, -0.014563386095687747, 2.5137890581822675e-09,
+           4.916799275721886e-11, 0.05875579589031858}},
+      {1, {0.894545167684555, -0.04524657875299454, 5.745517485905178e-09, 2.425466878910943e-10,
+           0.06515185547303387}},
+      {211, {5.853673100471497, -0.07486311346292496, 5.568151370187853e-09,
+             -8.950377738715044e-10, 0.032806828335511705}}},
+    single_rows[] = {
+      {0, {0.8864536285400391, -0.007259368896484375, -5.510766065697226e-09,
+           1.1486589528431068e-06, 0.058190565556287766}},
+      {63, {2.0353686809539795, -0.20355224609375, -4.631435679414153e-09, 6.687453151243972e-06,
+            0.08951889723539352}}};
+  for (const auto& e : double_rows)
+    ExpectErfInvRow(temErfInvTableD[e.row].r, 15, e.row, e.want, {0x1p-60, 0x1p-60, 0x1p-55});
+  for (const auto& e : single_rows)
+    ExpectErfInvRow(temErfInvTableS[e.row], 6, e.row, e.want, {0x1p-40, 0x1p-30, 0x1p-26});
 }
 
 // hi is 2^(i/N) rounded, lo the rounded rest (the rest divided by hi in the companion's copy);
@@ -181,9 +172,8 @@ TEST(TrigTables, RowsAreSinCosAndTheBitsOfTwoOverPi) {
   EXPECT_EQ(kTwoPi, 6.283185307179586);
 }
 
-// A sample of rows (`row_of(i)`: row i's coefficients), summed in long double at both ends and
-// the middle of each row's interval, against erfinv(x) / x from MPFR: the fit holds to its error,
-// its leading terms (a high and a low part each) included.
+// Sampled rows, summed in long double at both ends and the middle of their interval, hold
+// erfinv(x) / x from MPFR to the fit's error.
 template <int kWidth, class RowOf>
 void CheckRows(RowOf row_of, int top_bits, int first_key, int bias,
                std::initializer_list<int> sample, double tolerance) {

@@ -1,6 +1,4 @@
-// Blocks, tails, in-place and strided calls (strides 0 and negative too) of every elementary
-// and arithmetic function give the results of one-element calls bit for bit, flagged lanes
-// among ordinary ones, and write nothing else.
+// Blocks, tails, in-place and strided calls give the one-element results and write nothing else.
 #include <cstdlib>
 
 #include "tests/kernels/special_cases.h"
