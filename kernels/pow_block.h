@@ -94,17 +94,20 @@ struct LogRow {
 }
 
 // log2 x = hi + lo for positive normal x, to about 2^-66 relative, from x's row. x = 2^k m,
-// r = m rc - 1 = r1 + r2 with both parts exact (m split in 26 + 27 bits, rc of 16 bits),
-// |r| < 2^-8.9; log2(1 + r) = r/ln2 - r^2/(2 ln 2) + r^3 (...), the first two terms in
-// double-double.
+// r = m rc - 1 = (mh rc - 1) + (m - mh) rc with both parts exact (m split in 26 + 27 bits, rc
+// of 16 bits), |r| < 2^-8.9; log2(1 + r) = r/ln2 - r^2/(2 ln 2) + r^3 (...), the first two
+// terms in double-double. Those parts may cancel to a far smaller r near x = 1, so r is split
+// again into r1, the head of u = r rounded, and r2, the rest: near 1 (rc = 1 or 1/2) u is r
+// exactly, and elsewhere the rounding of r2 is far below the ulp of log2 x.
 [[gnu::always_inline]] inline void Log2(D x, const LogRow& row, D& hi, D& lo) {
   using namespace lanes;
   const D m = Mantissa(x);
   const D mh = m & kHead26Mask();
-  const D r1 = mh * row.rc - kOne();
-  const D r2 = (m - mh) * row.rc;
-  const D u = r1 + r2, u2 = u * u;
-  // r / ln2: r1 has at most 33 bits, so r1 * kInvLn2Head is exact.
+  const D head = mh * row.rc - kOne();
+  const D u = head + (m - mh) * row.rc, u2 = u * u;
+  const D r1 = u & kHead26Mask();
+  const D r2 = (head - r1) + (m - mh) * row.rc;
+  // r / ln2: r1 has 26 bits, so r1 * kInvLn2Head is exact.
   const D t1 = r1 * kInvLn2H();
   const D t1_lo = r2 * kInvLn2H() + u * kInvLn2R();
   // -r^2 / (2 ln 2): r^2 = r1h^2 + (r1l (r1h + r1) + r2 (r1 + u)), r1h^2 exact in 36 bits.

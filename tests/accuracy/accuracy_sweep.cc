@@ -42,7 +42,7 @@ std::vector<Entry> GroupByKernel(const std::vector<Entry>& entries, std::vector<
 }
 
 // Chunk `chunk` of the inputs: for an all-floats sweep the bit patterns in order; otherwise the
-// special values first, then the three random draws in turn.
+// special values first, then the random draws in turn.
 template <class T>
 Inputs<T> ChunkInputs(const FunctionRow& row, bool all_floats, uint64_t chunk, uint64_t step) {
   if (all_floats) {
@@ -52,8 +52,8 @@ Inputs<T> ChunkInputs(const FunctionRow& row, bool all_floats, uint64_t chunk, u
     return inputs;
   }
   if (chunk == 0) return SpecialInputs<T>(row);
-  const Draw draws[] = {Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange};
-  return RandomInputs<T>(row, draws[chunk % 3], kChunk, 0x5EED0000u + chunk);
+  const std::vector<Draw> draws = DrawsOf(row);
+  return RandomInputs<T>(row, draws[chunk % draws.size()], kChunk, 0x5EED0000u + chunk);
 }
 
 // The expectations of an all-floats chunk from the double libm function; MPFR decides where

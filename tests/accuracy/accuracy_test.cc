@@ -24,7 +24,7 @@ uint64_t SeedOf(const std::string& name) {
 }
 
 const char* const kDrawNames[] = {"bit patterns", "uniform in the typical range",
-                                  "bit patterns in the typical range"};
+                                  "bit patterns in the typical range", "the row's own draw"};
 
 class AccuracyTest : public testing::TestWithParam<FunctionRow> {
  protected:
@@ -65,7 +65,7 @@ class AccuracyTest : public testing::TestWithParam<FunctionRow> {
   void Draws() {
     ScopedMode mode(kDefaultMode);
     const FunctionRow& row = GetParam();
-    for (Draw draw : {Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange})
+    for (Draw draw : DrawsOf(row))
       for (bool strided : {false, true}) {
         const size_t count = strided ? kStridedSampleSize : kSampleSize;
         const Inputs<T> inputs = RandomInputs<T>(row, draw, count, SeedOf(row.name) + int(draw));

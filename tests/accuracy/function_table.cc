@@ -20,8 +20,19 @@ int MpfrLogb(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
 const std::vector<double> kTanhIntervals = {0.21875, 0.3125, 0.4375, 0.625, 0.875, 1.25, 1.75,
                                             2.5, 3.5, 5.0, 7.0, 10.0, 14.0, 20.0};
 
-// Distances from 1 where the logarithms' short path ends.
-const std::vector<double> kNearOne = {1.0, 1.0 - 0x1p-7 * 1.25, 1.0 + 0x1p-7 * 1.25};
+// centre + d and centre - d for d = 2^-k and 3 2^-k, k = 7..52: near 1 the logarithms' results
+// are far smaller than the parts of their reductions, which must cancel without error.
+std::vector<double> Around(double centre) {
+  std::vector<double> points = {centre};
+  for (int k = 7; k <= 52; ++k) {
+    for (double d : {std::ldexp(1.0, -k), std::ldexp(3.0, -k)}) {
+      points.push_back(centre + d);
+      points.push_back(centre - d);
+    }
+  }
+  return points;
+}
+const std::vector<double> kNearOne = Around(1.0);
 // Near 4/3, where the single logarithms' r is near -1/3: their worst inputs over every float.
 const std::vector<double> kSingleLogWorst = {0x1.556f9p+0,  0x1.557b74p+0, 0x1.55a95p+0,
                                              0x1.55594cp+0, 0x1.4500c8p+0, 0x1.556b24p+0,
@@ -81,6 +92,28 @@ const std::vector<double> kTrigPoints = {
 const std::vector<double> kTrigPointsF = {10000.0, 1.5707963267948966, 3.1415926535897931,
                                           4.7123889803846897, 1e22, 3.4028234663852886e38};
 
+// x^y with y log2 x across all results, overflow and gradual underflow included; half of the x
+// within 2^-k of 1 for k up to the type's precision, where log2 x must keep its relative
+// accuracy however small it is.
+void PowerDraw(std::mt19937_64& engine, bool single, double& x, double& y) {
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  if (engine() & 1) {
+    const int k = 1 + int(engine() % (single ? 23 : 52));
+    x = 1.0 + ((engine() & 2) ? 1.0 : -1.0) * std::ldexp(1.0 + unit(engine), -k);
+  } else {
+    x = std::exp2(40.0 * unit(engine) - 20.0);
+  }
+  if (single) x = static_cast<float>(x);
+  const double lowest = single ? -152.0 : -1077.0, highest = single ? 130.0 : 1026.0;
+  const double z = lowest + (highest - lowest) * unit(engine);
+  y = x == 1.0 ? z : z / std::log2(x);
+}
+
+FunctionRow WithOwnDraw(PairDraw draw, FunctionRow row) {
+  row.own_draw = draw;
+  return row;
+}
+
 // Row k (1 or 2) of a kernel with two results.
 FunctionRow ResultOf(int k, FunctionRow row) {
   row.result = k;
@@ -139,14 +172,15 @@ const std::vector<FunctionRow>& Functions() {
       {"sLog10", mpfr_log10, log10, {0x1p-10, 0x1p10},
        Concat(Concat(kNearOne, kSingleLogWorst), {10.0, 1e10})},
       {"dLog10", mpfr_log10, log10, {0x1p-10, 0x1p10}, Concat(kNearOne, {10.0, 1e22})},
-      {"sLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, {-1.0, -0.5, 0x1p-24, 0x1p24, 0x1.13d57cp-2}},
-      {"dLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, {-1.0, -0.5, 0x1p-53, 0x1p53}},
+      {"sLog1p", mpfr_log1p, log1p, {-0.5, 1e3},
+       Concat(Around(0.0), {-1.0, -0.5, 0x1p-24, 0x1p24, 0x1.13d57cp-2})},
+      {"dLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, Concat(Around(0.0), {-1.0, -0.5, 0x1p-53, 0x1p53})},
       {"sLogb", MpfrLogb, logb, {-1e3, 1e3}, {}, true},
       {"dLogb", MpfrLogb, logb, {-1e3, 1e3}, {}, true},
       {"sAsinh", mpfr_asinh, asinh, {-1e3, 1e3}, {0x1p-12, 0x1p12, 0x1p28}},
       {"dAsinh", mpfr_asinh, asinh, {-1e3, 1e3}, {0x1p-26, 0x1p26, 0x1p511, 0x1p1023}},
-      {"sAcosh", mpfr_acosh, acosh, {1.0, 1e3}, {1.0, 1.0 + 0x1p-12, 2.0, 0x1p28}},
-      {"dAcosh", mpfr_acosh, acosh, {1.0, 1e3}, {1.0, 1.0 + 0x1p-26, 2.0, 0x1p511, 0x1p1023}},
+      {"sAcosh", mpfr_acosh, acosh, {1.0, 1e3}, Concat(Around(1.0), {2.0, 0x1p28})},
+      {"dAcosh", mpfr_acosh, acosh, {1.0, 1e3}, Concat(Around(1.0), {2.0, 0x1p511, 0x1p1023})},
       {"sAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-12}},
       {"dAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-26}},
 
@@ -169,10 +203,12 @@ const std::vector<FunctionRow>& Functions() {
       {"sHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-126, 0x1p127, 0x1p-63, 0x1p63, 0x1.8p63}},
       {"dHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-900, 0x1p-1022, 0x1p1023, 0x1p-480, 0x1p510}},
       // The exponent 1.5 and 2 take own loops in Powx; 1 and -1 are exact powers.
-      {"sPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
-      {"dPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
-      {"sPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}},
-      {"dPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}},
+      WithOwnDraw(PowerDraw, {"sPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}}),
+      WithOwnDraw(PowerDraw,
+                  {"dPow", mpfr_pow, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}}),
+      WithOwnDraw(PowerDraw, {"sPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-126}}),
+      WithOwnDraw(PowerDraw,
+                  {"dPowr", MpfrPowr, {0.0, 30.0}, {1.0, -1.0, 0.5, 2.0, 3.0, 0x1p-1022, 1020.0}}),
       {"sSin", mpfr_sin, sin, {-1e4, 1e4}, kTrigPointsF},
       {"dSin", mpfr_sin, sin, {-1e5, 1e5}, kTrigPoints},
       {"sCos", mpfr_cos, cos, {-1e4, 1e4}, kTrigPointsF},

@@ -5,6 +5,7 @@
 
 #include <mpfr.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ using MpfrBinary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
 using LibmUnary = double (*)(double);
 
 struct Range { double lo, hi; };
+
+// One input pair of a row's own draw, for a float or a double kernel.
+using PairDraw = void (*)(std::mt19937_64& engine, bool single, double& a, double& b);
 
 struct FunctionRow {
   // One input; `libm` (exact when `libm_exact`) is the double function, far below a float ulp
@@ -44,6 +48,8 @@ struct FunctionRow {
   Range typical;
   // Points where the formula changes (overflow, underflow, path switches), with neighbours.
   std::vector<double> boundaries;
+  // A fourth draw, of pairs that the others seldom reach; nullptr for none.
+  PairDraw own_draw = nullptr;
 };
 
 // Every row, present kernel or not.

@@ -69,7 +69,14 @@ Inputs<T> SpecialInputs(const FunctionRow& row) {
   return pairs;
 }
 
-enum class Draw { kBitPatterns, kTypicalRange, kBitPatternsInRange };
+enum class Draw { kBitPatterns, kTypicalRange, kBitPatternsInRange, kOwn };
+
+// The draws of a row: the three of every row, and its own if it has one.
+inline std::vector<Draw> DrawsOf(const FunctionRow& row) {
+  std::vector<Draw> draws = {Draw::kBitPatterns, Draw::kTypicalRange, Draw::kBitPatternsInRange};
+  if (row.own_draw != nullptr) draws.push_back(Draw::kOwn);
+  return draws;
+}
 
 // `count` values of the given kind from `seed`; functions of two take a second set drawn alike.
 template <class T>
@@ -87,6 +94,17 @@ Inputs<T> RandomInputs(const FunctionRow& row, Draw draw, size_t count, uint64_t
     }
     return v;
   };
+  if (draw == Draw::kOwn) {
+    std::mt19937_64 engine(seed);
+    Inputs<T> pairs;
+    for (size_t i = 0; i < count; ++i) {
+      double a, b;
+      row.own_draw(engine, sizeof(T) == 4, a, b);
+      pairs.a.push_back(static_cast<T>(a));
+      pairs.b.push_back(static_cast<T>(b));
+    }
+    return pairs;
+  }
   Inputs<T> inputs{values(seed), {}};
   if (row.arity() == 2) inputs.b = values(seed ^ 0x9E3779B97F4A7C15u);
   return inputs;
