@@ -134,10 +134,13 @@ int main() {
              "-log2 as hi, lo}.",
              33, 16, 1.0 / 512, 16, v);
   mpfr_ui_div(v, 1, ln2, MPFR_RNDN);
+  // The second stage leaves its product within 2^-10 of 1 above 1, and up to 2^-10 + 2^-15 below
+  // (its factors are rounded down): the rows above 1 end at k = 47, so that the rows below
+  // reach 1 - 80/2^16.
   PrintStage("kPowStage3",
-             "Third stage: q = 1 + k/2^15 (k < 64) or 1 - (128 - k)/2^16, {c = floor(2^22 / (q ln 2)) "
+             "Third stage: q = 1 + k/2^15 (k < 48) or 1 - (128 - k)/2^16, {c = floor(2^22 / (q ln 2)) "
              "/ 2^22, -log2(c / c0) as hi, lo}.",
-             129, 64, 1.0 / 32768, 22, v);
+             129, 48, 1.0 / 32768, 22, v);
 
   printf("// END GENERATED CODE\n");
   mpfr_clears(v, t, ln2, (mpfr_ptr)0);

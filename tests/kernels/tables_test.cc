@@ -94,7 +94,7 @@ TEST(PowTables, RowsAreLogarithmsOfTheirFactors) {
   } tables[] = {{"kPowLog2", kPowLog2[0], 4, 257, 257, 16, 1.0 / 256, 1.0},
                 {"kPowStage1", kPowStage1[0], 3, 33, 33, 16, 1.0 / 32, 1.0},
                 {"kPowStage2", kPowStage2[0], 3, 33, 16, 16, 1.0 / 512, 1.0},
-                {"kPowStage3", kPowStage3[0], 3, 129, 64, 22, 0x1p-15, 1.4426950408889634}};
+                {"kPowStage3", kPowStage3[0], 3, 129, 48, 22, 0x1p-15, 1.4426950408889634}};
   for (const auto& t : tables) {
     for (int i = 0; i < t.count; ++i) {
       const double* row = t.rows + i * t.width;
