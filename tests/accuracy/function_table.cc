@@ -20,8 +20,8 @@ int MpfrLogb(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
 const std::vector<double> kTanhIntervals = {0.21875, 0.3125, 0.4375, 0.625, 0.875, 1.25, 1.75,
                                             2.5, 3.5, 5.0, 7.0, 10.0, 14.0, 20.0};
 
-// centre + d and centre - d for d = 2^-k and 3 2^-k, k = 7..52: near 1 the logarithms' results
-// are far smaller than the parts of their reductions, which must cancel without error.
+// centre + d and centre - d for d = 2^-k and 3 2^-k, k = 7..52: where a result is far smaller
+// than the parts of a reduction (the logarithms near 1), or the input is close to a pole.
 std::vector<double> Around(double centre) {
   std::vector<double> points = {centre};
   for (int k = 7; k <= 52; ++k) {
@@ -32,7 +32,6 @@ std::vector<double> Around(double centre) {
   }
   return points;
 }
-const std::vector<double> kNearOne = Around(1.0);
 // Near 4/3, where the single logarithms' r is near -1/3: their worst inputs over every float.
 const std::vector<double> kSingleLogWorst = {0x1.556f9p+0,  0x1.557b74p+0, 0x1.55a95p+0,
                                              0x1.55594cp+0, 0x1.4500c8p+0, 0x1.556b24p+0,
@@ -165,24 +164,26 @@ const std::vector<FunctionRow>& Functions() {
       {"sTanh", mpfr_tanh, tanh, {-10.0, 10.0}, Concat(kTanhIntervals, {8.664339742098155})},
       {"dTanh", mpfr_tanh, tanh, {-20.0, 20.0}, Concat(kTanhIntervals, {18.714973875118524})},
 
-      {"sLn", mpfr_log, log, {0x1p-10, 0x1p10}, Concat(kNearOne, kSingleLogWorst)},
-      {"dLn", mpfr_log, log, {0x1p-10, 0x1p10}, kNearOne},
-      {"sLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, Concat(kNearOne, kSingleLogWorst)},
-      {"dLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, kNearOne},
+      {"sLn", mpfr_log, log, {0x1p-10, 0x1p10}, Concat(Around(1.0), kSingleLogWorst)},
+      {"dLn", mpfr_log, log, {0x1p-10, 0x1p10}, Around(1.0)},
+      {"sLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, Concat(Around(1.0), kSingleLogWorst)},
+      {"dLog2", mpfr_log2, log2, {0x1p-10, 0x1p10}, Around(1.0)},
       {"sLog10", mpfr_log10, log10, {0x1p-10, 0x1p10},
-       Concat(Concat(kNearOne, kSingleLogWorst), {10.0, 1e10})},
-      {"dLog10", mpfr_log10, log10, {0x1p-10, 0x1p10}, Concat(kNearOne, {10.0, 1e22})},
+       Concat(Concat(Around(1.0), kSingleLogWorst), {10.0, 1e10})},
+      {"dLog10", mpfr_log10, log10, {0x1p-10, 0x1p10}, Concat(Around(1.0), {10.0, 1e22})},
+      // Around 1 also gives -1 + d: boundaries are taken with both signs.
       {"sLog1p", mpfr_log1p, log1p, {-0.5, 1e3},
-       Concat(Around(0.0), {-1.0, -0.5, 0x1p-24, 0x1p24, 0x1.13d57cp-2})},
-      {"dLog1p", mpfr_log1p, log1p, {-0.5, 1e3}, Concat(Around(0.0), {-1.0, -0.5, 0x1p-53, 0x1p53})},
+       Concat(Concat(Around(0.0), Around(1.0)), {0.5, 0x1p24, 0x1.13d57cp-2})},
+      {"dLog1p", mpfr_log1p, log1p, {-0.5, 1e3},
+       Concat(Concat(Around(0.0), Around(1.0)), {0.5, 0x1p53})},
       {"sLogb", MpfrLogb, logb, {-1e3, 1e3}, {}, true},
       {"dLogb", MpfrLogb, logb, {-1e3, 1e3}, {}, true},
       {"sAsinh", mpfr_asinh, asinh, {-1e3, 1e3}, {0x1p-12, 0x1p12, 0x1p28}},
       {"dAsinh", mpfr_asinh, asinh, {-1e3, 1e3}, {0x1p-26, 0x1p26, 0x1p511, 0x1p1023}},
       {"sAcosh", mpfr_acosh, acosh, {1.0, 1e3}, Concat(Around(1.0), {2.0, 0x1p28})},
       {"dAcosh", mpfr_acosh, acosh, {1.0, 1e3}, Concat(Around(1.0), {2.0, 0x1p511, 0x1p1023})},
-      {"sAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-12}},
-      {"dAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, {1.0, -1.0, 0.5, -0.5, 0x1p-26}},
+      {"sAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, Concat(Around(1.0), {0.5, 0x1p-12})},
+      {"dAtanh", mpfr_atanh, atanh, {-1.0, 1.0}, Concat(Around(1.0), {0.5, 0x1p-26})},
 
       // The seed's range ends at 2^-1022 and 2^1022; the estimate's exponent changes parity at 2.
       {"sSqrt", mpfr_sqrt, sqrt, {0.0, 1e3}, {0x1p-126, 2.0, 4.0}},
@@ -220,10 +221,10 @@ const std::vector<FunctionRow>& Functions() {
       {"sTan", mpfr_tan, tan, {-1e4, 1e4}, kTrigPointsF},
       {"dTan", mpfr_tan, tan, {-1e5, 1e5}, kTrigPoints},
       {"sErfInv", erfinv_reference::MpfrErfInv, erfinv_reference::ErfInvNewton, {-1.0, 1.0},
-       Concat(kErfInvPoints, {0x1p-24, 1.0 - 0x1p-24})},
+       Concat(Concat(kErfInvPoints, Around(1.0)), {0x1p-24})},
       {"dErfInv", erfinv_reference::MpfrErfInv, nullptr, {-1.0, 1.0},
        // 0.6875 and 0.75: the ends of row 7, whose linear term is the largest against r15.
-       Concat(kErfInvPoints, {0x1p-53, 0x1.0000100000000p-53, 1.0 - 0x1p-53, 0.6875, 0.75})},
+       Concat(Concat(kErfInvPoints, Around(1.0)), {0x1p-53, 0x1.0000100000000p-53, 0.6875, 0.75})},
   };
   return rows;
 }
