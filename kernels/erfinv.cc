@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "frame/kernel_frame.h"
+#include "kernels/float_format.h"
 
 namespace tem {
 namespace {
@@ -123,8 +124,7 @@ struct ErfInvDouble {
     const __m128d low0 = Vec<double>::FromLanes(r0, r1).raw;
     const __m128d q =
         _mm_add_pd(_mm_mul_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(even, t), odd), high1), t), low0);
-    const __m128d split =
-        _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(0xFFFFFFFFF8000000ull)));
+    const __m128d split = _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(kSplitMask)));
     const __m128d xh = _mm_and_pd(x, split);
     const __m128d xl = _mm_sub_pd(x, xh);
     out[0] =

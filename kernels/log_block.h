@@ -12,6 +12,7 @@
 
 #include "frame/vec.h"
 #include "kernels/estrin.h"
+#include "kernels/float_format.h"
 #include "kernels/log_core.h"
 
 namespace tem {
@@ -125,7 +126,7 @@ inline __m128d LogBlockWith(__m128d x, __m128d n, Extra extra) {
   if constexpr (B::kScaled) {
     // r log_b(e) with r exact: rr = r to 26 bits, t = rr kScaleHi (9 bits) exact, and the rest
     // (r - rr) kScaleHi (exact) + r kScaleLo, whose rounding is below 2^-62 |r|.
-    const __m128d rr = _mm_and_pd(r, BitsPd(0xFFFFFFFFF8000000ull));
+    const __m128d rr = _mm_and_pd(r, BitsPd(kSplitMask));
     t = _mm_mul_pd(rr, SplatPd(B::kScaleHi));
     rest = _mm_add_pd(_mm_mul_pd(_mm_sub_pd(r, rr), SplatPd(B::kScaleHi)),
                       _mm_mul_pd(r, SplatPd(B::kScaleLo)));

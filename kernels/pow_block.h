@@ -6,6 +6,7 @@
 
 #include "kernels/estrin.h"
 #include "kernels/exp_common.h"
+#include "kernels/float_format.h"
 
 namespace tem {
 namespace power {
@@ -16,15 +17,14 @@ using D = Vec<double>;
 using S = Splat<double>;
 using expo::kExp128;
 
-// Masks keeping 26 and 18 significant bits.
-inline constexpr uint64_t kHead26 = 0xFFFFFFFFF8000000ull;
+// A mask keeping 18 significant bits.
 inline constexpr uint64_t kHead18 = 0xFFFFFFF800000000ull;
 // 1.5 * 2^45: added to z, it leaves round(128 z) in the low word.
 inline constexpr double kShifter = 52776558133248.0;
 
 // The block's constants, each loaded whole.
 namespace lanes {
-inline constexpr S kOne{1.0}, kHead26Mask{__builtin_bit_cast(double, kHead26)},
+inline constexpr S kOne{1.0}, kHead26Mask{__builtin_bit_cast(double, kSplitMask)},
     kHead18Mask{__builtin_bit_cast(double, kHead18)}, kInvLn2H{kInvLn2Head},
     kInvLn2R{kInvLn2Rest}, kInvLn2{kInvLn2Head + kInvLn2Rest}, kHalfH{kHalfInvLn2Head},
     kHalfR{kHalfInvLn2Rest}, kHalf{kHalfInvLn2}, kMinusHalf{-kHalfInvLn2},
