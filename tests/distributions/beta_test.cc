@@ -32,7 +32,7 @@ TYPED_TEST(BetaTest, EachAlgorithmFitsTheBetaDistribution) {
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "p " << c.p << ", q " << c.q);
     const int n = DrawsFor<T>(c.heavy);
-    TestStream s(ROF_BRNG_MT19937, 99);
+    TestStream s(ROF_BRNG_MT19937, {99});
     std::vector<T> r(n);
     const T a = T(c.a), beta = T(c.beta);
     ASSERT_EQ(Draw(ROF_ACCURATE_BIT, s, n, r.data(), T(c.p), T(c.q), a, beta), ROF_STATUS_OK);

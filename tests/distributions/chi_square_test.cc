@@ -41,7 +41,7 @@ TYPED_TEST(ChiSquareTest, RoutesAreTheGeneratorsTheyUseAndTheProductsFit) {
   ASSERT_EQ(Draw(s, 2, r, 4), ROF_STATUS_OK);
   EXPECT_EQ(CurrentScript().drawn, 4);
   EXPECT_NEAR(r[0], -2 * log(0.125), 1e-5);
-  TestStream fitted(ROF_BRNG_MT19937, 31);
+  TestStream fitted(ROF_BRNG_MT19937, {31});
   std::vector<T> x(DrawsFor<T>(true));
   ASSERT_EQ(Draw(fitted, int(x.size()), x.data(), 16), ROF_STATUS_OK);
   ExpectFit(x, [](double y) { return gsl_cdf_chisq_P(y, 16); });

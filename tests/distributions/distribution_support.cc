@@ -49,7 +49,7 @@ Script& CurrentScript() {
 }
 
 ScriptedStream::ScriptedStream(std::vector<double> uniforms, int status)
-    : TestStream(ScriptedBrng(), 1) {
+    : TestStream(ScriptedBrng(), {1}) {
   CurrentScript() = Script{std::move(uniforms), status};
 }
 

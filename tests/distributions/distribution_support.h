@@ -17,6 +17,7 @@
 #include "gtest/gtest.h"
 #include "qor/rof.h"
 #include "qor/tem.h"
+#include "tests/common/test_stream.h"
 
 namespace dist_test {
 using RealTypes = ::testing::Types<float, double>;
@@ -27,17 +28,6 @@ auto Call(S float_entry, D double_entry, A&&... args) {
   if constexpr (std::is_same_v<T, double>) return double_entry(std::forward<A>(args)...);
   else return float_entry(std::forward<A>(args)...);
 }
-
-// A stream of `brng` seeded with one word, deleted at the end of the scope.
-struct TestStream {
-  explicit TestStream(int brng = ROF_BRNG_MT19937, uint32_t seed = 7777) {
-    EXPECT_EQ(__rofNewStreamEx(&stream, brng, 1, &seed), ROF_STATUS_OK);
-  }
-  ~TestStream() { __rofDeleteStream(&stream); }
-  TestStream(const TestStream&) = delete;
-  operator void*() const { return stream; }
-  void* stream = nullptr;
-};
 
 // n uniforms on [a, b) straight from an MT19937 stream.
 template <class T>

@@ -30,7 +30,7 @@ TYPED_TEST(GammaTest, EachRegimeFitsClampsAndFails) {
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "alpha " << c.alpha);
     const T alpha = T(c.alpha);
-    TestStream s(ROF_BRNG_MT19937, 2024);
+    TestStream s(ROF_BRNG_MT19937, {2024});
     std::vector<T> r(DrawsFor<T>(c.heavy));
     ASSERT_EQ(Draw(0, s, int(r.size()), r.data(), alpha, T(c.a), T(c.beta)), ROF_STATUS_OK);
     ExpectFit(r, [&](double x) { return gsl_cdf_gamma_P((x - c.a) / c.beta, c.alpha, 1); });

@@ -51,7 +51,7 @@ TYPED_TEST(GaussianMVTest, VectorsAreTheFactorTimesTheGaussianNormals) {
       const std::vector<T> t = factor.Storage<T>(storage);
       std::vector<T> a(d);
       for (int j = 0; j < d; ++j) a[j] = T(j - 1.5);
-      TestStream s1(ROF_BRNG_MT19937, d), s2(ROF_BRNG_MT19937, d);
+      TestStream s1(ROF_BRNG_MT19937, {uint32_t(d)}), s2(ROF_BRNG_MT19937, {uint32_t(d)});
       std::vector<T> r(size_t(n) * d), z(size_t(n) * d);
       ASSERT_EQ(DrawMV(method, s1, n, r.data(), d, storage, a.data(), t.data()), 0);
       ASSERT_EQ(Gaussian(method, s2, n * d, z.data(), T(0), T(1)), 0);

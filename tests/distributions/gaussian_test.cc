@@ -83,7 +83,7 @@ TYPED_TEST(GaussianTest, FailuresRefusalAndTheFit) {
   ExpectFailureAndFrame<T>([](void* s, int n, T* r) {
     return DrawLognormal(0, s, n, r, T(0), T(1), T(0), T(1));
   });
-  TestStream s(ROF_BRNG_MT19937, 20);
+  TestStream s(ROF_BRNG_MT19937, {20});
   std::vector<T> r(kDraws);
   EXPECT_EQ(Gaussian(3, s, 4, r.data(), T(0), T(1)), ROF_STATUS_BAD_METHOD);
   const double a = 2, sigma = 0.5;

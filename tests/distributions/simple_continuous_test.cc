@@ -105,7 +105,7 @@ TYPED_TEST(SimpleContinuousTest, EachIsTheTransformOfTheUniformsAndFits) {
   uint32_t seed = 100;
   for (const Generator<T>& g : Generators<T>()) {
     SCOPED_TRACE(g.name);
-    TestStream s1, s2, s3, fitted(ROF_BRNG_MT19937, ++seed);
+    TestStream s1, s2, s3, fitted(ROF_BRNG_MT19937, {++seed});
     std::vector<T> r(n), accurate(n), x(kDraws);
     ASSERT_EQ(g.draw(0, s1, n, r.data(), a, T(-0.75)), ROF_STATUS_OK);
     EXPECT_EQ(r, g.reference(s2, n, a, T(-0.75)));
