@@ -238,8 +238,9 @@ inline int FlagPow(D x, D y, double limit) {
 }
 
 // FlagPow on four float lanes: x not a positive normal float, y zero, infinite or NaN (a
-// float subnormal y is a normal double), or the same bound on |y log2 x| reaching `limit`,
-// in float (the margin to 126 covers its rounding).
+// float subnormal y is a normal double), or |y log2 x| possibly `limit` or more. The bound is
+// |log2 x| <= |d| 2^-23 / ln 2, d = bits(x) - bits(1) = 2^23 (k + m - 1), and the compare is
+// |d y| >= limit ln2 2^23 in float (the margin to 126 covers its rounding).
 inline int FlagPowSingle(Vec<float> x, Vec<float> y, float limit) {
   const __m128i xb = x.Image();
   const __m128i x_out = _mm_cmpgt_epi32(_mm_add_epi32(xb, _mm_set1_epi32(0x7F800000)),
@@ -247,13 +248,10 @@ inline int FlagPowSingle(Vec<float> x, Vec<float> y, float limit) {
   const __m128i y_abs = _mm_and_si128(y.Image(), _mm_set1_epi32(0x7FFFFFFF));
   const __m128i y_out = _mm_or_si128(_mm_cmpeq_epi32(y_abs, _mm_setzero_si128()),
                                      _mm_cmpgt_epi32(y_abs, _mm_set1_epi32(0x7F7FFFFF)));
-  using F = Vec<float>;
-  const F k = {_mm_cvtepi32_ps(_mm_sub_epi32(_mm_srli_epi32(xb, 23), _mm_set1_epi32(127)))};
-  const F m = F::FromImage(_mm_or_si128(_mm_and_si128(xb, _mm_set1_epi32(0x007FFFFF)),
-                                        _mm_set1_epi32(0x3F800000)));
-  const F c = F::Select(F::Less(k, F::Set(0.0f)), F::Set(1.0f), F::Set(1.44269504f));
-  const F bound = ((k + c * (m - F::Set(1.0f))) * y) & F::FromBits(0x7FFFFFFFu);
-  const __m128 too_big = _mm_cmpge_ps(bound.raw, _mm_set1_ps(limit));
+  const __m128 d = _mm_cvtepi32_ps(_mm_sub_epi32(xb, _mm_set1_epi32(0x3F800000)));
+  const __m128 dy = _mm_mul_ps(_mm_and_ps(d, _mm_castsi128_ps(_mm_set1_epi32(0x7FFFFFFF))),
+                               _mm_castsi128_ps(y_abs));
+  const __m128 too_big = _mm_cmpge_ps(dy, _mm_set1_ps(limit * 0.6931472f * 0x1p23f));
   const __m128i any = _mm_or_si128(_mm_or_si128(x_out, y_out), _mm_castps_si128(too_big));
   return _mm_movemask_ps(_mm_castsi128_ps(any));
 }
