@@ -157,15 +157,28 @@ template <class K, int kRegs, class Io>
   }
 }
 
-// A group with flagged lanes, out of line: in the no-error mode the lanes Settle decides, then
-// the companion for the lanes left, then the stores of the whole group.
+// The results of a group's registers: Compute on each, or ComputeBlock on all.
+template <class K, int kRegs>
+[[gnu::always_inline]] inline void ComputeGroup(const Vec<typename K::T> (&x)[kRegs][K::kInputs],
+                                                Vec<typename K::T> (&y)[kRegs][K::kResults]) {
+  if constexpr (ComputesBlocks<K>::value) {
+    K::ComputeBlock(x, y);
+  } else {
+#pragma GCC unroll 16
+    for (int r = 0; r < kRegs; ++r) K::Compute(x[r], y[r]);
+  }
+}
+
+// A group with flagged lanes, out of line: its results, then in the no-error mode the lanes
+// Settle decides, then the companion for the lanes left, then the stores of the whole group.
 template <class K, int kRegs, class Io>
 [[gnu::noinline, gnu::cold]] void FinishFlaggedGroup(const Io& io, int first, int count, unsigned mask,
                                                      bool no_error,
                                                      const Vec<typename K::T> (&x)[kRegs][K::kInputs],
-                                                     Vec<typename K::T> (&y)[kRegs][K::kResults],
                                                      const char* name) {
   constexpr int kLanes = Vec<typename K::T>::kLanes;
+  Vec<typename K::T> y[kRegs][K::kResults];
+  ComputeGroup<K, kRegs>(x, y);
   if (no_error) {
     unsigned left = 0;
     for (int r = 0; r < kRegs; ++r) {
@@ -179,35 +192,33 @@ template <class K, int kRegs, class Io>
 }
 
 // One block of kRegs registers, or a tail group of one register with `count` real lanes.
-// Inlined into the walk, so that a block's registers and constants stay in registers; a group
-// with a flagged lane finishes out of line on copies of them, so that the fast path never
-// keeps them in memory.
+// Inlined into the walk, so that a block's registers and constants stay in registers. The flags
+// come first: a group with a flagged lane is computed and finished out of line on a copy of its
+// inputs, so that the fast path needs the inputs no longer than its own arithmetic does.
 template <class K, int kRegs, class Io>
 [[gnu::always_inline]] inline void RunGroup(const Io& io, int first, int count, bool no_error, const char* name) {
   using V = Vec<typename K::T>;
   constexpr int kLanes = V::kLanes;
   V x[kRegs][K::kInputs];
-  V y[kRegs][K::kResults];
   unsigned mask = 0;
   // Unrolled, so that a block stays in registers on the fast path.
 #pragma GCC unroll 16
   for (int r = 0; r < kRegs; ++r) {
     const int lanes = count - r * kLanes < kLanes ? count - r * kLanes : kLanes;
     for (int k = 0; k < K::kInputs; ++k) x[r][k] = io.Load(k, first + r * kLanes, lanes);
-    if constexpr (!ComputesBlocks<K>::value) K::Compute(x[r], y[r]);
     if constexpr (K::kCanFail) mask |= static_cast<unsigned>(K::Flag(x[r])) << (r * kLanes);
   }
-  if constexpr (ComputesBlocks<K>::value) K::ComputeBlock(x, y);
   if constexpr (K::kCanFail) {
     mask &= (1u << count) - 1;
     if (mask != 0) {
-      V flagged_x[kRegs][K::kInputs], flagged_y[kRegs][K::kResults];
+      V flagged_x[kRegs][K::kInputs];
       CopyRegisters(x, flagged_x);
-      CopyRegisters(y, flagged_y);
-      FinishFlaggedGroup<K, kRegs>(io, first, count, mask, no_error, flagged_x, flagged_y, name);
+      FinishFlaggedGroup<K, kRegs>(io, first, count, mask, no_error, flagged_x, name);
       return;
     }
   }
+  V y[kRegs][K::kResults];
+  ComputeGroup<K, kRegs>(x, y);
   StoreGroup<K, kRegs>(io, first, count, y);
 }
 

@@ -151,6 +151,15 @@ struct alignas(16) Splat {
   __asm__("" : "+x"(v));
   return v;
 }
+// The 32-bit pattern `bits` in all four lanes, and a float constant, loaded whole likewise.
+[[gnu::always_inline]] inline __m128i WholeBits32(uint32_t bits) {
+  __m128i v = _mm_set1_epi32(static_cast<int>(bits));
+  __asm__("" : "+x"(v));
+  return v;
+}
+[[gnu::always_inline]] inline __m128 WholeFloat(float c) {
+  return _mm_castsi128_ps(WholeBits32(__builtin_bit_cast(uint32_t, c)));
+}
 
 // Single lanes widened to two double registers and narrowed back.
 inline Vec<double> WidenLow(Vec<float> v) { return {_mm_cvtps_pd(v.raw)}; }

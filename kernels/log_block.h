@@ -211,7 +211,7 @@ inline __m128d LogBlockShort(__m128d x) {
   return _mm_add_pd(s, _mm_add_pd(low, _mm_mul_pd(ln1r, SplatPd(B::kScale))));
 }
 
-inline __m128 MaskPs(uint32_t bits) { return _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits))); }
+inline __m128 MaskPs(uint32_t bits) { return _mm_castsi128_ps(WholeBits32(bits)); }
 
 // Constants of the single-precision logarithms: log_b(2) = kLog2Hi + kLog2Lo with kLog2Hi
 // short enough that n kLog2Hi is exact, and for log2 and log10 log_b(e) = kScaleHi + kScaleLo
@@ -255,11 +255,11 @@ template <class B>
   const __m128i v = _mm_sub_epi32(_mm_castps_si128(x), _mm_set1_epi32(0x3F2AAAAB));
   const __m128 m = _mm_castsi128_ps(_mm_add_epi32(_mm_and_si128(v, _mm_set1_epi32(0x7FFFFF)),
                                                   _mm_set1_epi32(0x3F2AAAAB)));
-  const __m128 r = _mm_sub_ps(m, _mm_set1_ps(1.0f));
+  const __m128 r = _mm_sub_ps(m, WholeFloat(1.0f));
   // The terms to r^7 by Estrin's scheme: p enters the result times r^3, so that its own
   // rounding errors reach the result at a few hundredths of an ulp.
   using F = Vec<float>;
-  const auto c = [](int k) { return F::Set(kLnSinglePoly[k] * B::kScale); };
+  const auto c = [](int k) { return F{WholeFloat(kLnSinglePoly[k] * B::kScale)}; };
   const F rv = {r}, r2 = rv * rv;
   const F p = Estrin4(rv, r2, c(7), c(6), c(5), c(4)) + Estrin4(rv, r2, c(3), c(2), c(1), c(0)) * (r2 * r2);
   return {_mm_srai_epi32(v, 23), r, p.raw};
@@ -275,21 +275,21 @@ template <class B>
 template <class B, bool kExtra = false>
 inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
   const __m128 r = a.r, r2 = _mm_mul_ps(r, r);
-  const __m128 h = _mm_mul_ps(r2, _mm_set1_ps(-0.5f));
+  const __m128 h = _mm_mul_ps(r2, WholeFloat(-0.5f));
   const __m128 s = _mm_add_ps(r, h);  // |r| > |h|
   __m128 e = _mm_sub_ps(h, _mm_sub_ps(s, r));
   if constexpr (kExtra) e = _mm_add_ps(e, extra);
   const __m128 n = _mm_cvtepi32_ps(a.n);
-  const __m128 nh = _mm_mul_ps(n, _mm_set1_ps(B::kLog2Hi));
+  const __m128 nh = _mm_mul_ps(n, WholeFloat(B::kLog2Hi));
   __m128 lead = s, rest = e;
   if constexpr (B::kScaled) {
     const __m128 sh = _mm_and_ps(s, MaskPs(0xFFFFF000u));
-    lead = _mm_mul_ps(sh, _mm_set1_ps(B::kScaleHi));
-    rest = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_sub_ps(s, sh), _mm_set1_ps(B::kScaleHi)),
-                                 _mm_mul_ps(s, _mm_set1_ps(B::kScaleLo))),
-                      _mm_mul_ps(e, _mm_set1_ps(B::kScale)));
+    lead = _mm_mul_ps(sh, WholeFloat(B::kScaleHi));
+    rest = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_sub_ps(s, sh), WholeFloat(B::kScaleHi)),
+                                 _mm_mul_ps(s, WholeFloat(B::kScaleLo))),
+                      _mm_mul_ps(e, WholeFloat(B::kScale)));
   }
-  if constexpr (B::kLog2Lo != 0) rest = _mm_add_ps(rest, _mm_mul_ps(n, _mm_set1_ps(B::kLog2Lo)));
+  if constexpr (B::kLog2Lo != 0) rest = _mm_add_ps(rest, _mm_mul_ps(n, WholeFloat(B::kLog2Lo)));
   const __m128 t = _mm_add_ps(nh, lead);
   const __m128 err = _mm_sub_ps(lead, _mm_sub_ps(t, nh));
   const __m128 q = _mm_mul_ps(_mm_mul_ps(r2, r), a.p);
