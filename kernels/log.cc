@@ -47,7 +47,7 @@ struct LogDouble {
 template <class B>
 struct LogSingle {
   using T = float;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 16;
   static constexpr bool kCanFail = true;
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     out[0] = LogSingleFinish<B>(LnSingleReduce<B>(in[0].raw));
