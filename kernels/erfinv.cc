@@ -46,7 +46,7 @@ constexpr double kSubnormalBias = 2.5764595078388533e-231;
 
 struct ErfInvDouble {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 4;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
 
   // The high word of each lane in both 32-bit halves of its 64-bit half.
