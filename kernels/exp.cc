@@ -36,7 +36,7 @@ struct Exp2Core {
 
 // dExp10: N = 128, |r| <= log10(2)/256.
 struct Exp10Core {
-  static constexpr int kIndexBits = 7, kBlock = 4;
+  static constexpr int kIndexBits = 7, kBlock = 8;
   static constexpr uint32_t kFlagHigh = 0x40733A70;  // |x| above 307.65 = log10 2^1022
   static constexpr double kOverflow = kExp10Overflow;
   static constexpr double kUnderflow = kExp10Zero;

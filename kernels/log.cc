@@ -24,7 +24,7 @@ inline int FlagNotPositiveNormal(__m128d x) {
 template <class B>
 struct LogDouble {
   using T = double;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 16;
   static constexpr bool kCanFail = true;
   static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     out[0] = LogBlock<B>(in[0].raw, BiasedExponent(in[0].raw));
