@@ -189,8 +189,8 @@ struct ErfInvFloat {
 
   [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     const __m128 x = in[0].raw;
-    const __m128 one = _mm_set1_ps(1.0f);
-    const __m128 a = _mm_andnot_ps(_mm_set1_ps(-0.0f), x);
+    const __m128 one = WholeFloat(1.0f);
+    const __m128 a = _mm_andnot_ps(WholeFloat(-0.0f), x);
     const __m128 w = _mm_sub_ps(one, a);
     const __m128 e = _mm_sub_ps(_mm_sub_ps(one, w), a);
     const __m128i wbits = _mm_castps_si128(w);
@@ -214,7 +214,7 @@ struct ErfInvFloat {
     // m in [1, 1.125): w's low 20 mantissa bits under the exponent of 1; t0 = m - 1.0625.
     const __m128 m = _mm_castsi128_ps(_mm_or_si128(_mm_and_si128(wbits, _mm_set1_epi32(0xFFFFF)),
                                                    _mm_set1_epi32(0x3F800000)));
-    const __m128 t0 = _mm_sub_ps(m, _mm_set1_ps(1.0625f));
+    const __m128 t0 = _mm_sub_ps(m, WholeFloat(1.0625f));
     const __m128 scale = _mm_castsi128_ps(_mm_sub_epi32(
         _mm_set1_epi32(0x7F000000), _mm_and_si128(wbits, _mm_set1_epi32(0x3F800000))));
     const __m128 t = _mm_add_ps(t0, _mm_mul_ps(e, scale));

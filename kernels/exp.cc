@@ -86,11 +86,11 @@ struct SingleKernel {
     const F x = in[0];
     F t;
     if constexpr (kRoundsX) {
-      t = x + F::Set(kShifter);
+      t = x + F{WholeFloat(kShifter)};
     } else {
-      t = x * F::Set(C::kK) + F::Set(kShifter);
+      t = x * F{WholeFloat(C::kK)} + F{WholeFloat(kShifter)};
     }
-    const F n = t - F::Set(kShifter);
+    const F n = t - F{WholeFloat(kShifter)};
     // The row indices straight from the register (below 128, so 16 bits hold them), and the
     // four rows loaded into registers: no round trip through memory.
     const __m128i index = _mm_and_si128(t.Image(), _mm_set1_epi32(127));
@@ -107,8 +107,8 @@ struct SingleKernel {
     if constexpr (kRoundsX) {
       r = x - n;
     } else {
-      r = x - n * F::Set(C::kL1);
-      if constexpr (C::kL2 != 0.0f) r = r - n * F::Set(C::kL2);
+      r = x - n * F{WholeFloat(C::kL1)};
+      if constexpr (C::kL2 != 0.0f) r = r - n * F{WholeFloat(C::kL2)};
     }
     const F y = (C::Poly(r) * hi + lo) + hi;
     const __m128i scale =
@@ -135,7 +135,7 @@ struct SingleExp {
   static constexpr float kOverflow = 88.72283172607422f;    // 0x42B17217
   static constexpr float kUnderflow = -103.97207641601562f;  // 0xC2CFF1B4
 
-  static F Poly(F r) { return F::Set(0.5f) * r * r + r; }
+  static F Poly(F r) { return F{WholeFloat(0.5f)} * r * r + r; }
   // In double with the constants of dExp.
   static int Companion(const float (&in)[1], float (&out)[1]) {
     const float x = in[0];
@@ -171,7 +171,7 @@ struct SingleExp2 {
   static constexpr float kOverflow = 128.0f, kUnderflow = -150.0f;
 
   static F Poly(F r) {
-    return (F::Set(0.24022650718688965f) * r + F::Set(0.6931471824645996f)) * r;
+    return (F{WholeFloat(0.24022650718688965f)} * r + F{WholeFloat(0.6931471824645996f)}) * r;
   }
   static int Companion(const float (&in)[1], float (&out)[1]) {
     return WidenedKernel<Narrowed<Exp2Core>>::Companion(in, out);
@@ -188,7 +188,7 @@ struct SingleExp10 {
   static constexpr float kUnderflow = -46.0f;
 
   static F Poly(F r) {
-    return (F::Set(2.650949001312256f) * r + F::Set(2.3025851249694824f)) * r;
+    return (F{WholeFloat(2.650949001312256f)} * r + F{WholeFloat(2.3025851249694824f)}) * r;
   }
   static int Companion(const float (&in)[1], float (&out)[1]) {
     return WidenedKernel<Narrowed<Exp10Core>>::Companion(in, out);
