@@ -285,9 +285,8 @@ inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
   if constexpr (B::kScaled) {
     const __m128 sh = _mm_and_ps(s, MaskPs(0xFFFFF000u));
     lead = _mm_mul_ps(sh, WholeFloat(B::kScaleHi));
-    rest = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_sub_ps(s, sh), WholeFloat(B::kScaleHi)),
-                                 _mm_mul_ps(s, WholeFloat(B::kScaleLo))),
-                      _mm_mul_ps(e, WholeFloat(B::kScale)));
+    rest = _mm_add_ps(_mm_mul_ps(_mm_add_ps(_mm_sub_ps(s, sh), e), WholeFloat(B::kScaleHi)),
+                      _mm_mul_ps(s, WholeFloat(B::kScaleLo)));
   }
   if constexpr (B::kLog2Lo != 0) rest = _mm_add_ps(rest, _mm_mul_ps(n, WholeFloat(B::kLog2Lo)));
   const __m128 t = _mm_add_ps(nh, lead);

@@ -35,7 +35,7 @@ std::vector<double> Around(double centre) {
 // Near 4/3, where the single logarithms' r is near -1/3: their worst inputs over every float.
 const std::vector<double> kSingleLogWorst = {0x1.556f9p+0,  0x1.557b74p+0, 0x1.55a95p+0,
                                              0x1.55594cp+0, 0x1.4500c8p+0, 0x1.556b24p+0,
-                                             0x1.555ad8p+0};
+                                             0x1.555ad8p+0, 0x1.555c4cp+0, 0x1.5560b2p+0};
 
 double InvSqrt(double x) { return x == 0.0 ? 1.0 / x : 1.0 / std::sqrt(x); }
 double InvCbrt(double x) { return 1.0 / std::cbrt(x); }
