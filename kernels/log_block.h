@@ -285,6 +285,7 @@ inline __m128 LogSingleFinish(const LnSingleParts& a, __m128 extra = __m128()) {
   if constexpr (B::kScaled) {
     const __m128 sh = _mm_and_ps(s, MaskPs(0xFFFFF000u));
     lead = _mm_mul_ps(sh, WholeFloat(B::kScaleHi));
+    // e, below 2^-24 |s|, takes kScaleHi for log_b(e): what that leaves out is 2^-38 of s.
     rest = _mm_add_ps(_mm_mul_ps(_mm_add_ps(_mm_sub_ps(s, sh), e), WholeFloat(B::kScaleHi)),
                       _mm_mul_ps(s, WholeFloat(B::kScaleLo)));
   }
