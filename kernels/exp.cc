@@ -84,13 +84,14 @@ struct SingleKernel {
 
   static void Compute(const F (&in)[1], F (&out)[1]) {
     const F x = in[0];
+    const F shifter = {WholeFloat(kShifter)};
     F t;
     if constexpr (kRoundsX) {
-      t = x + F{WholeFloat(kShifter)};
+      t = x + shifter;
     } else {
-      t = x * F{WholeFloat(C::kK)} + F{WholeFloat(kShifter)};
+      t = x * F{WholeFloat(C::kK)} + shifter;
     }
-    const F n = t - F{WholeFloat(kShifter)};
+    const F n = t - shifter;
     // The row indices straight from the register (below 128, so 16 bits hold them), and the
     // four rows loaded into registers: no round trip through memory.
     const __m128i index = _mm_and_si128(t.Image(), _mm_set1_epi32(127));

@@ -120,22 +120,21 @@ inline __m128d LogBlockWith(__m128d x, __m128d n, Extra extra) {
   BlockRows<B>(c, &hi, &lo);
   // s = n log_b(2) + hi is exact: both are multiples of 2^-40 below 2^11.
   const __m128d s = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Hi)), hi);
+  const __m128d low = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Lo)), lo);
   // The lead term takes r whole: near x = 1, where s is 0, rh and rl may cancel to a result far
   // below either of them.
-  __m128d t = r, rest = _mm_setzero_pd();
+  __m128d t = r, small = low;
   if constexpr (B::kScaled) {
     // r log_b(e) with r exact: rr = r to 26 bits, t = rr kScaleHi (9 bits) exact, and the rest
     // (r - rr) kScaleHi (exact) + r kScaleLo, whose rounding is below 2^-62 |r|.
     const __m128d rr = _mm_and_pd(r, BitsPd(kSplitMask));
     t = _mm_mul_pd(rr, SplatPd(B::kScaleHi));
-    rest = _mm_add_pd(_mm_mul_pd(_mm_sub_pd(r, rr), SplatPd(B::kScaleHi)),
-                      _mm_mul_pd(r, SplatPd(B::kScaleLo)));
+    small = _mm_add_pd(low, _mm_add_pd(_mm_mul_pd(_mm_sub_pd(r, rr), SplatPd(B::kScaleHi)),
+                                       _mm_mul_pd(r, SplatPd(B::kScaleLo))));
   }
   const __m128d w = _mm_add_pd(s, t);
   const __m128d err = _mm_add_pd(_mm_sub_pd(s, w), t);
-  const __m128d low = _mm_add_pd(_mm_mul_pd(n, SplatPd(B::kLog2Lo)), lo);
   const __m128d p = LnBlockTailPd(r, B::kScale);
-  __m128d small = B::kScaled ? _mm_add_pd(low, rest) : low;
   if constexpr (!std::is_same_v<Extra, std::nullptr_t>) {
     small = _mm_add_pd(small, extra(reciprocal.q, n));
   }

@@ -103,10 +103,10 @@ struct LogRow {
   using namespace lanes;
   const D m = Mantissa(x);
   const D mh = m & kHead26Mask();
-  const D head = mh * row.rc - kOne();
-  const D u = head + (m - mh) * row.rc, u2 = u * u;
+  const D head = mh * row.rc - kOne(), low = (m - mh) * row.rc;
+  const D u = head + low, u2 = u * u;
   const D r1 = u & kHead26Mask();
-  const D r2 = (head - r1) + (m - mh) * row.rc;
+  const D r2 = (head - r1) + low;
   // r / ln2: r1 has 26 bits, so r1 * kInvLn2Head is exact.
   const D t1 = r1 * kInvLn2H();
   const D t1_lo = r2 * kInvLn2H() + u * kInvLn2R();
