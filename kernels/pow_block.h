@@ -35,21 +35,18 @@ inline constexpr S kExp2S[5] = {S{kExp2Series[0]}, S{kExp2Series[1]}, S{kExp2Ser
                                 S{kExp2Series[3]}, S{kExp2Series[4]}};
 }  // namespace lanes
 
-// a + b = s + e exactly.
-[[gnu::always_inline]] inline void TwoSum(D a, D b, D& s, D& e) {
+// a + b = s + e exactly, for |a| >= |b| or a = 0 (Fast2Sum).
+[[gnu::always_inline]] inline void FastTwoSum(D a, D b, D& s, D& e) {
   s = a + b;
-  const D bb = s - a;
-  e = (a - (s - bb)) + (b - bb);
+  e = b - (s - a);
 }
 
-// The high word of 2^960: from there on the split of a factor by 2^27 + 1 may overflow.
-inline constexpr int kSplitLimitHigh = 0x7BF00000;
-
-// a * b = p + e exactly (Dekker), for factors below 2^960 and products far from overflow.
+// a * b = p + e to 2^-105 of p, for products far from overflow and underflow: each factor is
+// cut into its top 26 bits and an exact rest of at most 27, so that all partial products but
+// the last are exact, and the last (2^-52 of p at most) rounds by 2^-53 of itself.
 [[gnu::always_inline]] inline void TwoProduct(D a, D b, D& p, D& e) {
-  static constexpr S split{134217729.0};
-  const D ta = split() * a, tb = split() * b;
-  const D ah = ta - (ta - a), bh = tb - (tb - b);
+  static constexpr S head{__builtin_bit_cast(double, kSplitMask)};
+  const D ah = a & head(), bh = b & head();
   const D al = a - ah, bl = b - bh;
   p = a * b;
   e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
@@ -120,9 +117,11 @@ struct LogRow {
   const D tail = u2 * u * Series5(u, u2, kLog2S);
   // k + t_hi is exact: t_hi lies on the grid of 2^-42.
   const D base = Exponent(x) + row.t_hi;
+  // |base| >= 2^-8.4 > |t1| unless base is 0, and |t2| < 2^-19 is far below s1 unless s1 is
+  // 0, so both sums are exact by Fast2Sum.
   D s1, e1, s2, e2;
-  TwoSum(base, t1, s1, e1);
-  TwoSum(s1, t2, s2, e2);
+  FastTwoSum(base, t1, s1, e1);
+  FastTwoSum(s1, t2, s2, e2);
   const D rest = ((e1 + e2) + ((row.t_lo + t1_lo) + t2_lo)) + tail;
   hi = s2 + rest;
   lo = rest - (hi - s2);
@@ -215,8 +214,8 @@ template <int kRegs>
       });
 }
 
-// Lanes that the block formula cannot take: x not positive normal, y zero, subnormal, infinite,
-// NaN or too large to split, or |y log2 x| possibly `limit` or more, by the bound |log2 x| <= |k + c (m - 1)| with
+// Lanes that the block formula cannot take: x not positive normal, y zero, subnormal, infinite
+// or NaN, or |y log2 x| possibly `limit` or more, by the bound |log2 x| <= |k + c (m - 1)| with
 // c = 1/ln 2 for k >= 0 and c = 1 for k < 0.
 inline int FlagPow(D x, D y, double limit) {
   const __m128i x_high = _mm_shuffle_epi32(x.Image(), _MM_SHUFFLE(3, 3, 1, 1));
@@ -224,9 +223,8 @@ inline int FlagPow(D x, D y, double limit) {
                                         _mm_set1_epi32(-0x200001));
   const __m128i y_high = _mm_and_si128(_mm_shuffle_epi32(y.Image(), _MM_SHUFFLE(3, 3, 1, 1)),
                                        _mm_set1_epi32(0x7FFFFFFF));
-  const __m128i y_out = _mm_or_si128(
-      _mm_cmpgt_epi32(_mm_add_epi32(y_high, _mm_set1_epi32(0x7FF00000)), _mm_set1_epi32(-0x200001)),
-      _mm_cmpgt_epi32(y_high, _mm_set1_epi32(kSplitLimitHigh)));
+  const __m128i y_out =
+      _mm_cmpgt_epi32(_mm_add_epi32(y_high, _mm_set1_epi32(0x7FF00000)), _mm_set1_epi32(-0x200001));
   const D k = Exponent(x);
   const D c = D::Select(D::Less(k, D(0.0)), D(1.0), D(1.4426950408889634));
   const D bound = (k + c * (Mantissa(x) - D(1.0))) * y;

@@ -76,6 +76,10 @@ TEST(SpecialValues, PowAndPowx) {
             {2.0, -1074.0, 0x1p-1074}, {2.0, -2000.0, 0.0}}},
     });
   }
+  // Exponents near the largest double, on both sides of 1 (Pow alone: Powx would take them for
+  // its other lanes too).
+  RunCases<Binary>({{"d", "Pow", {{1.0, 0x1p1000, 1.0}, {-1.0, -0x1.fffffffffffffp1023, 1.0},
+      {0x1.fffffffffffffp-1, 0x1p961, 0.0}, {0x1.0000000000001p0, 0x1p961, kInf, kOver}}}});
 }
 
 // An infinity gives NaN with status 1, reported once per element by SinCos too; 1e22, far past
