@@ -26,8 +26,8 @@ inline constexpr double kShifter = 52776558133248.0;
 namespace lanes {
 inline constexpr S kOne{1.0}, kHead26Mask{__builtin_bit_cast(double, kSplitMask)},
     kHead18Mask{__builtin_bit_cast(double, kHead18)}, kInvLn2H{kInvLn2Head},
-    kInvLn2R{kInvLn2Rest}, kInvLn2{kInvLn2Head + kInvLn2Rest}, kHalfH{kHalfInvLn2Head},
-    kHalfR{kHalfInvLn2Rest}, kHalf{kHalfInvLn2}, kMinusHalf{-kHalfInvLn2},
+    kInvLn2R{kInvLn2Rest}, kInvLn2{kInvLn2Head + kInvLn2Rest}, kMinusHalfH{-kHalfInvLn2Head},
+    kMinusHalfR{-kHalfInvLn2Rest}, kHalf{kHalfInvLn2}, kMinusHalf{-kHalfInvLn2},
     kShift{kShifter}, kBias{1023.0};
 inline constexpr S kLog2S[5] = {S{kLog2Series[0]}, S{kLog2Series[1]}, S{kLog2Series[2]},
                                 S{kLog2Series[3]}, S{kLog2Series[4]}};
@@ -112,8 +112,8 @@ struct LogRow {
   const D r1l = r1 - r1h;
   const D square = r1h * r1h;
   const D square_rest = r1l * (r1h + r1) + r2 * (r1 + u);
-  const D t2 = D(0.0) - kHalfH() * square;
-  const D t2_lo = D(0.0) - (kHalfR() * square + kHalf() * square_rest);
+  const D t2 = kMinusHalfH() * square;
+  const D t2_lo = kMinusHalfR() * square - kHalf() * square_rest;
   const D tail = u2 * u * Series5(u, u2, kLog2S);
   // k + t_hi is exact: t_hi lies on the grid of 2^-42.
   const D base = Exponent(x) + row.t_hi;
