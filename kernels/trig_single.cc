@@ -23,13 +23,13 @@ constexpr Splat<double> kMinusZero{-0.0};
 // 0x461C4000: 10000.0, the end of the single-precision reduction.
 constexpr uint32_t kLimitBits = 0x461C4000;
 
-// sin r on |r| <= pi/2, relative error below 2^-29: r + r u (c3 + c5 u) + r u^3 (c7 + c9 u),
-// u = r^2, the small terms summed first.
+// sin r on |r| <= pi/2, relative error below 2^-29: r + r u ((c3 + c5 u) + u^2 (c7 + c9 u)),
+// u = r^2, the two halves side by side.
 constexpr Splat<double> kSin3{-0.1666665955042783}, kSin5{0.00833306624608569},
     kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06};
 [[gnu::always_inline]] inline D SinPoly(D r) {
-  const D u = r * r, ru = r * u;
-  return r + (ru * (kSin3() + kSin5() * u) + (ru * (u * u)) * (kSin7() + kSin9() * u));
+  const D u = r * r;
+  return r + (r * u) * ((kSin3() + kSin5() * u) + (u * u) * (kSin7() + kSin9() * u));
 }
 
 // tan r = r P(u) / Q(u), u = r^2, the [5/6] Pade approximant of tan: relative error below
