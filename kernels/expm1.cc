@@ -128,7 +128,7 @@ struct DoubleKernel {
     return status;
   }
   // The loop form runs unflagged registers through the block.
-  static constexpr bool kLoopBlocks = true;
+  static constexpr bool kLoopBlocks = true, kLoopPairs = true;
   static int Element(const double (&in)[1], double (&out)[1]) {
     return ElementByCompute<DoubleKernel>(in, out) ? TEM_STATUS_OK : Companion(in, out);
   }
@@ -149,7 +149,7 @@ struct Single {
 
 // The widened vector form; the loop form runs unflagged registers through the block.
 struct SingleKernel : WidenedKernel<Single> {
-  static constexpr bool kLoopBlocks = true;
+  static constexpr bool kLoopBlocks = true, kLoopPairs = true;
   static int Element(const float (&in)[1], float (&out)[1]) {
     return ElementByCompute<SingleKernel>(in, out) ? TEM_STATUS_OK : Companion(in, out);
   }
