@@ -23,13 +23,17 @@ constexpr Splat<double> kMinusZero{-0.0};
 // 0x461C4000: 10000.0, the end of the single-precision reduction.
 constexpr uint32_t kLimitBits = 0x461C4000;
 
-// sin r on |r| <= pi/2, relative error below 2^-29: r + r u ((c3 + c5 u) + u^2 (c7 + c9 u)),
-// u = r^2, the two halves side by side.
+// sin r on |r| <= pi/2, relative error below 2^-29: r + r u P(u) with
+// P(u) = (c3 + c5 u) + u^2 (c7 + c9 u), u = r^2, the two halves side by side. kZeroSign takes
+// r (1 + u P(u)), whose last step, a product with r, keeps the sign of a zero r, for one more
+// step of latency.
 constexpr Splat<double> kSin3{-0.1666665955042783}, kSin5{0.00833306624608569},
-    kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06};
+    kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06}, kOne{1.0};
+template <bool kZeroSign>
 [[gnu::always_inline]] inline D SinPoly(D r) {
   const D u = r * r;
-  return r + (r * u) * ((kSin3() + kSin5() * u) + (u * u) * (kSin7() + kSin9() * u));
+  const D p = (kSin3() + kSin5() * u) + (u * u) * (kSin7() + kSin9() * u);
+  return kZeroSign ? r * (kOne() + u * p) : r + (r * u) * p;
 }
 
 // tan r = r P(u) / Q(u), u = r^2, the [5/6] Pade approximant of tan: relative error below
@@ -47,11 +51,12 @@ constexpr Splat<double> kTanP0{10395.0}, kTanP1{-1260.0}, kTanP2{21.0}, kTanQ0{1
   return {_mm_cvtepi32_pd(k == 0 ? v : _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 2, 3, 2)))};
 }
 
-// x >= 0 as x = m pi + r, |r| <= pi/2: for sin m = n = round(x / pi), for cos m = n + 1/2
+// x as x = m pi + r, |r| <= pi/2: for sin m = n = round(x / pi), for cos (x >= 0) m = n + 1/2
 // with 2n + 1 = floor(2x / pi) | 1, the quotients rounded to single first. sin r, with the
-// sign flipped for odd n (sin) or even n (cos), and for sin once more where `sign` is set.
+// sign flipped for odd n (sin) or even n (cos). Rounding to nearest is odd, and so are r and
+// the polynomial: sin(-x) is -sin(x) bit for bit.
 template <bool kCos>
-[[gnu::always_inline]] inline F SinOfRest(F x, __m128i sign = __m128i()) {
+[[gnu::always_inline]] inline F SinOfRest(F x) {
   // sin: n; cos: 2n + 1, whose bit 1 is the parity of n.
   const __m128i k = kCos ? _mm_or_si128(_mm_cvttps_epi32((x * kTwoOverPiF()).raw), _mm_set1_epi32(1))
                          : _mm_cvtps_epi32((x * kInvPiF()).raw);
@@ -62,17 +67,17 @@ template <bool kCos>
     const D m = WidenInt(k, h);
     const D r = kCos ? (Widen(x, h) - m * kHalfPiHigh()) - m * kHalfPiLow()
                      : (Widen(x, h) - m * kPiHigh()) - m * kPiLow();
-    s[h] = SinPoly(r);
+    s[h] = SinPoly<!kCos>(r);
   }
   const __m128i flip =
       kCos ? _mm_andnot_si128(_mm_slli_epi32(k, 30), _mm_set1_epi32(static_cast<int>(0x80000000u)))
-           : _mm_xor_si128(_mm_slli_epi32(k, 31), sign);
+           : _mm_slli_epi32(k, 31);
   return {_mm_xor_ps(Narrow(s[0], s[1]).raw, _mm_castsi128_ps(flip))};
 }
 
-// x >= 0 as x = n pi/2 + r, |r| <= pi/4: tan r for even n, -1 / tan r for odd n; the sign
-// flipped where `sign` is set.
-[[gnu::always_inline]] inline F TanOfRest(F x, __m128i sign) {
+// x as x = n pi/2 + r, |r| <= pi/4: tan r for even n, -1 / tan r for odd n. As for sin, each
+// step is odd in x, so that tan(-x) is -tan(x) bit for bit.
+[[gnu::always_inline]] inline F TanOfRest(F x) {
   const __m128i n = _mm_cvtps_epi32((x * kTwoOverPiF()).raw);
   const __m128i odd = _mm_sub_epi32(_mm_setzero_si128(), _mm_and_si128(n, _mm_set1_epi32(1)));
   D y[2];
@@ -88,7 +93,7 @@ template <bool kCos>
     const D d = Xor(p, q) & swap;
     y[k] = Xor(Xor(p, d), swap & kMinusZero()) / Xor(q, d);
   }
-  return {_mm_xor_ps(Narrow(y[0], y[1]).raw, _mm_castsi128_ps(sign))};
+  return Narrow(y[0], y[1]);
 }
 
 template <Op kOp>
@@ -98,13 +103,12 @@ struct SingleKernel {
   static constexpr bool kCanFail = true;
 
   [[gnu::always_inline]] static void Compute(const F (&in)[1], F (&out)[kResults]) {
-    // On |x|, so that Cos is even and Sin and Tan odd exactly, zeros included.
-    const F ax = in[0] & kAbsMaskF();
-    const __m128i sign = _mm_andnot_si128(ax.Image(), in[0].Image());
-    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) out[0] = SinOfRest<false>(ax, sign);
-    if constexpr (kOp == Op::kCos) out[0] = SinOfRest<true>(ax);
-    if constexpr (kOp == Op::kSinCos) out[1] = SinOfRest<true>(ax);
-    if constexpr (kOp == Op::kTan) out[0] = TanOfRest(ax, sign);
+    // Cos on |x|, so that it is even exactly; Sin and Tan on x.
+    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) out[0] = SinOfRest<false>(in[0]);
+    if constexpr (kOp == Op::kCos || kOp == Op::kSinCos) {
+      out[kResults - 1] = SinOfRest<true>(in[0] & kAbsMaskF());
+    }
+    if constexpr (kOp == Op::kTan) out[0] = TanOfRest(in[0]);
   }
   // Past 10000, infinities and NaNs.
   static int Flag(const F (&in)[1]) { return in[0].MagnitudeAbove(kLimitBits); }

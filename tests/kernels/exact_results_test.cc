@@ -1,5 +1,6 @@
 // Results pinned bit for bit (roots of squares, symmetries, SinCos, Powx) or against MPFR.
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -21,26 +22,32 @@ TEST(ExactResults, SquareRootsOfSquares) {
   }
 }
 
-// Cos is even and Sin odd bit for bit, and SinCos gives what Sin and Cos give.
+// Cos is even and Sin and Tan odd bit for bit, zeros and subnormals included, and SinCos gives
+// what Sin and Cos give.
 template <class T>
 void CheckTrig(void (*sin)(int, const T*, T*), void (*cos)(int, const T*, T*),
-               void (*sincos)(int, const T*, T*, T*)) {
-  std::vector<T> x;
+               void (*tan)(int, const T*, T*), void (*sincos)(int, const T*, T*, T*)) {
+  std::vector<T> x = {T(0), T(-0.0), std::numeric_limits<T>::denorm_min(),
+                      -std::numeric_limits<T>::denorm_min()};
   for (double v = 1e-5; v < 1e30; v *= 1.37) x.push_back(T(v)), x.push_back(T(-v));
   const int n = static_cast<int>(x.size());
-  std::vector<T> s(n), c(n), s2(n), c2(n);
+  std::vector<T> s(n), c(n), t(n), s2(n), c2(n);
   sin(n, x.data(), s.data());
   cos(n, x.data(), c.data());
+  tan(n, x.data(), t.data());
   sincos(n, x.data(), s2.data(), c2.data());
   for (int i = 0; i < n; ++i) {
-    if (i % 2) EXPECT_TRUE(Same(s[i], T(-s[i - 1])) && Same(c[i], c[i - 1])) << x[i];
+    if (i % 2) {
+      EXPECT_TRUE(Same(s[i], T(-s[i - 1])) && Same(c[i], c[i - 1])) << x[i];
+      EXPECT_TRUE(Same(t[i], T(-t[i - 1]))) << x[i];
+    }
     EXPECT_TRUE(Same(s2[i], s[i]) && Same(c2[i], c[i])) << x[i];
   }
 }
 
 TEST(ExactResults, TrigSymmetryAndSinCosAgreement) {
-  CheckTrig<float>(_temsSin, _temsCos, _temsSinCos);
-  CheckTrig<double>(_temdSin, _temdCos, _temdSinCos);
+  CheckTrig<float>(_temsSin, _temsCos, _temsTan, _temsSinCos);
+  CheckTrig<double>(_temdSin, _temdCos, _temdTan, _temdSinCos);
 }
 
 // erfinv(-x) == -erfinv(x) bit for bit, on random magnitudes of every size in (0, 1).
