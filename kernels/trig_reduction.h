@@ -1,7 +1,7 @@
 // The reduction and evaluation shared by the double members of the trigonometric family, and by
 // the single members for their huge arguments: |x| = k 2pi + j pi/256 + (r + e), with
 // |r| <= pi/512 (a little more past the medium limit) and e the rest of r, then
-// sin and cos of the table angle j pi/256 combined with short series in r.
+// sin and cos, or tan, of the table angle j pi/256 combined with short series in r.
 #ifndef QOR_KERNELS_TRIG_REDUCTION_H_
 #define QOR_KERNELS_TRIG_REDUCTION_H_
 
@@ -140,14 +140,16 @@ struct Parts {
   D Value() const { return hi + lo; }
 };
 
-// The two lanes' table rows: cos as c + cm1, sin as s + sl.
-[[gnu::always_inline]] inline void GatherRows(const Reduced& red, D& cm1, D& c, D& s, D& sl) {
-  const int j0 = _mm_cvtsi128_si32(red.j) & 0x1FF;
-  const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(red.j, red.j)) & 0x1FF;
-  const __m128d c0 = _mm_load_pd(&kSinTable[j0][0]), c1 = _mm_load_pd(&kSinTable[j1][0]);
-  const __m128d s0 = _mm_load_pd(&kSinTable[j0][2]), s1 = _mm_load_pd(&kSinTable[j1][2]);
-  cm1 = _mm_unpacklo_pd(c0, c1), c = _mm_unpackhi_pd(c0, c1);
-  s = _mm_unpacklo_pd(s0, s1), sl = _mm_unpackhi_pd(s0, s1);
+// Row j & kMask of `table` for each lane, its four fields as four registers.
+template <int kMask>
+[[gnu::always_inline]] inline void GatherRows(const double (*table)[4], __m128i j, D (&field)[4]) {
+  const int j0 = _mm_cvtsi128_si32(j) & kMask;
+  const int j1 = _mm_cvtsi128_si32(_mm_unpackhi_epi64(j, j)) & kMask;
+  for (int k = 0; k < 4; k += 2) {
+    const __m128d row0 = _mm_load_pd(&table[j0][k]), row1 = _mm_load_pd(&table[j1][k]);
+    field[k] = _mm_unpacklo_pd(row0, row1);
+    field[k + 1] = _mm_unpackhi_pd(row0, row1);
+  }
 }
 
 // sin and cos of |x| from its reduction: the row's cos C = c + cm1 and sin S = s + sl, with
@@ -158,8 +160,9 @@ struct Parts {
 template <bool kSin, bool kCos>
 [[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts,
                                             Parts* cos_parts) {
-  D cm1, c, s, sl;
-  GatherRows(red, cm1, c, s, sl);
+  D row[4];
+  GatherRows<0x1FF>(kSinTable, red.j, row);
+  const D cm1 = row[0], c = row[1], s = row[2], sl = row[3];
   const D r = red.r, e = red.e;
   const D u = r * r;
   // sin r - r and cos r - 1 on |r| <= pi/512.
@@ -184,45 +187,39 @@ template <bool kSin, bool kCos>
   }
 }
 
-// tan of |x| as num / den, from the row's C and S and t = tan(r + e), the latter by its series
-// to r^7 (the next term is below 2^-62 of t on |r| <= pi/512): dividing sin(a + r + e) and
-// cos(a + r + e) by cos(r + e) gives num = S + C t and den = C - S t. As in Evaluate, the
-// products c r and s r are exact where their sums cancel, and the error of the first addition
-// is kept. rough_num and rough_den are num and den with t cut to r + r^3/3 + e, within 2^-32
-// of them even beside their zeros, where they are near +-t; they are ready long before num and
-// den, so that the division starts early.
-[[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den,
-                                               D* rough_num, D* rough_den) {
-  D cm1, c, s, sl;
-  GatherRows(red, cm1, c, s, sl);
-  const D r = red.r;
-  const D u = r * r;
-  static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
-  const D ru = r * u;
-  const D C = c + cm1, S = s + sl, rough_t = r + (ru * t3() + red.e);
-  *rough_num = S + C * rough_t;
-  *rough_den = C - S * rough_t;
-  // tan(r + e) - r: the series' tail, and e (its own derivative 1 + t^2 adds below 2^-64).
-  const D pt = ru * (t3() + u * (t5() + u * t7())) + red.e;
-  const D t = r + pt;
-  const D cr = c * r, sr = s * r;
-  const D num_hi = s + cr, den_hi = c - sr;
-  const D num_small = sl + (c * pt + cm1 * t);
-  const D den_small = cm1 - (s * pt + sl * t);
-  *num = {num_hi, ((s - num_hi) + cr) + num_small};
-  *den = {den_hi, ((c - den_hi) - sr) + den_small};
+// tan of |x| as num / den, from the row's X and t = tan(r + e), the latter by its series to r^7
+// (the next term is below 2^-62 of t on |r| <= pi/512), e entering with derivative 1. With
+// sigma = 1 on a tangent row (X = tan a) and -1 on a cotangent row (X = cot a),
+// g = X + sigma t and h = 1 - sigma X t give tan(a + r + e) = g / h on a tangent row and h / g
+// on a cotangent row. X + sigma r is a fast two-sum, as |X| >= tan(pi/256) > |r| unless X = 0;
+// h = 1 - p with |p| < 2^-7 keeps its rounding error.
+[[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den) {
+  D row[4];
+  GatherRows<0xFF>(kTanTable, red.j, row);
+  const D x = row[0], xl = row[1], swap = row[2], sigma = row[3];
+  static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315}, one{1.0};
+  const D r = red.r, u = r * r;
+  const D pt = r * u * (t3() + u * (t5() + u * t7())) + red.e;
+  const D rs = Xor(r, sigma), pts = Xor(pt, sigma);
+  const D p = x * (rs + pts);
+  const D g_hi = x + rs;
+  const D g_lo = (rs - (g_hi - x)) + (xl + pts);
+  const D h_hi = one() - p;
+  const D h_lo = (one() - h_hi) - p;
+  // The swap by XOR: d is g ^ h on cotangent rows and 0 elsewhere.
+  const D d_hi = Xor(g_hi, h_hi) & swap, d_lo = Xor(g_lo, h_lo) & swap;
+  *num = {Xor(g_hi, d_hi), Xor(g_lo, d_lo)};
+  *den = {Xor(h_hi, d_hi), Xor(h_lo, d_lo)};
 }
 
-// num / den from the rough quotient q0 = rough_num / rough_den, within 2^-31 of it, and one
-// correction (num - q0 den) / rough_den, whose error is the square of q0's. With dh the top of
-// den.hi and q0 = qh + ql, the products qh dh and ql dh are exact and num.hi - qh dh cancels
-// exactly; the rest of den, dl = (den.hi - dh) + den.lo, enters by a plain product, rounded
-// near 2^-60 of num, as the parts' low halves are at most 2^-7 of their sums. Only the last
-// steps wait for the low halves.
-[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den, D rough_num,
-                                        D rough_den) {
-  const D y = D::Set(1.0) / rough_den;
-  const D q0 = rough_num * y;
+// num / den from q0 = num / den rounded, within 2^-51 of it, and one correction
+// (num - q0 den) / den. With dh the top of den.hi and q0 = qh + ql, the products qh dh and
+// ql dh are exact, and num.hi - qh dh cancels exactly, as num.hi and den.hi are within 2^-14
+// of num and den; the rest of den, dl = (den.hi - dh) + den.lo, enters by a plain product,
+// rounded near 2^-60 of num.
+[[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
+  const D y = D::Set(1.0) / den.Value();
+  const D q0 = num.Value() * y;
   const D top = D::FromBits(kSplitMask);
   const D qh = q0 & top, ql = q0 - qh;
   const D dh = den.hi & top, dl = (den.hi - dh) + den.lo;
@@ -241,9 +238,8 @@ template <Op kOp>
   const Reduced red = Reduce(Abs(x));
   if constexpr (kOp == Op::kTan) {
     Parts num, den;
-    D rough_num, rough_den;
-    EvaluateTan(red, &num, &den, &rough_num, &rough_den);
-    out[0] = Xor(Quotient(num, den, rough_num, rough_den), sign);
+    EvaluateTan(red, &num, &den);
+    out[0] = Xor(Quotient(num, den), sign);
   } else {
     Parts sin_parts, cos_parts;
     Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red, &sin_parts, &cos_parts);
@@ -254,6 +250,20 @@ template <Op kOp>
     }
     if constexpr (kOp == Op::kSinCos) out[1] = cos_parts.Value();
   }
+}
+
+// Tan on a block of registers, one step at a time across all of them: the reductions, then the
+// series, then the quotients, so that the registers' long chains overlap.
+template <int kRegs>
+[[gnu::always_inline]] inline void TanBlock(const D (&x)[kRegs][1], D (&out)[kRegs][1]) {
+  Reduced red[kRegs];
+  Parts num[kRegs], den[kRegs];
+#pragma GCC unroll 16
+  for (int k = 0; k < kRegs; ++k) red[k] = Reduce(Abs(x[k][0]));
+#pragma GCC unroll 16
+  for (int k = 0; k < kRegs; ++k) EvaluateTan(red[k], &num[k], &den[k]);
+#pragma GCC unroll 16
+  for (int k = 0; k < kRegs; ++k) out[k][0] = Xor(Quotient(num[k], den[k]), SignOf(x[k][0]));
 }
 
 }  // namespace trig

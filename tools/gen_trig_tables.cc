@@ -1,5 +1,5 @@
 // Generates the tables of the trigonometric family with MPFR: sine and cosine at the 512
-// multiples of pi/256, the windows of the bits of 2/pi for the reduction of huge arguments, and
+// multiples of pi/256, tangent or cotangent at the first 256, the windows of the bits of 2/pi for the reduction of huge arguments, and
 // the parts of the reduction constants.
 //
 //   gen_trig_tables > kernels/trig_tables.inc
@@ -45,6 +45,29 @@ void PrintSinTable() {
     mpfr_sinu(v, j, 512, MPFR_RNDN);
     Split(v, &s, &sl);
     printf("    {%a, %a, %a, %a},  // %d\n", cm1, c, s, sl, row);
+  }
+  printf("};\n\n");
+  mpfr_clears(j, v, static_cast<mpfr_ptr>(nullptr));
+}
+
+// Row j of the tangent at a = j pi/256 over a half turn: rows 64 to 191 hold cot a, the others
+// tan a, so that |X| <= 1, as {X high, X low, swap, sign}; a cotangent row has the swap mask
+// all ones and the sign -0.
+void PrintTanTable() {
+  printf("// Row j: X = tan(j pi/256), or cot(j pi/256) for j in [64, 191], as {high, low, swap, sign}.\n");
+  printf("inline constexpr double kCotRow = __builtin_bit_cast(double, ~0ull);\n");
+  printf("alignas(32) inline constexpr double kTanTable[256][4] = {\n");
+  mpfr_t j, v;
+  mpfr_inits2(kPrec, j, v, static_cast<mpfr_ptr>(nullptr));
+  for (int row = 0; row < 256; ++row) {
+    const bool cot = ((row + 64) & 128) != 0;
+    // cot a = tan(pi/2 - a).
+    mpfr_set_si(j, cot ? 128 - row : row, MPFR_RNDN);
+    mpfr_tanu(v, j, 512, MPFR_RNDN);
+    const double hi = mpfr_get_d(v, MPFR_RNDN);
+    mpfr_sub_d(v, v, hi, MPFR_RNDN);
+    printf("    {%a, %a, %s, %s},  // %d\n", hi, mpfr_get_d(v, MPFR_RNDN), cot ? "kCotRow" : "0.0",
+           cot ? "-0.0" : "0.0", row);
   }
   printf("};\n\n");
   mpfr_clears(j, v, static_cast<mpfr_ptr>(nullptr));
@@ -132,6 +155,7 @@ int main() {
   printf("// clang-format off\n\n");
   PrintConstants();
   PrintSinTable();
+  PrintTanTable();
   PrintTwoOverPiRows();
   printf("// clang-format on\n// END GENERATED CODE\n");
   return 0;
