@@ -12,16 +12,14 @@ namespace {
 template <Op kOp>
 struct DoubleKernel {
   using T = double;
-  static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = kOp == Op::kTan ? 16 : 4;
-  static constexpr bool kCanFail = true, kComputeBlock = kOp == Op::kTan;
+  // Tan's longer chains gain from a block of 8 registers, the others' from 4.
+  static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = kOp == Op::kTan ? 16 : 8;
+  static constexpr bool kCanFail = true, kComputeBlock = true;
 
-  [[gnu::always_inline]] static void Compute(const D (&in)[1], D (&out)[kResults]) {
-    trig::Compute<kOp>(in[0], out);
-  }
-  // Tan only: its longer chains gain from a block of 8 registers taken step by step.
   template <int kRegs>
-  [[gnu::always_inline]] static void ComputeBlock(const D (&in)[kRegs][1], D (&out)[kRegs][1]) {
-    TanBlock(in, out);
+  [[gnu::always_inline]] static void ComputeBlock(const D (&in)[kRegs][1],
+                                                  D (&out)[kRegs][kResults]) {
+    trig::ComputeBlock<kOp, kRegs>(in, out);
   }
   // 0x7FEFFFFF: above it, an infinity or a NaN.
   static int Flag(const D (&in)[1]) { return in[0].HighWordAbove(0x7FEFFFFF); }

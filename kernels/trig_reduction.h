@@ -230,40 +230,44 @@ template <bool kSin, bool kCos>
 enum class Op { kSin, kCos, kSinCos, kTan };
 inline constexpr int ResultsOf(Op op) { return op == Op::kSinCos ? 2 : 1; }
 
-// The double formula of each member on two lanes of any finite x; sin and tan take the sign
-// of x at the end, cos is even. SinCos gives the sine first.
-template <Op kOp>
-[[gnu::always_inline]] inline void Compute(D x, D (&out)[ResultsOf(kOp)]) {
-  const D sign = SignOf(x);
-  const Reduced red = Reduce(Abs(x));
+// The double formula of each member on a block of registers of any finite x, one step at a
+// time across the block: the reductions, then the series (and for tan the quotients), so that
+// the registers' chains overlap. Sin and tan take the sign of x at the end, cos is even.
+// SinCos gives the sine first.
+template <Op kOp, int kRegs>
+[[gnu::always_inline]] inline void ComputeBlock(const D (&x)[kRegs][1],
+                                                D (&out)[kRegs][ResultsOf(kOp)]) {
+  Reduced red[kRegs];
+#pragma GCC unroll 16
+  for (int k = 0; k < kRegs; ++k) red[k] = Reduce(Abs(x[k][0]));
   if constexpr (kOp == Op::kTan) {
-    Parts num, den;
-    EvaluateTan(red, &num, &den);
-    out[0] = Xor(Quotient(num, den), sign);
+    Parts num[kRegs], den[kRegs];
+#pragma GCC unroll 16
+    for (int k = 0; k < kRegs; ++k) EvaluateTan(red[k], &num[k], &den[k]);
+#pragma GCC unroll 16
+    for (int k = 0; k < kRegs; ++k) out[k][0] = Xor(Quotient(num[k], den[k]), SignOf(x[k][0]));
   } else {
-    Parts sin_parts, cos_parts;
-    Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red, &sin_parts, &cos_parts);
-    if constexpr (kOp == Op::kCos) {
-      out[0] = cos_parts.Value();
-    } else {
-      out[0] = Xor(sin_parts.Value(), sign);
+#pragma GCC unroll 16
+    for (int k = 0; k < kRegs; ++k) {
+      Parts sin_parts, cos_parts;
+      Evaluate<kOp != Op::kCos, kOp != Op::kSin>(red[k], &sin_parts, &cos_parts);
+      if constexpr (kOp == Op::kCos) {
+        out[k][0] = cos_parts.Value();
+      } else {
+        out[k][0] = Xor(sin_parts.Value(), SignOf(x[k][0]));
+      }
+      if constexpr (kOp == Op::kSinCos) out[k][1] = cos_parts.Value();
     }
-    if constexpr (kOp == Op::kSinCos) out[1] = cos_parts.Value();
   }
 }
 
-// Tan on a block of registers, one step at a time across all of them: the reductions, then the
-// series, then the quotients, so that the registers' long chains overlap.
-template <int kRegs>
-[[gnu::always_inline]] inline void TanBlock(const D (&x)[kRegs][1], D (&out)[kRegs][1]) {
-  Reduced red[kRegs];
-  Parts num[kRegs], den[kRegs];
-#pragma GCC unroll 16
-  for (int k = 0; k < kRegs; ++k) red[k] = Reduce(Abs(x[k][0]));
-#pragma GCC unroll 16
-  for (int k = 0; k < kRegs; ++k) EvaluateTan(red[k], &num[k], &den[k]);
-#pragma GCC unroll 16
-  for (int k = 0; k < kRegs; ++k) out[k][0] = Xor(Quotient(num[k], den[k]), SignOf(x[k][0]));
+// ComputeBlock on one register.
+template <Op kOp>
+[[gnu::always_inline]] inline void Compute(D x, D (&out)[ResultsOf(kOp)]) {
+  const D in[1][1] = {{x}};
+  D results[1][ResultsOf(kOp)];
+  ComputeBlock<kOp, 1>(in, results);
+  for (int k = 0; k < ResultsOf(kOp); ++k) out[k] = results[0][k];
 }
 
 }  // namespace trig
