@@ -25,7 +25,7 @@ inline constexpr double kShifter = 6755399441055744.0;  // 1.5 * 2^52
 
 using S = Splat<double>;
 inline constexpr S kAbsMask{__builtin_bit_cast(double, 0x7FFFFFFFFFFFFFFFull)};
-inline constexpr S kSignMask{-0.0};
+inline constexpr S kSignMask{-0.0}, kOne{1.0};
 inline D Abs(D x) { return x & kAbsMask(); }
 inline D SignOf(D x) { return x & kSignMask(); }
 inline D Xor(D a, D b) { return {_mm_xor_pd(a.raw, b.raw)}; }
@@ -197,15 +197,15 @@ template <bool kSin, bool kCos>
   D row[4];
   GatherRows<0xFF>(kTanTable, red.j, row);
   const D x = row[0], xl = row[1], swap = row[2], sigma = row[3];
-  static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315}, one{1.0};
+  static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
   const D r = red.r, u = r * r;
   const D pt = r * u * (t3() + u * (t5() + u * t7())) + red.e;
   const D rs = Xor(r, sigma), pts = Xor(pt, sigma);
   const D p = x * (rs + pts);
   const D g_hi = x + rs;
   const D g_lo = (rs - (g_hi - x)) + (xl + pts);
-  const D h_hi = one() - p;
-  const D h_lo = (one() - h_hi) - p;
+  const D h_hi = kOne() - p;
+  const D h_lo = (kOne() - h_hi) - p;
   // The swap by XOR: d is g ^ h on cotangent rows and 0 elsewhere.
   const D d_hi = Xor(g_hi, h_hi) & swap, d_lo = Xor(g_lo, h_lo) & swap;
   *num = {Xor(g_hi, d_hi), Xor(g_lo, d_lo)};
@@ -218,7 +218,7 @@ template <bool kSin, bool kCos>
 // of num and den; the rest of den, dl = (den.hi - dh) + den.lo, enters by a plain product,
 // rounded near 2^-60 of num.
 [[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
-  const D y = D::Set(1.0) / den.Value();
+  const D y = kOne() / den.Value();
   const D q0 = num.Value() * y;
   const D top = D::FromBits(kSplitMask);
   const D qh = q0 & top, ql = q0 - qh;

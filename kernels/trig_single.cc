@@ -28,7 +28,7 @@ constexpr uint32_t kLimitBits = 0x461C4000;
 // r (1 + u P(u)), whose last step, a product with r, keeps the sign of a zero r, for one more
 // step of latency.
 constexpr Splat<double> kSin3{-0.1666665955042783}, kSin5{0.00833306624608569},
-    kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06}, kOne{1.0};
+    kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06};
 template <bool kZeroSign>
 [[gnu::always_inline]] inline D SinPoly(D r) {
   const D u = r * r;

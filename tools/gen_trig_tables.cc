@@ -1,6 +1,6 @@
 // Generates the tables of the trigonometric family with MPFR: sine and cosine at the 512
-// multiples of pi/256, tangent or cotangent at the first 256, the windows of the bits of 2/pi for the reduction of huge arguments, and
-// the parts of the reduction constants.
+// multiples of pi/256, tangent or cotangent at the first 256, the windows of the bits of 2/pi
+// for the reduction of huge arguments, and the parts of the reduction constants.
 //
 //   gen_trig_tables > kernels/trig_tables.inc
 #include <gmp.h>
@@ -54,7 +54,8 @@ void PrintSinTable() {
 // tan a, so that |X| <= 1, as {X high, X low, swap, sign}; a cotangent row has the swap mask
 // all ones and the sign -0.
 void PrintTanTable() {
-  printf("// Row j: X = tan(j pi/256), or cot(j pi/256) for j in [64, 191], as {high, low, swap, sign}.\n");
+  printf("// Row j: X = tan(j pi/256), or cot(j pi/256) for j in [64, 191],\n"
+         "// as {high, low, swap, sign}.\n");
   printf("inline constexpr double kCotRow = __builtin_bit_cast(double, ~0ull);\n");
   printf("alignas(32) inline constexpr double kTanTable[256][4] = {\n");
   mpfr_t j, v;
