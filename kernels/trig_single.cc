@@ -1,5 +1,6 @@
 // Sin, Cos, SinCos and Tan of floats: n from x / pi (Tan: 2x / pi) in single precision, the
-// rest r = x - n pi in double with pi in two parts, and a polynomial in double, narrowed once.
+// rest r = x - n pi in double with pi in two parts, and a polynomial (Tan: a rational function)
+// in double, narrowed once.
 // Past 10000 a lane goes to the companion, which runs the double reduction of both stages.
 #include <math.h>
 
@@ -19,27 +20,26 @@ constexpr Splat<float> kInvPiF{0.31830987334251404f}, kTwoOverPiF{0.636619746685
 // pi in 35 + 53 bits: (2n + 1) pi_hi / 2 is exact for |n| below 2^17.
 constexpr Splat<double> kPiHigh{3.1415926535846666}, kPiLow{5.126688303189038e-12},
     kHalfPiHigh{3.1415926535846666 / 2}, kHalfPiLow{5.126688303189038e-12 / 2};
-constexpr Splat<double> kMinusZero{-0.0};
 // 0x461C4000: 10000.0, the end of the single-precision reduction.
 constexpr uint32_t kLimitBits = 0x461C4000;
 
-// sin r on |r| <= pi/2, relative error below 2^-29: r + r u P(u) with
-// P(u) = (c3 + c5 u) + u^2 (c7 + c9 u), u = r^2, the two halves side by side. kZeroSign takes
-// r (1 + u P(u)), whose last step, a product with r, keeps the sign of a zero r, for one more
-// step of latency.
+// sin r on |r| <= pi/2, relative error below 2^-29: r + r u P(u), u = r^2, with P by Estrin's
+// scheme. kZeroSign takes r (1 + u P(u)), whose last step, a product with r, keeps the sign of
+// a zero r, for one more step of latency.
 constexpr Splat<double> kSin3{-0.1666665955042783}, kSin5{0.00833306624608569},
     kSin7{-0.00019809602902257352}, kSin9{2.605780638722852e-06};
 template <bool kZeroSign>
 [[gnu::always_inline]] inline D SinPoly(D r) {
   const D u = r * r;
-  const D p = (kSin3() + kSin5() * u) + (u * u) * (kSin7() + kSin9() * u);
+  const D p = Estrin4(u, u * u, kSin3(), kSin5(), kSin7(), kSin9());
   return kZeroSign ? r * (kOne() + u * p) : r + (r * u) * p;
 }
 
-// tan r = r P(u) / Q(u), u = r^2, the [5/6] Pade approximant of tan: relative error below
-// 2^-33.9 on |r| <= pi/4. Its integer coefficients are exact.
-constexpr Splat<double> kTanP0{10395.0}, kTanP1{-1260.0}, kTanP2{21.0}, kTanQ0{10395.0},
-    kTanQ1{-4725.0}, kTanQ2{210.0};
+// tan r = r P(u) / Q(u), u = r^2, P = P0 + P1 u, Q = Q0 + Q1 u + u^2: the rational function
+// of this form of least relative error on |r| <= pi/4, fitted, 2^-26.07. With the rounding to
+// single, the error stays below 0.74 ulp.
+constexpr Splat<double> kTanP0{102.9139303490684}, kTanP1{-9.859336780964997},
+    kTanQ0{102.91393180672952}, kTanQ1{-44.16404984744183};
 
 // The 64-bit lane masks of the low (k = 0) or high (k = 1) two 32-bit lanes of a mask.
 [[gnu::always_inline]] inline __m128i WidenMask(__m128i m, int k) {
@@ -51,64 +51,89 @@ constexpr Splat<double> kTanP0{10395.0}, kTanP1{-1260.0}, kTanP2{21.0}, kTanQ0{1
   return {_mm_cvtepi32_pd(k == 0 ? v : _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 2, 3, 2)))};
 }
 
-// x as x = m pi + r, |r| <= pi/2: for sin m = n = round(x / pi), for cos (x >= 0) m = n + 1/2
-// with 2n + 1 = floor(2x / pi) | 1, the quotients rounded to single first. sin r, with the
-// sign flipped for odd n (sin) or even n (cos). Rounding to nearest is odd, and so are r and
-// the polynomial: sin(-x) is -sin(x) bit for bit.
-template <bool kCos>
-[[gnu::always_inline]] inline F SinOfRest(F x) {
-  // sin: n; cos: 2n + 1, whose bit 1 is the parity of n.
-  const __m128i k = kCos ? _mm_or_si128(_mm_cvttps_epi32((x * kTwoOverPiF()).raw), _mm_set1_epi32(1))
-                         : _mm_cvtps_epi32((x * kInvPiF()).raw);
-  D s[2];
-#pragma GCC unroll 2
-  for (int h = 0; h < 2; ++h) {
-    // cos: m pi = k pi / 2, exact in the high part.
-    const D m = WidenInt(k, h);
-    const D r = kCos ? (Widen(x, h) - m * kHalfPiHigh()) - m * kHalfPiLow()
-                     : (Widen(x, h) - m * kPiHigh()) - m * kPiLow();
-    s[h] = SinPoly<!kCos>(r);
+// x as x = m pi + r, |r| <= pi/2: for sin m = n = round(x / pi), for cos m = n + 1/2 with
+// 2n + 1 = floor(2|x| / pi) | 1, the quotients rounded to single first. sin r, with the sign
+// flipped for odd n (sin) or even n (cos). Rounding to nearest is odd, and so are r and the
+// polynomial: sin(-x) is -sin(x) bit for bit; cos, taken on |x|, is even exactly. The result
+// goes to column `col` of `out`. Each step runs across the block's registers before the next,
+// so that the registers' chains overlap.
+template <bool kCos, int kRegs, int kResults>
+[[gnu::always_inline]] inline void SinOfRest(const F (&in)[kRegs][1], F (&out)[kRegs][kResults],
+                                             int col) {
+  F x[kRegs];
+  __m128i k[kRegs];
+  D r[kRegs][2];
+#pragma GCC unroll 4
+  for (int i = 0; i < kRegs; ++i) {
+    x[i] = kCos ? in[i][0] & kAbsMaskF() : in[i][0];
+    // sin: n; cos: 2n + 1, whose bit 1 is the parity of n.
+    k[i] = kCos ? _mm_or_si128(_mm_cvttps_epi32((x[i] * kTwoOverPiF()).raw), _mm_set1_epi32(1))
+                : _mm_cvtps_epi32((x[i] * kInvPiF()).raw);
+    for (int h = 0; h < 2; ++h) {
+      // cos: m pi = k pi / 2, exact in the high part.
+      const D m = WidenInt(k[i], h);
+      r[i][h] = kCos ? (Widen(x[i], h) - m * kHalfPiHigh()) - m * kHalfPiLow()
+                     : (Widen(x[i], h) - m * kPiHigh()) - m * kPiLow();
+    }
   }
-  const __m128i flip =
-      kCos ? _mm_andnot_si128(_mm_slli_epi32(k, 30), _mm_set1_epi32(static_cast<int>(0x80000000u)))
-           : _mm_slli_epi32(k, 31);
-  return {_mm_xor_ps(Narrow(s[0], s[1]).raw, _mm_castsi128_ps(flip))};
+#pragma GCC unroll 4
+  for (int i = 0; i < kRegs; ++i) {
+    const __m128i flip = kCos ? _mm_andnot_si128(_mm_slli_epi32(k[i], 30),
+                                                 _mm_set1_epi32(static_cast<int>(0x80000000u)))
+                              : _mm_slli_epi32(k[i], 31);
+    const F s = Narrow(SinPoly<!kCos>(r[i][0]), SinPoly<!kCos>(r[i][1]));
+    out[i][col] = {_mm_xor_ps(s.raw, _mm_castsi128_ps(flip))};
+  }
 }
 
-// x as x = n pi/2 + r, |r| <= pi/4: tan r for even n, -1 / tan r for odd n. As for sin, each
-// step is odd in x, so that tan(-x) is -tan(x) bit for bit.
-[[gnu::always_inline]] inline F TanOfRest(F x) {
-  const __m128i n = _mm_cvtps_epi32((x * kTwoOverPiF()).raw);
-  const __m128i odd = _mm_sub_epi32(_mm_setzero_si128(), _mm_and_si128(n, _mm_set1_epi32(1)));
-  D y[2];
-#pragma GCC unroll 2
-  for (int k = 0; k < 2; ++k) {
-    const D m = WidenInt(n, k);
-    const D r = (Widen(x, k) - m * kHalfPiHigh()) - m * kHalfPiLow();
-    const D u = r * r;
-    const D p = r * ((kTanP2() * u + kTanP1()) * u + kTanP0());
-    const D q = ((kTanQ2() - u) * u + kTanQ1()) * u + kTanQ0();
-    // The swap by XOR: d is p ^ q in swapped lanes and 0 elsewhere.
-    const D swap = D::FromImage(WidenMask(odd, k));
-    const D d = Xor(p, q) & swap;
-    y[k] = Xor(Xor(p, d), swap & kMinusZero()) / Xor(q, d);
+// x as x = n pi/2 + r, |r| <= pi/4: tan r = p / q for even n, -1 / tan r = -q / p for odd n,
+// one step at a time across the block as for sin. Each step is odd in x, and the sign of the
+// odd lanes is taken from n's low bit, which x and -x share: tan(-x) is -tan(x) bit for bit.
+template <int kRegs>
+[[gnu::always_inline]] inline void TanOfRest(const F (&x)[kRegs][1], F (&out)[kRegs][1]) {
+  __m128i sign[kRegs];
+  D r[kRegs][2], num[kRegs][2], den[kRegs][2];
+#pragma GCC unroll 4
+  for (int k = 0; k < kRegs; ++k) {
+    const __m128i n = _mm_cvtps_epi32((x[k][0] * kTwoOverPiF()).raw);
+    sign[k] = _mm_slli_epi32(n, 31);
+    for (int h = 0; h < 2; ++h) {
+      const D m = WidenInt(n, h);
+      r[k][h] = (Widen(x[k][0], h) - m * kHalfPiHigh()) - m * kHalfPiLow();
+    }
   }
-  return Narrow(y[0], y[1]);
+#pragma GCC unroll 4
+  for (int k = 0; k < kRegs; ++k) {
+    const __m128i odd = _mm_srai_epi32(sign[k], 31);
+    for (int h = 0; h < 2; ++h) {
+      const D u = r[k][h] * r[k][h];
+      const D p = r[k][h] * (kTanP1() * u + kTanP0());
+      const D q = (u + kTanQ1()) * u + kTanQ0();
+      // The swap by XOR: d is p ^ q in odd lanes and 0 elsewhere.
+      const D d = Xor(p, q) & D::FromImage(WidenMask(odd, h));
+      num[k][h] = Xor(p, d);
+      den[k][h] = Xor(q, d);
+    }
+  }
+#pragma GCC unroll 4
+  for (int k = 0; k < kRegs; ++k) {
+    const F y = Narrow(num[k][0] / den[k][0], num[k][1] / den[k][1]);
+    out[k][0] = {_mm_xor_ps(y.raw, _mm_castsi128_ps(sign[k]))};
+  }
 }
 
 template <Op kOp>
 struct SingleKernel {
   using T = float;
-  static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = 8 / kResults;
-  static constexpr bool kCanFail = true;
+  static constexpr int kInputs = 1, kResults = ResultsOf(kOp), kBlock = 16 / kResults;
+  static constexpr bool kCanFail = true, kComputeBlock = true;
 
-  [[gnu::always_inline]] static void Compute(const F (&in)[1], F (&out)[kResults]) {
-    // Cos on |x|, so that it is even exactly; Sin and Tan on x.
-    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) out[0] = SinOfRest<false>(in[0]);
-    if constexpr (kOp == Op::kCos || kOp == Op::kSinCos) {
-      out[kResults - 1] = SinOfRest<true>(in[0] & kAbsMaskF());
-    }
-    if constexpr (kOp == Op::kTan) out[0] = TanOfRest(in[0]);
+  template <int kRegs>
+  [[gnu::always_inline]] static void ComputeBlock(const F (&in)[kRegs][1],
+                                                  F (&out)[kRegs][kResults]) {
+    if constexpr (kOp == Op::kTan) TanOfRest<kRegs>(in, out);
+    if constexpr (kOp == Op::kSin || kOp == Op::kSinCos) SinOfRest<false>(in, out, 0);
+    if constexpr (kOp == Op::kCos || kOp == Op::kSinCos) SinOfRest<true>(in, out, kResults - 1);
   }
   // Past 10000, infinities and NaNs.
   static int Flag(const F (&in)[1]) { return in[0].MagnitudeAbove(kLimitBits); }
