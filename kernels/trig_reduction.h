@@ -212,19 +212,18 @@ template <bool kSin, bool kCos>
   *den = {Xor(h_hi, d_hi), Xor(h_lo, d_lo)};
 }
 
-// num / den from q0 = num / den rounded, within 2^-51 of it, and one correction
-// (num - q0 den) / den. With dh the top of den.hi and q0 = qh + ql, the products qh dh and
-// ql dh are exact, and num.hi - qh dh cancels exactly, as num.hi and den.hi are within 2^-14
-// of num and den; the rest of den, dl = (den.hi - dh) + den.lo, enters by a plain product,
-// rounded near 2^-60 of num.
+// num / den as qh + (num - qh den) / den, with qh the top 26 bits of num / den and dh the top
+// 26 bits of den.hi: qh dh is exact, and so is num.hi - qh dh, as num.hi and den.hi are within
+// 2^-14 of num and den; the rest of den, dl = (den.hi - dh) + den.lo, enters by a plain
+// product, rounded near 2^-60 of num. The remainder, below 2^-13 of num, is divided by a
+// plain product with 1 / den.
 [[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
   const D y = kOne() / den.Value();
-  const D q0 = num.Value() * y;
   const D top = D::FromBits(kSplitMask);
-  const D qh = q0 & top, ql = q0 - qh;
+  const D qh = (num.Value() * y) & top;
   const D dh = den.hi & top, dl = (den.hi - dh) + den.lo;
-  const D rest = (((num.hi - qh * dh) - ql * dh) + num.lo) - q0 * dl;
-  return q0 + rest * y;
+  const D rest = ((num.hi - qh * dh) + num.lo) - qh * dl;
+  return qh + rest * y;
 }
 
 enum class Op { kSin, kCos, kSinCos, kTan };
