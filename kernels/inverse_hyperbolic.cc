@@ -4,6 +4,7 @@
 // core (double-double pairs) takes the rest: specials, statuses, huge and border inputs.
 #include "frame/kernel_frame.h"
 #include "kernels/element_kernel.h"
+#include "kernels/lane_ops.h"
 #include "kernels/log_block.h"
 #include "kernels/log_core.h"
 
@@ -22,16 +23,6 @@ struct AcoshFn {
 struct AtanhFn {
   static int Eval(double x, double* r) { return AtanhElement(x, r, TEM_STATUS_ERRDOM); }
 };
-
-// Lane bits of a double register whose high word lies outside [lo, hi) as unsigned numbers
-// (negative lanes always do): an unsigned compare is a signed one after adding 0x80000000.
-template <uint32_t kLo, uint32_t kHi>
-int FlagHighOutside(__m128d x) {
-  const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
-  const __m128i biased = _mm_add_epi32(high, _mm_set1_epi32(static_cast<int>(0x80000000u - kLo)));
-  const __m128i limit = _mm_set1_epi32(static_cast<int>(kHi - kLo - 1 + 0x80000000u));
-  return _mm_movemask_pd(_mm_castsi128_pd(_mm_cmpgt_epi32(biased, limit)));
-}
 
 // ln(a + sqrt(a^2 + one)) for lanes where the sum is at least 1 and a^2 does not overflow:
 // the square, the root and the sum as pairs, and ln of the pair t as ln(t.hi) + t.lo / t.hi.
@@ -57,7 +48,6 @@ inline __m128d WithSeries(__m128d x, __m128d a, __m128d ln, double c3, double c5
   const __m128d y = _mm_or_pd(_mm_and_pd(small, series), _mm_andnot_pd(small, ln));
   return _mm_or_pd(y, _mm_and_pd(x, _mm_set1_pd(-0.0)));
 }
-inline __m128d Magnitude(__m128d x) { return _mm_andnot_pd(_mm_set1_pd(-0.0), x); }
 
 // sAsinh from widened floats: below 2^-5 the series to a^5 (2^-34 relative); above,
 // ln(a + sqrt(a^2 + 1)) in plain double has an absolute error near 2^-50, as a^2 is exact and

@@ -1,7 +1,10 @@
 // Lane operations of the bit-level kernels that Vec<T> leaves out: ordered and unordered
-// compares, the hardware maximum and minimum, and and-not, for both element types.
+// compares, the hardware maximum and minimum, and and-not, for both element types; range
+// flags and magnitudes of double registers.
 #ifndef QOR_KERNELS_LANE_OPS_H_
 #define QOR_KERNELS_LANE_OPS_H_
+
+#include <stdint.h>
 
 #include "frame/vec.h"
 
@@ -45,6 +48,19 @@ inline int NonFiniteLanes(Vec<float> x) {
   return _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(m, _mm_set1_epi32(0x7F7FFFFF))));
 }
 inline int NonFiniteLanes(Vec<double> x) { return x.HighWordAbove(0x7FEFFFFF); }
+
+// Lane bits of a double register whose high word lies outside [lo, hi) as unsigned numbers
+// (negative lanes always do): an unsigned compare is a signed one after adding 0x80000000.
+template <uint32_t kLo, uint32_t kHi>
+inline int FlagHighOutside(__m128d x) {
+  const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
+  const __m128i biased = _mm_add_epi32(high, _mm_set1_epi32(static_cast<int>(0x80000000u - kLo)));
+  const __m128i limit = _mm_set1_epi32(static_cast<int>(kHi - kLo - 1 + 0x80000000u));
+  return _mm_movemask_pd(_mm_castsi128_pd(_mm_cmpgt_epi32(biased, limit)));
+}
+
+// |x| of both lanes.
+inline __m128d Magnitude(__m128d x) { return _mm_andnot_pd(_mm_set1_pd(-0.0), x); }
 
 }  // namespace tem
 

@@ -6,6 +6,7 @@
 // their companion is the double one.
 #include <string.h>
 
+#include "kernels/element_kernel.h"
 #include "kernels/pow3o2.h"
 #include "kernels/pow_block.h"
 #include "kernels/pow_companion.h"
@@ -198,35 +199,24 @@ struct PowxTwo {
   }
 };
 
-// x^1.5 as Pow3o2's element, but -inf gives +inf as in Pow.
+// x^1.5 as Pow3o2: registers by its lanes, flagged lanes by its element, but -inf gives +inf
+// as in Pow.
 template <class E>
 struct PowxThreeHalves {
   using T = E;
-  using Fn = roots::Pow3o2Fn<T>;
+  using Lanes = LaneKernel<T, roots::Pow3o2Lanes<T>>;
   static constexpr int kInputs = 1, kResults = 1, kBlock = Vec<T>::kLanes;
   static constexpr bool kCanFail = true;
-  static int Element(T x, T* r) {
-    if (x == -T(INFINITY)) return *r = T(INFINITY), TEM_STATUS_OK;
+  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) { Lanes::Compute(in, out); }
+  static int Flag(const Vec<T> (&in)[1]) { return Lanes::Flag(in); }
+  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
+  static int Companion(const T (&in)[1], T (&out)[1]) {
+    if (in[0] == -T(INFINITY)) return out[0] = T(INFINITY), TEM_STATUS_OK;
     double v;
-    const int code = Fn::Eval(x, &v);
-    *r = static_cast<T>(v);
+    const int code = roots::Pow3o2Fn<T>::Eval(in[0], &v);
+    out[0] = static_cast<T>(v);
     return code;
   }
-  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
-    alignas(16) T lanes[Vec<T>::kLanes];
-    in[0].StoreAligned(lanes);
-    for (T& lane : lanes) Element(lane, &lane);
-    out[0] = Vec<T>::LoadAligned(lanes);
-  }
-  static int Flag(const Vec<T> (&in)[1]) {
-    alignas(16) T lanes[Vec<T>::kLanes];
-    in[0].StoreAligned(lanes);
-    int bits = 0;
-    for (int i = 0; i < Vec<T>::kLanes; ++i) bits |= Fn::MayReport(lanes[i]) << i;
-    return bits;
-  }
-  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
-  static int Companion(const T (&in)[1], T (&out)[1]) { return Element(in[0], &out[0]); }
 };
 
 template <class E>

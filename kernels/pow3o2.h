@@ -1,9 +1,12 @@
-// x^(3/2) as one element in double-double, shared by Pow3o2 and Powx, and Dekker's product.
+// x^(3/2) in double-double, as one element and on two double lanes, shared by Pow3o2 and Powx,
+// and Dekker's product.
 #ifndef QOR_KERNELS_POW3O2_H_
 #define QOR_KERNELS_POW3O2_H_
 
 #include <math.h>
 
+#include "kernels/lane_ops.h"
+#include "kernels/log_block.h"
 #include "qor/tem.h"
 
 namespace tem {
@@ -25,7 +28,6 @@ inline void TwoProduct(double a, double b, double* hi, double* lo) {
 // x gives NaN with a domain error, an overflow of the type T +inf with status 3.
 template <class T>
 struct Pow3o2Fn {
-  static constexpr bool kCanFail = true;
   // Results overflow for x above 2^(2/3 (emax + 1)); inputs from kMayOverflow, a little
   // lower, are flagged.
   static constexpr double kMayOverflow = sizeof(T) == 4 ? 0x1p85 : 0x1p682;
@@ -49,7 +51,24 @@ struct Pow3o2Fn {
     *r = (p + (p_lo + a * s_lo)) * post;
     return isinf(static_cast<T>(*r)) ? TEM_STATUS_OVERFLOW : TEM_STATUS_OK;
   }
-  static bool MayReport(double x) { return x < 0.0 || x >= kMayOverflow; }
+};
+
+// Pow3o2Fn's formula on two lanes in [2^-500, kMayOverflow), where it needs no scaling and
+// reports nothing; the element takes the rest, negative lanes among them.
+template <class T>
+struct Pow3o2Lanes : Pow3o2Fn<T> {
+  static __m128d Lanes(__m128d a) {
+    const __m128d s = _mm_sqrt_pd(a);
+    const PairPd square = TwoProdPd(s, s);
+    const __m128d rest = _mm_sub_pd(_mm_sub_pd(a, square.hi), square.lo);
+    const __m128d s_lo = _mm_div_pd(rest, _mm_add_pd(s, s));
+    const PairPd p = TwoProdPd(a, s);
+    return _mm_add_pd(p.hi, _mm_add_pd(p.lo, _mm_mul_pd(a, s_lo)));
+  }
+  static int Flag(__m128d x) {
+    constexpr uint32_t kLimit = __builtin_bit_cast(uint64_t, Pow3o2Fn<T>::kMayOverflow) >> 32;
+    return FlagHighOutside<0x20B00000, kLimit>(x);
+  }
 };
 
 }  // namespace roots

@@ -1,11 +1,13 @@
 // x^(2/3), x^(3/2) and hypot(x, y): the loop form in their contiguous members, the vector form
-// with a scalar element in their strided members. Each is a root of a double-double value:
-// cbrt(x * x), x * sqrt(x) and sqrt(a * a + b * b), with the products split by 2^27 + 1.
+// in their strided members, both running whole registers where no lane needs a scaling or a
+// status. Each is a root of a double-double value: cbrt(x * x), x * sqrt(x) and
+// sqrt(a * a + b * b), with the products split by 2^27 + 1.
 #include <math.h>
 
 #include "kernels/cbrt_block.h"
 #include "kernels/element_kernel.h"
 #include "kernels/lane_ops.h"
+#include "kernels/log_block.h"
 #include "kernels/pow3o2.h"
 
 namespace tem {
@@ -15,7 +17,6 @@ namespace {
 // x^(2/3) = cbrt(hi + lo) = cbrt(hi) (1 + lo/hi)^(1/3), the last factor as 1 + lo/(3 hi) in the
 // series. |x| is scaled by 2^-+600 so that x * x stays normal; its cube root 2^-+400 comes off.
 struct Pow2o3Fn {
-  static constexpr bool kCanFail = false;
   static int Eval(double x, double* r) {
     double a = fabs(x);
     if (!(a < INFINITY) || a == 0.0) return *r = a * a, TEM_STATUS_OK;
@@ -161,17 +162,35 @@ struct Hypot {
   }
 };
 
-using DoublePow2o3 = ElementKernel<double, Pow2o3Fn>;
-using FloatPow2o3 = ElementKernel<float, Pow2o3Fn>;
-using DoublePow3o2 = ElementKernel<double, Pow3o2Fn<double>>;
-using FloatPow3o2 = ElementKernel<float, Pow3o2Fn<float>>;
+// Pow2o3Fn's formula on two lanes of magnitude in [2^-500, 2^500), where it needs no scaling;
+// the element takes the rest. A float's square is exact in double, and its low part zero.
+template <class T>
+struct Pow2o3Lanes : Pow2o3Fn {
+  static __m128d Lanes(__m128d x) {
+    if constexpr (sizeof(T) == 4) return CbrtBlock<false>(D{_mm_mul_pd(x, x)}).raw;
+    const PairPd square = TwoProdPd(Magnitude(x), Magnitude(x));
+    const __m128d t = _mm_div_pd(square.lo, _mm_mul_pd(_mm_set1_pd(3.0), square.hi));
+    return CbrtBlock<false>(D{square.hi}, D{t}).raw;
+  }
+  static int Flag(__m128d x) { return FlagHighOutside<0x20B00000, 0x5F300000>(Magnitude(x)); }
+};
+
+// The element reports nothing, so that the loop form runs blocks of registers as the vector
+// form does, as for Hypot.
+template <class E>
+struct Pow2o3Kernel : LaneKernel<E, Pow2o3Lanes<E>> {
+  static constexpr int kBlock = 16;
+  static constexpr bool kLoopInBlocks = true;
+};
+using DoublePow3o2 = LaneKernel<double, Pow3o2Lanes<double>>;
+using FloatPow3o2 = LaneKernel<float, Pow3o2Lanes<float>>;
 
 }  // namespace
 }  // namespace roots
 }  // namespace tem
 
-TEM_ENTRIES_A_R(d, Pow2o3, tem::roots::DoublePow2o3)
-TEM_ENTRIES_A_R(s, Pow2o3, tem::roots::FloatPow2o3)
+TEM_ENTRIES_A_R(d, Pow2o3, tem::roots::Pow2o3Kernel<double>)
+TEM_ENTRIES_A_R(s, Pow2o3, tem::roots::Pow2o3Kernel<float>)
 TEM_ENTRIES_A_R(d, Pow3o2, tem::roots::DoublePow3o2)
 TEM_ENTRIES_A_R(s, Pow3o2, tem::roots::FloatPow3o2)
 TEM_ENTRIES_A_AB_R(d, Hypot, tem::roots::Hypot<double>)

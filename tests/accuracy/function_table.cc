@@ -195,12 +195,13 @@ const std::vector<FunctionRow>& Functions() {
       {"dCbrt", mpfr_cbrt, std::cbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 1.03125, 0x1p-1022}},
       {"sInvCbrt", Extended<InvCbrtSteps>, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-126}},
       {"dInvCbrt", Extended<InvCbrtSteps>, InvCbrt, {-1e3, 1e3}, {1.0, 2.0, 4.0, 8.0, 0x1p-1022}},
-      // The scaling of x * x and of x^(3/2) changes at 2^-+500 and 2^-+600.
+      // The scaling of x * x and of x^(3/2) changes at 2^-+500 and 2^-+600; the register path
+      // ends at 2^-+500 and, for x^(3/2), at the overflow flag 2^682 (single 2^85).
       {"sPow2o3", Extended<Pow2o3Steps>, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-126}},
       {"dPow2o3", Extended<Pow2o3Steps>, Pow2o3, {-1e3, 1e3}, {1.0, 0x1p-500, 0x1p500, 0x1p-1022}},
       {"sPow3o2", Extended<Pow3o2Steps>, Pow3o2, {0.0, 1e3}, {1.0, 0x1p85, 0x1p-126}},
       {"dPow3o2", Extended<Pow3o2Steps>, Pow3o2, {0.0, 1e3},
-       {1.0, 0x1p-600, 0x1p600, 0x1p682, 0x1p-1022}},
+       {1.0, 0x1p-500, 0x1p-600, 0x1p600, 0x1p682, 0x1p-1022}},
       {"sHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-126, 0x1p127, 0x1p-63, 0x1p63, 0x1.8p63}},
       {"dHypot", mpfr_hypot, {-1e3, 1e3}, {0x1p-900, 0x1p-1022, 0x1p1023, 0x1p-480, 0x1p510}},
       // The exponent 1.5 and 2 take own loops in Powx; 1 and -1 are exact powers.
