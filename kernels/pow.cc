@@ -199,23 +199,12 @@ struct PowxTwo {
   }
 };
 
-// x^1.5 as Pow3o2: registers by its lanes, flagged lanes by its element, but -inf gives +inf
-// as in Pow.
+// x^1.5 as Pow3o2, in the vector form, but -inf gives +inf as in Pow.
 template <class E>
-struct PowxThreeHalves {
-  using T = E;
-  using Lanes = LaneKernel<T, roots::Pow3o2Lanes<T>>;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = Vec<T>::kLanes;
-  static constexpr bool kCanFail = true;
-  static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) { Lanes::Compute(in, out); }
-  static int Flag(const Vec<T> (&in)[1]) { return Lanes::Flag(in); }
-  static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
-  static int Companion(const T (&in)[1], T (&out)[1]) {
-    if (in[0] == -T(INFINITY)) return out[0] = T(INFINITY), TEM_STATUS_OK;
-    double v;
-    const int code = roots::Pow3o2Fn<T>::Eval(in[0], &v);
-    out[0] = static_cast<T>(v);
-    return code;
+struct PowxThreeHalves : LaneKernel<E, roots::Pow3o2Lanes<E>> {
+  static int Companion(const E (&in)[1], E (&out)[1]) {
+    if (in[0] == -E(INFINITY)) return out[0] = E(INFINITY), TEM_STATUS_OK;
+    return PowxThreeHalves::Element(in, out);
   }
 };
 

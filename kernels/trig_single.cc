@@ -51,6 +51,13 @@ constexpr Splat<double> kTanP0{102.9139303490684}, kTanP1{-9.859336780964997},
   return {_mm_cvtepi32_pd(k == 0 ? v : _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 2, 3, 2)))};
 }
 
+// x - m (high + low) on the low (h = 0) or high (h = 1) two lanes of x and of the integers k,
+// m = k.
+[[gnu::always_inline]] inline D Rest(F x, __m128i k, int h, D high, D low) {
+  const D m = WidenInt(k, h);
+  return (Widen(x, h) - m * high) - m * low;
+}
+
 // x as x = m pi + r, |r| <= pi/2: for sin m = n = round(x / pi), for cos m = n + 1/2 with
 // 2n + 1 = floor(2|x| / pi) | 1, the quotients rounded to single first. sin r, with the sign
 // flipped for odd n (sin) or even n (cos). Rounding to nearest is odd, and so are r and the
@@ -69,11 +76,10 @@ template <bool kCos, int kRegs, int kResults>
     // sin: n; cos: 2n + 1, whose bit 1 is the parity of n.
     k[i] = kCos ? _mm_or_si128(_mm_cvttps_epi32((x[i] * kTwoOverPiF()).raw), _mm_set1_epi32(1))
                 : _mm_cvtps_epi32((x[i] * kInvPiF()).raw);
+    // cos: m pi = k pi / 2.
     for (int h = 0; h < 2; ++h) {
-      // cos: m pi = k pi / 2, exact in the high part.
-      const D m = WidenInt(k[i], h);
-      r[i][h] = kCos ? (Widen(x[i], h) - m * kHalfPiHigh()) - m * kHalfPiLow()
-                     : (Widen(x[i], h) - m * kPiHigh()) - m * kPiLow();
+      r[i][h] = kCos ? Rest(x[i], k[i], h, kHalfPiHigh(), kHalfPiLow())
+                     : Rest(x[i], k[i], h, kPiHigh(), kPiLow());
     }
   }
 #pragma GCC unroll 4
@@ -97,10 +103,7 @@ template <int kRegs>
   for (int k = 0; k < kRegs; ++k) {
     const __m128i n = _mm_cvtps_epi32((x[k][0] * kTwoOverPiF()).raw);
     sign[k] = _mm_slli_epi32(n, 31);
-    for (int h = 0; h < 2; ++h) {
-      const D m = WidenInt(n, h);
-      r[k][h] = (Widen(x[k][0], h) - m * kHalfPiHigh()) - m * kHalfPiLow();
-    }
+    for (int h = 0; h < 2; ++h) r[k][h] = Rest(x[k][0], n, h, kHalfPiHigh(), kHalfPiLow());
   }
 #pragma GCC unroll 4
   for (int k = 0; k < kRegs; ++k) {
