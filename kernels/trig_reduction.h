@@ -119,12 +119,15 @@ inline D FromInteger52(__m128i v) {
   return {r, e, j};
 }
 
-// Both stages by lane; the big one, out of line, runs only when a lane needs it.
+inline constexpr S kMedium{kMediumLimit};
+
+// Both stages by lane: the medium one, and where kAnySize the big one, out of line, for the
+// lanes above kMediumLimit.
+template <bool kAnySize>
 [[gnu::always_inline]] inline Reduced Reduce(D ax) {
   Reduced red = ReduceMedium(ax);
-  static constexpr S limit{kMediumLimit};
-  const D big = D::Greater(ax, limit());
-  if (big.LaneBits() != 0) {
+  const D big = D::Greater(ax, kMedium());
+  if (kAnySize && big.LaneBits() != 0) {
     const Reduced b = ReduceBig(ax);
     red.r = D::Select(big, b.r, red.r);
     red.e = D::Select(big, b.e, red.e);
@@ -187,29 +190,24 @@ template <bool kSin, bool kCos>
   }
 }
 
-// tan of |x| as num / den, from the row's X and t = tan(r + e), the latter by its series to r^7
-// (the next term is below 2^-62 of t on |r| <= pi/512), e entering with derivative 1. With
-// sigma = 1 on a tangent row (X = tan a) and -1 on a cotangent row (X = cot a),
-// g = X + sigma t and h = 1 - sigma X t give tan(a + r + e) = g / h on a tangent row and h / g
-// on a cotangent row. X + sigma r is a fast two-sum, as |X| >= tan(pi/256) > |r| unless X = 0;
-// h = 1 - p with |p| < 2^-7 keeps its rounding error.
+// tan of |x| as num / den, from the row's A / B = tan a and t = tan(r + e), the latter by its
+// series to r^7 (the next term is below 2^-62 of t on |r| <= pi/512), e entering with
+// derivative 1: num = A + B t and den = B - A t. One of A and B is 1, the other at most 1 in
+// magnitude, so that A + B r and B - A r are fast two-sums: where the product is not exact,
+// the factor 1 is the larger term (|r| < tan(pi/256) <= |A|, |B| unless the one is 0). The
+// rounding errors of the inexact products, and the products of the table's low parts with r,
+// stay below 2^-60 of num and den.
 [[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den) {
   D row[4];
   GatherRows<0xFF>(kTanTable, red.j, row);
-  const D x = row[0], xl = row[1], swap = row[2], sigma = row[3];
+  const D a = row[0], al = row[1], b = row[2], bl = row[3];
   static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
   const D r = red.r, u = r * r;
   const D pt = r * u * (t3() + u * (t5() + u * t7())) + red.e;
-  const D rs = Xor(r, sigma), pts = Xor(pt, sigma);
-  const D p = x * (rs + pts);
-  const D g_hi = x + rs;
-  const D g_lo = (rs - (g_hi - x)) + (xl + pts);
-  const D h_hi = kOne() - p;
-  const D h_lo = (kOne() - h_hi) - p;
-  // The swap by XOR: d is g ^ h on cotangent rows and 0 elsewhere.
-  const D d_hi = Xor(g_hi, h_hi) & swap, d_lo = Xor(g_lo, h_lo) & swap;
-  *num = {Xor(g_hi, d_hi), Xor(g_lo, d_lo)};
-  *den = {Xor(h_hi, d_hi), Xor(h_lo, d_lo)};
+  const D br = b * r, ar = a * r;
+  const D num_hi = a + br, den_hi = b - ar;
+  *num = {num_hi, (br - (num_hi - a)) + (al + b * pt)};
+  *den = {den_hi, ((b - den_hi) - ar) + (bl - a * pt)};
 }
 
 // num / den as qh + (num - qh den) / den, with qh the top 26 bits of num / den and dh the top
@@ -229,16 +227,16 @@ template <bool kSin, bool kCos>
 enum class Op { kSin, kCos, kSinCos, kTan };
 inline constexpr int ResultsOf(Op op) { return op == Op::kSinCos ? 2 : 1; }
 
-// The double formula of each member on a block of registers of any finite x, one step at a
-// time across the block: the reductions, then the series (and for tan the quotients), so that
-// the registers' chains overlap. Sin and tan take the sign of x at the end, cos is even.
-// SinCos gives the sine first.
-template <Op kOp, int kRegs>
-[[gnu::always_inline]] inline void ComputeBlock(const D (&x)[kRegs][1],
-                                                D (&out)[kRegs][ResultsOf(kOp)]) {
+// The double formula of each member on a block of registers, one step at a time across the
+// block: the reductions, then the series (and for tan the quotients), so that the registers'
+// chains overlap. Sin and tan take the sign of x at the end, cos is even. SinCos gives the sine
+// first. Without kAnySize every |x| is at most kMediumLimit.
+template <Op kOp, int kRegs, bool kAnySize>
+[[gnu::always_inline]] inline void ComputeBlockOf(const D (&x)[kRegs][1],
+                                                  D (&out)[kRegs][ResultsOf(kOp)]) {
   Reduced red[kRegs];
 #pragma GCC unroll 16
-  for (int k = 0; k < kRegs; ++k) red[k] = Reduce(Abs(x[k][0]));
+  for (int k = 0; k < kRegs; ++k) red[k] = Reduce<kAnySize>(Abs(x[k][0]));
   if constexpr (kOp == Op::kTan) {
     Parts num[kRegs], den[kRegs];
 #pragma GCC unroll 16
@@ -257,6 +255,28 @@ template <Op kOp, int kRegs>
       }
       if constexpr (kOp == Op::kSinCos) out[k][1] = cos_parts.Value();
     }
+  }
+}
+
+// A block with a lane above kMediumLimit, out of line, so that the common block holds no call.
+template <Op kOp, int kRegs>
+[[gnu::noinline]] void ComputeBlockAnySize(const D (&x)[kRegs][1],
+                                           D (&out)[kRegs][ResultsOf(kOp)]) {
+  ComputeBlockOf<kOp, kRegs, true>(x, out);
+}
+
+// The formula of each member on a block of registers of any finite x, with one test of the
+// block's magnitudes.
+template <Op kOp, int kRegs>
+[[gnu::always_inline]] inline void ComputeBlock(const D (&x)[kRegs][1],
+                                                D (&out)[kRegs][ResultsOf(kOp)]) {
+  D big = D::Greater(Abs(x[0][0]), kMedium());
+#pragma GCC unroll 16
+  for (int k = 1; k < kRegs; ++k) big = big | D::Greater(Abs(x[k][0]), kMedium());
+  if (big.LaneBits() != 0) {
+    ComputeBlockAnySize<kOp, kRegs>(x, out);
+  } else {
+    ComputeBlockOf<kOp, kRegs, false>(x, out);
   }
 }
 

@@ -50,13 +50,12 @@ void PrintSinTable() {
   mpfr_clears(j, v, static_cast<mpfr_ptr>(nullptr));
 }
 
-// Row j of the tangent at a = j pi/256 over a half turn: rows 64 to 191 hold cot a, the others
-// tan a, so that |X| <= 1, as {X high, X low, swap, sign}; a cotangent row has the swap mask
-// all ones and the sign -0.
+// Row j of the tangent at a = j pi/256 over a half turn, as {A high, A low, B high, B low}
+// with A / B = tan a and max(|A|, |B|) = 1: A = tan a, B = 1 where |tan a| <= 1 (rows 0 to 63
+// and 192 to 255), A = 1, B = cot a elsewhere.
 void PrintTanTable() {
-  printf("// Row j: X = tan(j pi/256), or cot(j pi/256) for j in [64, 191],\n"
-         "// as {high, low, swap, sign}.\n");
-  printf("inline constexpr double kCotRow = __builtin_bit_cast(double, ~0ull);\n");
+  printf("// Row j: A / B = tan(j pi/256), one of them 1 and the other in [-1, 1],\n"
+         "// as {A high, A low, B high, B low}.\n");
   printf("alignas(32) inline constexpr double kTanTable[256][4] = {\n");
   mpfr_t j, v;
   mpfr_inits2(kPrec, j, v, static_cast<mpfr_ptr>(nullptr));
@@ -67,8 +66,12 @@ void PrintTanTable() {
     mpfr_tanu(v, j, 512, MPFR_RNDN);
     const double hi = mpfr_get_d(v, MPFR_RNDN);
     mpfr_sub_d(v, v, hi, MPFR_RNDN);
-    printf("    {%a, %a, %s, %s},  // %d\n", hi, mpfr_get_d(v, MPFR_RNDN), cot ? "kCotRow" : "0.0",
-           cot ? "-0.0" : "0.0", row);
+    const double lo = mpfr_get_d(v, MPFR_RNDN);
+    if (cot) {
+      printf("    {0x1p+0, 0x0p+0, %a, %a},  // %d\n", hi, lo, row);
+    } else {
+      printf("    {%a, %a, 0x1p+0, 0x0p+0},  // %d\n", hi, lo, row);
+    }
   }
   printf("};\n\n");
   mpfr_clears(j, v, static_cast<mpfr_ptr>(nullptr));
