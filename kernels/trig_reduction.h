@@ -25,7 +25,7 @@ inline constexpr double kShifter = 6755399441055744.0;  // 1.5 * 2^52
 
 using S = Splat<double>;
 inline constexpr S kAbsMask{__builtin_bit_cast(double, 0x7FFFFFFFFFFFFFFFull)};
-inline constexpr S kSignMask{-0.0}, kOne{1.0};
+inline constexpr S kSignMask{-0.0}, kOne{1.0}, kTop26{__builtin_bit_cast(double, kSplitMask)};
 inline D Abs(D x) { return x & kAbsMask(); }
 inline D SignOf(D x) { return x & kSignMask(); }
 inline D Xor(D a, D b) { return {_mm_xor_pd(a.raw, b.raw)}; }
@@ -196,7 +196,8 @@ template <bool kSin, bool kCos>
 // magnitude, so that A + B r and B - A r are fast two-sums: where the product is not exact,
 // the factor 1 is the larger term (|r| < tan(pi/256) <= |A|, |B| unless the one is 0). The
 // rounding errors of the inexact products, and the products of the table's low parts with r,
-// stay below 2^-60 of num and den.
+// stay below 2^-60 of num and den. den.hi keeps the top 26 bits of B - A r for the quotient;
+// B - den.hi is exact, as the two are within a factor 2.
 [[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den) {
   D row[4];
   GatherRows<0xFF>(kTanTable, red.j, row);
@@ -205,22 +206,19 @@ template <bool kSin, bool kCos>
   const D r = red.r, u = r * r;
   const D pt = r * u * (t3() + u * (t5() + u * t7())) + red.e;
   const D br = b * r, ar = a * r;
-  const D num_hi = a + br, den_hi = b - ar;
+  const D num_hi = a + br, den_hi = (b - ar) & kTop26();
   *num = {num_hi, (br - (num_hi - a)) + (al + b * pt)};
   *den = {den_hi, ((b - den_hi) - ar) + (bl - a * pt)};
 }
 
-// num / den as qh + (num - qh den) / den, with qh the top 26 bits of num / den and dh the top
-// 26 bits of den.hi: qh dh is exact, and so is num.hi - qh dh, as num.hi and den.hi are within
-// 2^-14 of num and den; the rest of den, dl = (den.hi - dh) + den.lo, enters by a plain
-// product, rounded near 2^-60 of num. The remainder, below 2^-13 of num, is divided by a
-// plain product with 1 / den.
+// num / den as qh + (num - qh den) / den, for den.hi of at most 26 significant bits, with qh
+// the top 26 bits of num / den: qh den.hi is exact, and so is num.hi - qh den.hi, as num.hi and
+// den.hi are within 2^-14 of num and den; den.lo enters by a plain product, rounded near 2^-60
+// of num. The remainder, below 2^-13 of num, is divided by a plain product with 1 / den.
 [[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
   const D y = kOne() / den.Value();
-  const D top = D::FromBits(kSplitMask);
-  const D qh = (num.Value() * y) & top;
-  const D dh = den.hi & top, dl = (den.hi - dh) + den.lo;
-  const D rest = ((num.hi - qh * dh) + num.lo) - qh * dl;
+  const D qh = (num.Value() * y) & kTop26();
+  const D rest = ((num.hi - qh * den.hi) + num.lo) - qh * den.lo;
   return qh + rest * y;
 }
 
