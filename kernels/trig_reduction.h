@@ -1,6 +1,6 @@
 // The reduction and evaluation shared by the double members of the trigonometric family, and by
-// the single members for their huge arguments: |x| = k 2pi + j pi/256 + (r + e), with
-// |r| <= pi/512 (a little more past the medium limit) and e the rest of r, then
+// the single members for their huge arguments: x = k 2pi + j pi/256 + (r - excess), with
+// |r| <= pi/512 (a little more past the medium limit) and the excess of r below 2^-50, then
 // sin and cos, or tan, of the table angle j pi/256 combined with short series in r.
 #ifndef QOR_KERNELS_TRIG_REDUCTION_H_
 #define QOR_KERNELS_TRIG_REDUCTION_H_
@@ -30,26 +30,28 @@ inline D Abs(D x) { return x & kAbsMask(); }
 inline D SignOf(D x) { return x & kSignMask(); }
 inline D Xor(D a, D b) { return {_mm_xor_pd(a.raw, b.raw)}; }
 
-// The reduced argument of |x|: the table row in the low 9 bits of each lane of j.
+// The reduced argument x - n pi/256 = r - excess: the table row n in the low 9 bits of each
+// lane of j. The excess of r is kept rather than its error, so that it is +0 for x = -0, and
+// a series minus the excess keeps the sign of a zero.
 struct Reduced {
-  D r, e;
+  D r, excess;
   __m128i j;
 };
 
-// Medium stage, |x| <= kMediumLimit: r + e = |x| - n (P1 + P2 + P3), with h = |x| - n P1
-// and m = n P2 both exact. e = (h - r) - m is the exact error of r = h - m: a fast two-sum
-// where |h| >= |m|; where |h| < |m| (below 2^-18.9), h is a multiple of 2^-59 and m of
-// 2^-70, so that r is exact and e comes out 0.
-[[gnu::always_inline]] inline Reduced ReduceMedium(D ax) {
+// Medium stage, |x| <= kMediumLimit, x of either sign: r - excess = x - n (P1 + P2 + P3), with
+// h = x - n P1 and m = n P2 both exact. (r - h) + m is the exact excess of r = h - m: a fast
+// two-sum where |h| >= |m|; where |h| < |m| (below 2^-18.9), h is a multiple of 2^-59 and m
+// of 2^-70, so that r is exact and its excess comes out 0.
+[[gnu::always_inline]] inline Reduced ReduceMedium(D x) {
   static constexpr S k{kK}, shifter{kShifter}, p1{kPiOver256Parts[0]}, p2{kPiOver256Parts[1]},
       p3{kPiOver256Parts[2]};
-  const D t = ax * k() + shifter();
+  const D t = x * k() + shifter();
   const D n = t - shifter();
-  const D h = ax - n * p1();
+  const D h = x - n * p1();
   const D m = n * p2();
   const D r = h - m;
-  const D e = ((h - r) - m) - n * p3();
-  return {r, e, t.Image()};
+  const D excess = ((r - h) + m) + n * p3();
+  return {r, excess, t.Image()};
 }
 
 // 52 low bits of each lane, as an exact double.
@@ -113,26 +115,31 @@ inline D FromInteger52(__m128i v) {
   const D g = s * D::Set(134217729.0);
   const D sh = g - (g - s);
   const D sl = s - sh;
-  const D err = ((sh * D::Set(kTwoPiHigh) - r) + sh * D::Set(kTwoPiLow) +
-                 sl * D::Set(kTwoPiHigh)) + sl * D::Set(kTwoPiLow);
-  const D e = err + (s * D::Set(kTwoPiRest) + s_rest * D::Set(kTwoPi));
-  return {r, e, j};
+  const D excess = ((((r - sh * D::Set(kTwoPiHigh)) - sh * D::Set(kTwoPiLow)) -
+                     sl * D::Set(kTwoPiHigh)) - sl * D::Set(kTwoPiLow)) -
+                   (s * D::Set(kTwoPiRest) + s_rest * D::Set(kTwoPi));
+  return {r, excess, j};
 }
 
 inline constexpr S kMedium{kMediumLimit};
 
 // Both stages by lane: the medium one, and where kAnySize the big one, out of line, for the
-// lanes above kMediumLimit.
+// lanes above kMediumLimit. The big one reduces |x|; for a negative x its r, excess and row
+// change sign.
 template <bool kAnySize>
-[[gnu::always_inline]] inline Reduced Reduce(D ax) {
-  Reduced red = ReduceMedium(ax);
-  const D big = D::Greater(ax, kMedium());
+[[gnu::always_inline]] inline Reduced Reduce(D x) {
+  Reduced red = ReduceMedium(x);
+  const D big = D::Greater(Abs(x), kMedium());
   if (kAnySize && big.LaneBits() != 0) {
-    const Reduced b = ReduceBig(ax);
-    red.r = D::Select(big, b.r, red.r);
-    red.e = D::Select(big, b.e, red.e);
+    const Reduced b = ReduceBig(Abs(x));
+    const D sign = SignOf(x);
+    red.r = D::Select(big, Xor(b.r, sign), red.r);
+    red.excess = D::Select(big, Xor(b.excess, sign), red.excess);
+    // All ones in the lanes of a negative x: -j = (j ^ negative) - negative.
+    const __m128i negative = _mm_srai_epi32(_mm_shuffle_epi32(x.Image(), 0xF5), 31);
+    const __m128i j = _mm_sub_epi64(_mm_xor_si128(b.j, negative), negative);
     const __m128i m = _mm_castpd_si128(big.raw);
-    red.j = _mm_or_si128(_mm_and_si128(m, b.j), _mm_andnot_si128(m, red.j));
+    red.j = _mm_or_si128(_mm_and_si128(m, j), _mm_andnot_si128(m, red.j));
   }
   return red;
 }
@@ -156,8 +163,8 @@ template <int kMask>
 }
 
 // sin and cos of |x| from its reduction: the row's cos C = c + cm1 and sin S = s + sl, with
-// sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r - e S (e
-// reaches 2^-50 near the medium limit, so C and S are whole there). The products c r and s r
+// e = -excess, sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r
+// - e S (e reaches 2^-50 near the medium limit, so C and S are whole there). The products c r and s r
 // are exact where their sums cancel, since c or s is +-1 or 0 there; the rounding error of the
 // first addition is kept.
 template <bool kSin, bool kCos>
@@ -166,7 +173,7 @@ template <bool kSin, bool kCos>
   D row[4];
   GatherRows<0x1FF>(kSinTable, red.j, row);
   const D cm1 = row[0], c = row[1], s = row[2], sl = row[3];
-  const D r = red.r, e = red.e;
+  const D r = red.r, excess = red.excess;
   const D u = r * r;
   // sin r - r and cos r - 1 on |r| <= pi/512.
   static constexpr S s5{0.008333322932609515}, s3{0.1666666666665455}, c2{-0.5},
@@ -179,20 +186,20 @@ template <bool kSin, bool kCos>
   if constexpr (kSin) {
     const D cr = c * r;
     const D hi = s + cr;
-    const D small = ((sl + e * C) + cm1 * sin_r) + (S * pc + c * ps);
+    const D small = ((sl - excess * C) + cm1 * sin_r) + (S * pc + c * ps);
     *sin_parts = {hi, ((s - hi) + cr) + small};
   }
   if constexpr (kCos) {
     const D sr = s * r;
     const D hi = c - sr;
-    const D small = ((cm1 - e * S) - sl * sin_r) + (C * pc - s * ps);
+    const D small = ((cm1 + excess * S) - sl * sin_r) + (C * pc - s * ps);
     *cos_parts = {hi, ((c - hi) - sr) + small};
   }
 }
 
-// tan of |x| as num / den, from the row's A / B = tan a and t = tan(r + e), the latter by its
-// series to r^7 (the next term is below 2^-62 of t on |r| <= pi/512), e entering with
-// derivative 1: num = A + B t and den = B - A t. One of A and B is 1, the other at most 1 in
+// tan of x as num / den, from the row's A / B = tan a and t = tan(r - excess), the latter by
+// its series to r^7 (the next term is below 2^-62 of t on |r| <= pi/512), the excess entering
+// with derivative -1: num = A + B t and den = B - A t. One of A and B is 1, the other at most 1 in
 // magnitude, so that A + B r and B - A r are fast two-sums: where the product is not exact,
 // the factor 1 is the larger term (|r| < tan(pi/256) <= |A|, |B| unless the one is 0). The
 // rounding errors of the inexact products, and the products of the table's low parts with r,
@@ -204,7 +211,7 @@ template <bool kSin, bool kCos>
   const D a = row[0], al = row[1], b = row[2], bl = row[3];
   static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
   const D r = red.r, u = r * r;
-  const D pt = r * u * (t3() + u * (t5() + u * t7())) + red.e;
+  const D pt = r * u * (t3() + u * (t5() + u * t7())) - red.excess;
   const D br = b * r, ar = a * r;
   const D num_hi = a + br, den_hi = (b - ar) & kTop26();
   *num = {num_hi, (br - (num_hi - a)) + (al + b * pt)};
@@ -218,8 +225,9 @@ template <bool kSin, bool kCos>
 [[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
   const D y = kOne() / den.Value();
   const D qh = (num.Value() * y) & kTop26();
-  const D rest = ((num.hi - qh * den.hi) + num.lo) - qh * den.lo;
-  return qh + rest * y;
+  // The remainder's negation, subtracted: num = -0 then gives -0.
+  const D minus_rest = ((qh * den.hi - num.hi) - num.lo) + qh * den.lo;
+  return qh - minus_rest * y;
 }
 
 enum class Op { kSin, kCos, kSinCos, kTan };
@@ -233,14 +241,15 @@ template <Op kOp, int kRegs, bool kAnySize>
 [[gnu::always_inline]] inline void ComputeBlockOf(const D (&x)[kRegs][1],
                                                   D (&out)[kRegs][ResultsOf(kOp)]) {
   Reduced red[kRegs];
+  // tan reduces x itself, its table and formulas being odd; sin and cos reduce |x|.
 #pragma GCC unroll 16
-  for (int k = 0; k < kRegs; ++k) red[k] = Reduce<kAnySize>(Abs(x[k][0]));
+  for (int k = 0; k < kRegs; ++k) red[k] = Reduce<kAnySize>(kOp == Op::kTan ? x[k][0] : Abs(x[k][0]));
   if constexpr (kOp == Op::kTan) {
     Parts num[kRegs], den[kRegs];
 #pragma GCC unroll 16
     for (int k = 0; k < kRegs; ++k) EvaluateTan(red[k], &num[k], &den[k]);
 #pragma GCC unroll 16
-    for (int k = 0; k < kRegs; ++k) out[k][0] = Xor(Quotient(num[k], den[k]), SignOf(x[k][0]));
+    for (int k = 0; k < kRegs; ++k) out[k][0] = Quotient(num[k], den[k]);
   } else {
 #pragma GCC unroll 16
     for (int k = 0; k < kRegs; ++k) {

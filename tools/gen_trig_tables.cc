@@ -64,9 +64,10 @@ void PrintTanTable() {
     // cot a = tan(pi/2 - a).
     mpfr_set_si(j, cot ? 128 - row : row, MPFR_RNDN);
     mpfr_tanu(v, j, 512, MPFR_RNDN);
-    const double hi = mpfr_get_d(v, MPFR_RNDN);
+    // Row 0 holds tan 0 as -0, so that num = A + B t keeps the sign of t = -0.
+    const double hi = row == 0 ? -0.0 : mpfr_get_d(v, MPFR_RNDN);
     mpfr_sub_d(v, v, hi, MPFR_RNDN);
-    const double lo = mpfr_get_d(v, MPFR_RNDN);
+    const double lo = row == 0 ? -0.0 : mpfr_get_d(v, MPFR_RNDN);
     if (cot) {
       printf("    {0x1p+0, 0x0p+0, %a, %a},  // %d\n", hi, lo, row);
     } else {

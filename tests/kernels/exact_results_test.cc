@@ -30,6 +30,12 @@ void CheckTrig(void (*sin)(int, const T*, T*), void (*cos)(int, const T*, T*),
   std::vector<T> x = {T(0), T(-0.0), std::numeric_limits<T>::denorm_min(),
                       -std::numeric_limits<T>::denorm_min()};
   for (double v = 1e-5; v < 1e30; v *= 1.37) x.push_back(T(v)), x.push_back(T(-v));
+  // Every table row, on both sides of the limit of the medium reduction.
+  std::mt19937_64 engine(5);
+  for (int k = 0; k < 4096; ++k) {
+    const T v = T(std::uniform_real_distribution<double>(0, 1.5e5)(engine));
+    x.push_back(v), x.push_back(-v);
+  }
   const int n = static_cast<int>(x.size());
   std::vector<T> s(n), c(n), t(n), s2(n), c2(n);
   sin(n, x.data(), s.data());
