@@ -99,10 +99,13 @@ struct Vec<double> : VecBase<double> {
   int LaneBits() const { return _mm_movemask_pd(raw); }
   // Lanes whose magnitude's high word exceeds `limit` as a signed integer: infinities and
   // NaNs lie above every finite limit.
-  int HighWordAbove(uint32_t limit) const {
+  int HighWordAbove(uint32_t limit) const { return Vec{HighWordsAbove(limit)}.LaneBits(); }
+  // All ones in the lanes whose high word, sign cleared, is above `limit`; its sign bit is what
+  // HighWordAbove reads.
+  __m128d HighWordsAbove(uint32_t limit) const {
     __m128i high = _mm_and_si128(Image(), _mm_set1_epi64x(0x7FFFFFFF00000000ll));
     __m128i above = _mm_cmpgt_epi32(high, _mm_set1_epi64x(static_cast<long long>(limit) << 32));
-    return _mm_movemask_pd(_mm_castsi128_pd(above));
+    return _mm_castsi128_pd(above);
   }
   // Adds k * 2^52 to each lane's image, k being the bits of `n` from bit `index_bits` up:
   // a scaling by 2^k with no multiplication, valid while the result stays normal.

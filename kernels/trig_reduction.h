@@ -273,13 +273,13 @@ template <Op kOp, int kRegs>
 }
 
 // The formula of each member on a block of registers of any finite x, with one test of the
-// block's magnitudes.
+// block's magnitudes: a high word up to 0x40EFFFFF is a magnitude below 2^16 <= kMediumLimit.
 template <Op kOp, int kRegs>
 [[gnu::always_inline]] inline void ComputeBlock(const D (&x)[kRegs][1],
                                                 D (&out)[kRegs][ResultsOf(kOp)]) {
-  D big = D::Greater(Abs(x[0][0]), kMedium());
+  D big = x[0][0].HighWordsAbove(0x40EFFFFF);
 #pragma GCC unroll 16
-  for (int k = 1; k < kRegs; ++k) big = big | D::Greater(Abs(x[k][0]), kMedium());
+  for (int k = 1; k < kRegs; ++k) big = big | D{x[k][0].HighWordsAbove(0x40EFFFFF)};
   if (big.LaneBits() != 0) {
     ComputeBlockAnySize<kOp, kRegs>(x, out);
   } else {
