@@ -17,11 +17,19 @@ namespace trig {
 
 using D = Vec<double>;
 
+// The reduction takes rows of 2pi / 2^kRowBits: 9 bits for sin and cos (j pi/256), 10 for tan
+// (j pi/512). The constants below are those of 9 bits; the finer rows halve the parts of the
+// step and the medium limit, and double 1 / step, all exactly.
+//
 // 0x40F000000E4DB24C: n = round(|x| 256/pi) stays below 2^53 / 2^30.65, so that n times either
 // of the first two parts of pi/256 is exact.
 inline constexpr double kMediumLimit = 65536.00349206588;
 inline constexpr double kK = 81.48733086305042;       // 256 / pi
 inline constexpr double kShifter = 6755399441055744.0;  // 1.5 * 2^52
+
+// 2^(kRowBits - 9), the refinement of the rows over those of the constants.
+template <int kRowBits>
+inline constexpr double kRefine = kRowBits == 9 ? 1.0 : 2.0;
 
 using S = Splat<double>;
 inline constexpr S kAbsMask{__builtin_bit_cast(double, 0x7FFFFFFFFFFFFFFFull)};
@@ -38,13 +46,16 @@ struct Reduced {
   __m128i j;
 };
 
-// Medium stage, |x| <= kMediumLimit, x of either sign: r - excess = x - n (P1 + P2 + P3), with
-// h = x - n P1 and m = n P2 both exact. (r - h) + m is the exact excess of r = h - m: a fast
-// two-sum where |h| >= |m|; where |h| < |m| (below 2^-18.9), h is a multiple of 2^-59 and m
-// of 2^-70, so that r is exact and its excess comes out 0.
+// Medium stage, |x| <= kMediumLimit / kRefine, x of either sign: r - excess =
+// x - n (P1 + P2 + P3), with h = x - n P1 and m = n P2 both exact. (r - h) + m is the exact
+// excess of r = h - m: a fast two-sum where |h| >= |m|; where |h| < |m| (below 2^-18.9 /
+// kRefine), h is a multiple of 2^-59 and m of 2^-70 (over kRefine), so that r is exact and its
+// excess comes out 0.
+template <int kRowBits>
 [[gnu::always_inline]] inline Reduced ReduceMedium(D x) {
-  static constexpr S k{kK}, shifter{kShifter}, p1{kPiOver256Parts[0]}, p2{kPiOver256Parts[1]},
-      p3{kPiOver256Parts[2]};
+  static constexpr double kStep = kRefine<kRowBits>;
+  static constexpr S k{kK * kStep}, shifter{kShifter}, p1{kPiOver256Parts[0] / kStep},
+      p2{kPiOver256Parts[1] / kStep}, p3{kPiOver256Parts[2] / kStep};
   const D t = x * k() + shifter();
   const D n = t - shifter();
   const D h = x - n * p1();
@@ -61,9 +72,10 @@ inline D FromInteger52(__m128i v) {
 
 // Big stage, any finite |x|: frac(|x| / 2pi) from the integer product of the 53-bit mantissa M
 // with the row of the exponent, M * row mod 2^192 (the integer part of the turn falls off the
-// top word). Row j is its top 9 bits rounded; the signed rest, 128 bits of it, becomes a
+// top word). Row j is its top kRowBits bits rounded; the signed rest, 128 bits of it, becomes a
 // double-double in turns, then in radians.
-[[gnu::noinline]] inline Reduced ReduceBig(D ax) {
+template <int kRowBits>
+[[gnu::noinline]] Reduced ReduceBig(D ax) {
   const __m128i bits = ax.Image();
   const __m128i exponent = _mm_srli_epi64(bits, 52);
   const int e0 = _mm_cvtsi128_si32(exponent);
@@ -99,15 +111,23 @@ inline D FromInteger52(__m128i v) {
   }
   const __m128i top = _mm_or_si128(_mm_slli_epi64(digit[5], 32), digit[4]);
   const __m128i next = _mm_or_si128(_mm_slli_epi64(digit[3], 32), digit[2]);
-  // Rounded row in the top 9 bits; q = rest + 2^54 in [0, 2^55), in units of 2^-64 turns.
-  const __m128i biased = _mm_add_epi64(top, _mm_set1_epi64x(1ll << 54));
-  const __m128i j = _mm_srli_epi64(biased, 55);
-  const __m128i q = _mm_and_si128(biased, _mm_set1_epi64x((1ll << 55) - 1));
-  const D t1 = (FromInteger52(_mm_srli_epi64(q, 3)) - D::Set(0x1p51)) * D::Set(0x1p-61);
-  const D t2 = FromInteger52(_mm_or_si128(_mm_slli_epi64(_mm_and_si128(q, _mm_set1_epi64x(7)), 49),
-                                          _mm_srli_epi64(next, 15))) * D::Set(0x1p-113);
-  const D t3 = FromInteger52(_mm_and_si128(next, _mm_set1_epi64x(0x7FFF))) * D::Set(0x1p-128);
-  // t1 is a multiple of 2^-61 and 0 <= t2 < 2^-61: a fast two-sum.
+  // Rounded row in the top kRowBits bits; q = rest + 2^(kRest - 1) in [0, 2^kRest), in units
+  // of 2^-64 turns. Its top 52 bits make t1, its low kLow bits and the top of `next` t2, the
+  // rest of `next` t3.
+  constexpr int kRest = 64 - kRowBits, kLow = kRest - 52;
+  constexpr double kT1Unit = 1.0 / static_cast<double>(1ull << (64 - kLow));
+  const __m128i biased = _mm_add_epi64(top, _mm_set1_epi64x(1ll << (kRest - 1)));
+  const __m128i j = _mm_srli_epi64(biased, kRest);
+  const __m128i q = _mm_and_si128(biased, _mm_set1_epi64x((1ll << kRest) - 1));
+  const D t1 = (FromInteger52(_mm_srli_epi64(q, kLow)) - D::Set(0x1p51)) *
+               D::Set(kT1Unit);
+  const __m128i q_low = _mm_and_si128(q, _mm_set1_epi64x((1ll << kLow) - 1));
+  const D t2 = FromInteger52(_mm_or_si128(_mm_slli_epi64(q_low, 52 - kLow),
+                                          _mm_srli_epi64(next, 12 + kLow))) *
+               D::Set(kT1Unit * 0x1p-52);
+  const D t3 = FromInteger52(_mm_and_si128(next, _mm_set1_epi64x((1ll << (12 + kLow)) - 1))) *
+               D::Set(0x1p-128);
+  // t1 is a multiple of 2^(kLow - 64) and 0 <= t2 < 2^(kLow - 64): a fast two-sum.
   const D s = t1 + t2;
   const D s_rest = (t2 - (s - t1)) + t3;
   // Radians: s 2pi exactly as r + err (Veltkamp split of s, 2pi in 27 + 26 bits).
@@ -121,26 +141,53 @@ inline D FromInteger52(__m128i v) {
   return {r, excess, j};
 }
 
-inline constexpr S kMedium{kMediumLimit};
+// Lanes of x whose reduction to the row j: x = j step + r - excess, takes one of two ways.
+[[gnu::always_inline]] inline Reduced SelectLanes(D lanes, const Reduced& a, const Reduced& b) {
+  const __m128i m = _mm_castpd_si128(lanes.raw);
+  return {D::Select(lanes, a.r, b.r), D::Select(lanes, a.excess, b.excess),
+          _mm_or_si128(_mm_and_si128(m, a.j), _mm_andnot_si128(m, b.j))};
+}
 
-// Both stages by lane: the medium one, and where kAnySize the big one, out of line, for the
-// lanes above kMediumLimit. The big one reduces |x|; for a negative x its r, excess and row
-// change sign.
-template <bool kAnySize>
-[[gnu::always_inline]] inline Reduced Reduce(D x) {
-  Reduced red = ReduceMedium(x);
-  const D big = D::Greater(Abs(x), kMedium());
-  if (kAnySize && big.LaneBits() != 0) {
-    const Reduced b = ReduceBig(Abs(x));
-    const D sign = SignOf(x);
-    red.r = D::Select(big, Xor(b.r, sign), red.r);
-    red.excess = D::Select(big, Xor(b.excess, sign), red.excess);
-    // All ones in the lanes of a negative x: -j = (j ^ negative) - negative.
-    const __m128i negative = _mm_srai_epi32(_mm_shuffle_epi32(x.Image(), 0xF5), 31);
-    const __m128i j = _mm_sub_epi64(_mm_xor_si128(b.j, negative), negative);
-    const __m128i m = _mm_castpd_si128(big.raw);
-    red.j = _mm_or_si128(_mm_and_si128(m, j), _mm_andnot_si128(m, red.j));
+// The big stage on |x|, whose r, excess and row change sign for a negative x.
+template <int kRowBits>
+[[gnu::always_inline]] inline Reduced ReduceBigSigned(D x) {
+  Reduced big = ReduceBig<kRowBits>(Abs(x));
+  const D sign = SignOf(x);
+  big.r = Xor(big.r, sign);
+  big.excess = Xor(big.excess, sign);
+  // All ones in the lanes of a negative x: -j = (j ^ negative) - negative.
+  const __m128i negative = _mm_srai_epi32(_mm_shuffle_epi32(x.Image(), 0xF5), 31);
+  big.j = _mm_sub_epi64(_mm_xor_si128(big.j, negative), negative);
+  return big;
+}
+
+// The reduction of x beyond the medium limit, out of line. The rows of 10 bits take, up to the
+// medium limit of 9 bits, the medium reduction to rows of 9 bits, each split in two: r itself
+// reduced to rows of 10 bits (its row s in {-1, 0, 1}) makes j = 2 n + s, and the two
+// excesses add. Lanes above that take the big stage.
+template <int kRowBits>
+[[gnu::always_inline]] inline Reduced ReduceBeyond(D x) {
+  if constexpr (kRowBits == 10) {
+    static constexpr S medium{kMediumLimit};
+    const Reduced coarse = ReduceMedium<9>(x);
+    const Reduced split = ReduceMedium<10>(coarse.r);
+    const Reduced fine = {split.r, coarse.excess + split.excess,
+                          _mm_add_epi64(_mm_slli_epi64(coarse.j, 1), split.j)};
+    const D big = D::Greater(Abs(x), medium());
+    return big.LaneBits() == 0 ? fine : SelectLanes(big, ReduceBigSigned<kRowBits>(x), fine);
+  } else {
+    return ReduceBigSigned<kRowBits>(x);
   }
+}
+
+// Both stages by lane: the medium one, and where kAnySize the rest, out of line, for the lanes
+// above the medium limit.
+template <int kRowBits, bool kAnySize>
+[[gnu::always_inline]] inline Reduced Reduce(D x) {
+  static constexpr S medium{kMediumLimit / kRefine<kRowBits>};
+  const Reduced red = ReduceMedium<kRowBits>(x);
+  const D beyond = D::Greater(Abs(x), medium());
+  if (kAnySize && beyond.LaneBits() != 0) return SelectLanes(beyond, ReduceBeyond<kRowBits>(x), red);
   return red;
 }
 
@@ -197,21 +244,23 @@ template <bool kSin, bool kCos>
   }
 }
 
-// tan of x as num / den, from the row's A / B = tan a and t = tan(r - excess), the latter by
-// its series to r^7 (the next term is below 2^-62 of t on |r| <= pi/512), the excess entering
-// with derivative -1: num = A + B t and den = B - A t. One of A and B is 1, the other at most 1 in
-// magnitude, so that A + B r and B - A r are fast two-sums: where the product is not exact,
-// the factor 1 is the larger term (|r| < tan(pi/256) <= |A|, |B| unless the one is 0). The
-// rounding errors of the inexact products, and the products of the table's low parts with r,
-// stay below 2^-60 of num and den. den.hi keeps the top 26 bits of B - A r for the quotient;
-// B - den.hi is exact, as the two are within a factor 2.
+// tan of x as num / den, from the row's A / B = tan a (a = j pi/512) and t = tan(r - excess),
+// the latter by r + r^3 (t3 + t5 r^2), the excess entering with derivative -1:
+// num = A + B t and den = B - A t. One of A and B is 1, the other at most 1 in magnitude, so
+// that A + B r and B - A r are fast two-sums: where the product is not exact, the factor 1 is
+// the larger term (|r| < tan(pi/512) <= |A|, |B| unless the one is 0). The rounding errors of
+// the inexact products, and the products of the table's low parts with r, stay below 2^-60 of
+// num and den. den.hi keeps the top 26 bits of B - A r for the quotient; B - den.hi is exact,
+// as the two are within a factor 2.
 [[gnu::always_inline]] inline void EvaluateTan(const Reduced& red, Parts* num, Parts* den) {
   D row[4];
-  GatherRows<0xFF>(kTanTable, red.j, row);
+  GatherRows<0x1FF>(kTanTable, red.j, row);
   const D a = row[0], al = row[1], b = row[2], bl = row[3];
-  static constexpr S t3{1.0 / 3}, t5{2.0 / 15}, t7{17.0 / 315};
+  // The least relative error of this form for tan r on |r| <= pi/1024: 2^-59.0 (a Remez fit;
+  // the Taylor coefficients 1/3 and 2/15 give 2^-54.3).
+  static constexpr S t3{0x1.555555554c466p-2}, t5{0x1.11116ffe13715p-3};
   const D r = red.r, u = r * r;
-  const D pt = r * u * (t3() + u * (t5() + u * t7())) - red.excess;
+  const D pt = r * u * (t3() + u * t5()) - red.excess;
   const D br = b * r, ar = a * r;
   const D num_hi = a + br, den_hi = (b - ar) & kTop26();
   *num = {num_hi, (br - (num_hi - a)) + (al + b * pt)};
@@ -232,18 +281,21 @@ template <bool kSin, bool kCos>
 
 enum class Op { kSin, kCos, kSinCos, kTan };
 inline constexpr int ResultsOf(Op op) { return op == Op::kSinCos ? 2 : 1; }
+inline constexpr int RowBitsOf(Op op) { return op == Op::kTan ? 10 : 9; }
 
 // The double formula of each member on a block of registers, one step at a time across the
 // block: the reductions, then the series (and for tan the quotients), so that the registers'
-// chains overlap. Sin and tan take the sign of x at the end, cos is even. SinCos gives the sine
-// first. Without kAnySize every |x| is at most kMediumLimit.
+// chains overlap. Sin takes the sign of x at the end, cos is even, tan is odd by its rows.
+// SinCos gives the sine first. Without kAnySize every |x| is within the medium limit.
 template <Op kOp, int kRegs, bool kAnySize>
 [[gnu::always_inline]] inline void ComputeBlockOf(const D (&x)[kRegs][1],
                                                   D (&out)[kRegs][ResultsOf(kOp)]) {
   Reduced red[kRegs];
   // tan reduces x itself, its table and formulas being odd; sin and cos reduce |x|.
 #pragma GCC unroll 16
-  for (int k = 0; k < kRegs; ++k) red[k] = Reduce<kAnySize>(kOp == Op::kTan ? x[k][0] : Abs(x[k][0]));
+  for (int k = 0; k < kRegs; ++k) {
+    red[k] = Reduce<RowBitsOf(kOp), kAnySize>(kOp == Op::kTan ? x[k][0] : Abs(x[k][0]));
+  }
   if constexpr (kOp == Op::kTan) {
     Parts num[kRegs], den[kRegs];
 #pragma GCC unroll 16
@@ -265,7 +317,7 @@ template <Op kOp, int kRegs, bool kAnySize>
   }
 }
 
-// A block with a lane above kMediumLimit, out of line, so that the common block holds no call.
+// A block with a lane above the medium limit, out of line, so that the common block holds no call.
 template <Op kOp, int kRegs>
 [[gnu::noinline]] void ComputeBlockAnySize(const D (&x)[kRegs][1],
                                            D (&out)[kRegs][ResultsOf(kOp)]) {
@@ -273,13 +325,15 @@ template <Op kOp, int kRegs>
 }
 
 // The formula of each member on a block of registers of any finite x, with one test of the
-// block's magnitudes: a high word up to 0x40EFFFFF is a magnitude below 2^16 <= kMediumLimit.
+// block's magnitudes: a high word up to 0x40EFFFFF is a magnitude below 2^16 <= kMediumLimit,
+// one up to 0x40DFFFFF below 2^15 for the finer rows.
 template <Op kOp, int kRegs>
 [[gnu::always_inline]] inline void ComputeBlock(const D (&x)[kRegs][1],
                                                 D (&out)[kRegs][ResultsOf(kOp)]) {
-  D big = x[0][0].HighWordsAbove(0x40EFFFFF);
+  constexpr uint32_t kLimit = RowBitsOf(kOp) == 9 ? 0x40EFFFFF : 0x40DFFFFF;
+  D big = x[0][0].HighWordsAbove(kLimit);
 #pragma GCC unroll 16
-  for (int k = 1; k < kRegs; ++k) big = big | D{x[k][0].HighWordsAbove(0x40EFFFFF)};
+  for (int k = 1; k < kRegs; ++k) big = big | D{x[k][0].HighWordsAbove(kLimit)};
   if (big.LaneBits() != 0) {
     ComputeBlockAnySize<kOp, kRegs>(x, out);
   } else {

@@ -50,20 +50,20 @@ void PrintSinTable() {
   mpfr_clears(j, v, static_cast<mpfr_ptr>(nullptr));
 }
 
-// Row j of the tangent at a = j pi/256 over a half turn, as {A high, A low, B high, B low}
-// with A / B = tan a and max(|A|, |B|) = 1: A = tan a, B = 1 where |tan a| <= 1 (rows 0 to 63
-// and 192 to 255), A = 1, B = cot a elsewhere.
+// Row j of the tangent at a = j pi/512 over a half turn, as {A high, A low, B high, B low}
+// with A / B = tan a and max(|A|, |B|) = 1: A = tan a, B = 1 where |tan a| <= 1 (rows 0 to 127
+// and 384 to 511), A = 1, B = cot a elsewhere.
 void PrintTanTable() {
-  printf("// Row j: A / B = tan(j pi/256), one of them 1 and the other in [-1, 1],\n"
+  printf("// Row j: A / B = tan(j pi/512), one of them 1 and the other in [-1, 1],\n"
          "// as {A high, A low, B high, B low}.\n");
-  printf("alignas(32) inline constexpr double kTanTable[256][4] = {\n");
+  printf("alignas(32) inline constexpr double kTanTable[512][4] = {\n");
   mpfr_t j, v;
   mpfr_inits2(kPrec, j, v, static_cast<mpfr_ptr>(nullptr));
-  for (int row = 0; row < 256; ++row) {
-    const bool cot = ((row + 64) & 128) != 0;
+  for (int row = 0; row < 512; ++row) {
+    const bool cot = ((row + 128) & 256) != 0;
     // cot a = tan(pi/2 - a).
-    mpfr_set_si(j, cot ? 128 - row : row, MPFR_RNDN);
-    mpfr_tanu(v, j, 512, MPFR_RNDN);
+    mpfr_set_si(j, cot ? 256 - row : row, MPFR_RNDN);
+    mpfr_tanu(v, j, 1024, MPFR_RNDN);
     // Row 0 holds tan 0 as -0, so that num = A + B t keeps the sign of t = -0.
     const double hi = row == 0 ? -0.0 : mpfr_get_d(v, MPFR_RNDN);
     mpfr_sub_d(v, v, hi, MPFR_RNDN);

@@ -80,10 +80,12 @@ void Pow3o2Steps(mpfr_ptr t, mpfr_srcptr v) {
   mpfr_abs(t, t, MPFR_RNDN);  // +0 for -0
 }
 
-// The end of the medium reduction, two arguments where its rest reaches 2^-50, the table step
-// pi/512, multiples of pi/2 and pi, huge arguments (the double closest to a multiple of pi/2).
+// The ends of the medium reductions (rows of pi/256 and pi/512), two arguments where the rest
+// reaches 2^-50, the step pi/512, multiples of pi/2 and pi, huge arguments (the double closest
+// to a multiple of pi/2).
 const std::vector<double> kTrigPoints = {
     65536.00349206588, 65536.0, 65537.0, 64473.213697426458, -63344.04660132368,
+    32768.00174603294, 32768.0, -32769.0,
     0x1p-26, 0.0061359231515425647, 1.5707963267948966,
     3.1415926535897931, 4.7123889803846897, 1e22, 6381956970095103.0 * 0x1p797, 0x1p1000,
     1e300, 1.7976931348623157e308};
