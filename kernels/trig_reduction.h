@@ -1,7 +1,8 @@
 // The reduction and evaluation shared by the double members of the trigonometric family, and by
-// the single members for their huge arguments: x = k 2pi + j pi/256 + (r - excess), with
-// |r| <= pi/512 (a little more past the medium limit) and the excess of r below 2^-50, then
-// sin and cos, or tan, of the table angle j pi/256 combined with short series in r.
+// the single members for their huge arguments: x = k 2pi + j step + (r - excess), with the step
+// pi/256 for sin and cos and pi/512 for tan, |r| at most half a step (a little more past the
+// medium limit) and the excess of r below 2^-50, then sin and cos, or tan, of the table angle
+// j step combined with short series in r.
 #ifndef QOR_KERNELS_TRIG_REDUCTION_H_
 #define QOR_KERNELS_TRIG_REDUCTION_H_
 
@@ -38,8 +39,8 @@ inline D Abs(D x) { return x & kAbsMask(); }
 inline D SignOf(D x) { return x & kSignMask(); }
 inline D Xor(D a, D b) { return {_mm_xor_pd(a.raw, b.raw)}; }
 
-// The reduced argument x - n pi/256 = r - excess: the table row n in the low 9 bits of each
-// lane of j. The excess of r is kept rather than its error, so that it is +0 for x = -0, and
+// The reduced argument x - n step = r - excess: the table row n in the low bits of each lane
+// of j. The excess of r is kept rather than its error, so that it is +0 for x = -0, and
 // a series minus the excess keeps the sign of a zero.
 struct Reduced {
   D r, excess;
@@ -161,10 +162,10 @@ template <int kRowBits>
   return big;
 }
 
-// The reduction of x beyond the medium limit, out of line. The rows of 10 bits take, up to the
-// medium limit of 9 bits, the medium reduction to rows of 9 bits, each split in two: r itself
-// reduced to rows of 10 bits (its row s in {-1, 0, 1}) makes j = 2 n + s, and the two
-// excesses add. Lanes above that take the big stage.
+// The reduction of x beyond the medium limit, for the out-of-line block. The rows of 10 bits
+// take, up to the medium limit of 9 bits, the medium reduction to rows of 9 bits, each split in
+// two: r itself reduced to rows of 10 bits (its row s in {-1, 0, 1}) makes j = 2 n + s, and
+// the two excesses add. Lanes above that take the big stage.
 template <int kRowBits>
 [[gnu::always_inline]] inline Reduced ReduceBeyond(D x) {
   if constexpr (kRowBits == 10) {
@@ -180,14 +181,16 @@ template <int kRowBits>
   }
 }
 
-// Both stages by lane: the medium one, and where kAnySize the rest, out of line, for the lanes
-// above the medium limit.
+// Both stages by lane: the medium one, and where kAnySize (the out-of-line block) the rest for
+// the lanes above the medium limit.
 template <int kRowBits, bool kAnySize>
 [[gnu::always_inline]] inline Reduced Reduce(D x) {
   static constexpr S medium{kMediumLimit / kRefine<kRowBits>};
   const Reduced red = ReduceMedium<kRowBits>(x);
   const D beyond = D::Greater(Abs(x), medium());
-  if (kAnySize && beyond.LaneBits() != 0) return SelectLanes(beyond, ReduceBeyond<kRowBits>(x), red);
+  if (kAnySize && beyond.LaneBits() != 0) {
+    return SelectLanes(beyond, ReduceBeyond<kRowBits>(x), red);
+  }
   return red;
 }
 
@@ -210,10 +213,10 @@ template <int kMask>
 }
 
 // sin and cos of |x| from its reduction: the row's cos C = c + cm1 and sin S = s + sl, with
-// e = -excess, sin(a + r + e) = S cos r + C sin r + e C and cos(a + r + e) = C cos r - S sin r
-// - e S (e reaches 2^-50 near the medium limit, so C and S are whole there). The products c r and s r
-// are exact where their sums cancel, since c or s is +-1 or 0 there; the rounding error of the
-// first addition is kept.
+// e = -excess, sin(a + r + e) = S cos r + C sin r + e C and
+// cos(a + r + e) = C cos r - S sin r - e S (e reaches 2^-50 near the medium limit, so C and S
+// are whole there). The products c r and s r are exact where their sums cancel, since c or s
+// is +-1 or 0 there; the rounding error of the first addition is kept.
 template <bool kSin, bool kCos>
 [[gnu::always_inline]] inline void Evaluate(const Reduced& red, Parts* sin_parts,
                                             Parts* cos_parts) {
