@@ -107,16 +107,21 @@ inline double HypotDouble(double x, double y) {
   return t + ((r - t / post) + c) * post;
 }
 
-// Float lanes whose sum of squares may leave the normal floats: a magnitude from 2^63 up
-// (infinities and NaNs included), or both below 2^-63 (zeros included).
+// x*x + y*y of float lanes, summed in double (exact but for that one rounding) and rounded to
+// float; the range test and the root take the same value.
+[[gnu::always_inline]] inline Vec<float> FloatSumOfSquares(Vec<float> x, Vec<float> y) {
+  return Narrow(SumOfSquares(WidenLow(x), WidenLow(y)), SumOfSquares(WidenHigh(x), WidenHigh(y)));
+}
+
+// Float lanes whose rounded sum of squares s is not a normal float: zero or subnormal (its
+// rounding then errs by more than 2^-24 of it), infinite (the root may still be finite) or
+// NaN. The image of s plus 0x7F800000 stays below -0x01000000, as signed, exactly for s in
+// [2^-126, the largest float].
 inline int FlagFloatHypot(Vec<float> x, Vec<float> y) {
-  const __m128i magnitude = _mm_set1_epi32(0x7FFFFFFF);
-  const __m128i ax = _mm_and_si128(x.Image(), magnitude), ay = _mm_and_si128(y.Image(), magnitude);
-  const __m128i big = _mm_set1_epi32(0x5EFFFFFF), tiny = _mm_set1_epi32(0x20000000);
-  const __m128i flagged =
-      _mm_or_si128(_mm_or_si128(_mm_cmpgt_epi32(ax, big), _mm_cmpgt_epi32(ay, big)),
-                   _mm_and_si128(_mm_cmpgt_epi32(tiny, ax), _mm_cmpgt_epi32(tiny, ay)));
-  return _mm_movemask_ps(_mm_castsi128_ps(flagged));
+  const __m128i shifted =
+      _mm_add_epi32(FloatSumOfSquares(x, y).Image(), _mm_set1_epi32(0x7F800000));
+  return _mm_movemask_ps(
+      _mm_castsi128_ps(_mm_cmpgt_epi32(shifted, _mm_set1_epi32(-0x01000001))));
 }
 
 // hypot in blocks, also in the loop form: it reports nothing. Float lanes sum their squares in
@@ -134,9 +139,7 @@ struct Hypot {
 
   [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[2], Vec<T> (&out)[1]) {
     if constexpr (sizeof(T) == 4) {
-      const Vec<float> s = Narrow(SumOfSquares(WidenLow(in[0]), WidenLow(in[1])),
-                                  SumOfSquares(WidenHigh(in[0]), WidenHigh(in[1])));
-      out[0] = {_mm_sqrt_ps(s.raw)};
+      out[0] = {_mm_sqrt_ps(FloatSumOfSquares(in[0], in[1]).raw)};
     } else {
       out[0] = HypotBlock(in[0], in[1]);
     }

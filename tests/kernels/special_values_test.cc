@@ -94,6 +94,9 @@ TEST(SpecialValues, FunctionsOfTwoInputs) {
   RunCases<Binary>({
       {"sd", "Hypot", {{kInf, kNaN, kInf}, {kNaN, -kInf, kInf}, {kNaN, 1.0, kNaN}}},
       {"s", "Hypot", {{3 * 0x1p125, 4 * 0x1p125, 5 * 0x1p125}, {0x1.8p127, 0x1.8p127, kInf}}},
+      // Squares beyond the floats, or below their normal range, under a root within them.
+      {"s", "Hypot", {{0x1p100, -1.0, 0x1p100}, {3 * 0x1p-100, 4 * 0x1p-100, 5 * 0x1p-100},
+                      {0x1p-149, -0.0, 0x1p-149}, {0x1.fffffep127, 0.0, 0x1.fffffep127}}},
       {"d", "Hypot", {{3 * 0x1p1021, 4 * 0x1p1021, 5 * 0x1p1021}, {0x1.8p1023, 0x1.8p1023, kInf}}},
       // A subnormal result rounded once (twice, it is one ulp too low).
       {"d", "Hypot", {{0x0.046d073ab73aap-1022, 0x0.b4ae035a7ba5dp-1022, 0x0.b4bbe362b51afp-1022}}},
