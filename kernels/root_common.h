@@ -20,14 +20,13 @@ using F = Vec<float>;
 // Clears the low 11 bits of a float: the seed keeps 13 significant bits.
 inline constexpr uint32_t kSeedMask = 0xFFFFF800u;
 
-// (1 - e)^(-1/2) - 1, fitted, without the constant term, as (a0 + a1 e) e + (a2 + a3 e) e^3:
-// two short chains in place of one long one. e is below 2^-12, so the order of the sum does
-// not matter to the result.
-template <class V>
-inline V InvSqrtSeries(V e) {
-  const V e3 = e * e * e;
-  return (V(0.49999999999997785) + V(0.37500000000001366) * e) * e +
-         (V(0.31250016501874495) + V(0.27343754675366555) * e) * e3;
+// (1 - e)^(-1/2) - 1, fitted, by Horner's rule from the highest power down. e is below 2^-12,
+// so that the order of the sum does not matter to the result, and the block's registers run
+// their chains side by side.
+inline constexpr Splat<double> kSeries1{0.49999999999997785}, kSeries2{0.37500000000001366},
+    kSeries3{0.31250016501874495}, kSeries4{0.27343754675366555}, kOne{1.0};
+[[gnu::always_inline]] inline D InvSqrtSeries(D e) {
+  return (((kSeries4() * e + kSeries3()) * e + kSeries2()) * e + kSeries1()) * e;
 }
 
 // 1/sqrt of four floats, rounded to 13 significant bits.
@@ -42,7 +41,7 @@ inline __m128 SeedInvSqrtFloat(__m128 f) {
 // the image shifted by 29 is the exponent's lowest bit, which makes the field 127 for an even
 // unbiased exponent and 126 for an odd one.
 template <int kRegs>
-inline void SeedEstimates(const D (&x)[kRegs][1], D (&y0)[kRegs]) {
+[[gnu::always_inline]] inline void SeedEstimates(const D (&x)[kRegs][1], D (&y0)[kRegs]) {
   const auto estimate = [](__m128 shifted) {
     const __m128i f = _mm_or_si128(_mm_and_si128(_mm_castps_si128(shifted), _mm_set1_epi32(0x00FFFFFF)),
                                    _mm_set1_epi32(0x3F000000));
@@ -66,23 +65,21 @@ inline void SeedEstimates(const D (&x)[kRegs][1], D (&y0)[kRegs]) {
 // and e = 1 - u^2 x from them, also exact (u has 13 bits).
 struct SqrtSeed {
   D u, uxh, uxl, e;
-  SqrtSeed(D x, D y0) {
-    // x = f * 2^(2k) with k = (E - 1022) >> 1 = ((E + 2) >> 1) - 512; u = y0 * 2^-k is made by
-    // adding -k to y0's exponent field: (E + 2) >> 1 in place is a shift and a mask.
-    const __m128i half = _mm_and_si128(_mm_srli_epi64(_mm_add_epi64(x.Image(), _mm_set1_epi64x(2ll << 52)), 1),
-                                       _mm_set1_epi64x(0x7FF0000000000000ll));
-    const __m128i minus_k = _mm_sub_epi64(_mm_set1_epi64x(512ll << 52), half);
-    u = D::FromImage(_mm_add_epi64(y0.Image(), minus_k));
+  [[gnu::always_inline]] SqrtSeed(D x, D y0) {
+    // x = f * 2^(2k) with k = (E - 1022) >> 1 = (E >> 1) - 511; u = y0 * 2^-k is made by
+    // adding -k to y0's exponent field: E >> 1 in place is a shift and a mask.
+    const __m128i half = _mm_and_si128(_mm_srli_epi64(x.Image(), 1), _mm_set1_epi64x(0x7FF0000000000000ll));
+    u = D::FromImage(_mm_sub_epi64(_mm_add_epi64(y0.Image(), _mm_set1_epi64x(511ll << 52)), half));
     const D xh = x & D::FromBits(kSplitMask);
     uxh = u * xh;
     uxl = u * (x - xh);
-    e = (D(1.0) - uxh * u) - uxl * u;
+    e = (kOne() - uxh * u) - uxl * u;
   }
 };
 
 // A root block of kRegs registers: Block(x, y0) per register after the shared estimates.
 template <D (*Block)(D, D), int kRegs>
-inline void RootBlock(const D (&x)[kRegs][1], D (&y)[kRegs][1]) {
+[[gnu::always_inline]] inline void RootBlock(const D (&x)[kRegs][1], D (&y)[kRegs][1]) {
   D y0[kRegs];
   SeedEstimates(x, y0);
 #pragma GCC unroll 8

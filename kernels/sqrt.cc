@@ -11,14 +11,14 @@ namespace roots {
 namespace {
 
 // sqrt x = u x (1 - e)^(-1/2) = u xh + (u xl + u x c).
-inline D SqrtBlock(D x, D y0) {
+[[gnu::always_inline]] inline D SqrtBlock(D x, D y0) {
   const SqrtSeed s(x, y0);
   const D c = InvSqrtSeries(s.e);
   return s.uxh + (s.uxl + s.u * x * c);
 }
 
 // 1/sqrt x = u (1 - e)^(-1/2) = u + u c.
-inline D InvSqrtBlock(D x, D y0) {
+[[gnu::always_inline]] inline D InvSqrtBlock(D x, D y0) {
   const SqrtSeed s(x, y0);
   return s.u + s.u * InvSqrtSeries(s.e);
 }
@@ -29,7 +29,7 @@ struct DoubleRoot {
   static constexpr int kInputs = 1, kResults = 1, kBlock = 16;
   static constexpr bool kCanFail = true, kComputeBlock = true;
   template <int kRegs>
-  static void ComputeBlock(const D (&in)[kRegs][1], D (&out)[kRegs][1]) {
+  [[gnu::always_inline]] static void ComputeBlock(const D (&in)[kRegs][1], D (&out)[kRegs][1]) {
     RootBlock<Block>(in, out);
   }
   static int Flag(const D (&in)[1]) { return FlagOutsideSeedRange(in[0]); }
@@ -67,7 +67,7 @@ struct FloatSqrt {
 // is u^2 x, and the series finishes in double.
 inline __m128d InvSqrtHalf(__m128 x, __m128 u) {
   const D xd = {_mm_cvtps_pd(x)}, ud = {_mm_cvtps_pd(u)};
-  const D e = D(1.0) - ud * xd * ud;
+  const D e = kOne() - ud * xd * ud;
   return (ud + ud * InvSqrtSeries(e)).raw;
 }
 
