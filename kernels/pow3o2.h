@@ -1,5 +1,4 @@
-// x^(3/2) in double-double, as one element and on two double lanes, shared by Pow3o2 and Powx,
-// and Dekker's product.
+// x^(3/2) in double-double, as one element and on two double lanes, shared by Pow3o2 and Powx.
 #ifndef QOR_KERNELS_POW3O2_H_
 #define QOR_KERNELS_POW3O2_H_
 
@@ -11,17 +10,6 @@
 
 namespace tem {
 namespace roots {
-
-inline constexpr double kSplitter = 134217729.0;  // 2^27 + 1
-
-// a * b = hi + lo exactly (Dekker), for products far from overflow and underflow.
-inline void TwoProduct(double a, double b, double* hi, double* lo) {
-  const double ta = kSplitter * a, tb = kSplitter * b;
-  const double ah = ta - (ta - a), bh = tb - (tb - b);
-  const double al = a - ah, bl = b - bh;
-  *hi = a * b;
-  *lo = ((ah * bh - *hi) + ah * bl + al * bh) + al * bl;
-}
 
 // x^(3/2) = x * (s + (x - s * s) / (2 s)) with s the rounded root, the product in double-double.
 // x is scaled by 2^-+400 away from the ends of the range, the result back by 2^+-600. A negative
@@ -43,13 +31,17 @@ struct Pow3o2Fn {
       a *= 0x1p-400;
       post = 0x1p600;
     }
-    const double s = sqrt(a);
-    double ss, ss_lo, p, p_lo;
-    TwoProduct(s, s, &ss, &ss_lo);
-    const double s_lo = ((a - ss) - ss_lo) / (2.0 * s);
-    TwoProduct(a, s, &p, &p_lo);
-    *r = (p + (p_lo + a * s_lo)) * post;
+    *r = _mm_cvtsd_f64(Scaled(_mm_set1_pd(a))) * post;
     return isinf(static_cast<T>(*r)) ? TEM_STATUS_OVERFLOW : TEM_STATUS_OK;
+  }
+  // The formula on lanes that need no scaling: the products by Dekker's split.
+  static __m128d Scaled(__m128d a) {
+    const __m128d s = _mm_sqrt_pd(a);
+    const PairPd square = TwoProdPd(s, s);
+    const __m128d rest = _mm_sub_pd(_mm_sub_pd(a, square.hi), square.lo);
+    const __m128d s_lo = _mm_div_pd(rest, _mm_add_pd(s, s));
+    const PairPd p = TwoProdPd(a, s);
+    return _mm_add_pd(p.hi, _mm_add_pd(p.lo, _mm_mul_pd(a, s_lo)));
   }
 };
 
@@ -60,13 +52,8 @@ struct Pow3o2Fn {
 template <class T>
 struct Pow3o2Lanes : Pow3o2Fn<T> {
   static __m128d Lanes(__m128d a) {
-    const __m128d s = _mm_sqrt_pd(a);
-    if constexpr (sizeof(T) == 4) return _mm_mul_pd(a, s);
-    const PairPd square = TwoProdPd(s, s);
-    const __m128d rest = _mm_sub_pd(_mm_sub_pd(a, square.hi), square.lo);
-    const __m128d s_lo = _mm_div_pd(rest, _mm_add_pd(s, s));
-    const PairPd p = TwoProdPd(a, s);
-    return _mm_add_pd(p.hi, _mm_add_pd(p.lo, _mm_mul_pd(a, s_lo)));
+    if constexpr (sizeof(T) == 4) return _mm_mul_pd(a, _mm_sqrt_pd(a));
+    return Pow3o2Fn<T>::Scaled(a);
   }
   static int Flag(__m128d x) {
     constexpr uint32_t kLimit = __builtin_bit_cast(uint64_t, Pow3o2Fn<T>::kMayOverflow) >> 32;

@@ -28,10 +28,14 @@ struct Pow2o3Fn {
       a *= 0x1p-600;
       post = 0x1p400;
     }
-    double hi, lo;
-    TwoProduct(a, a, &hi, &lo);
-    *r = CbrtBlock<false>(D::Set(hi), D::Set(lo / (3.0 * hi))).Lane0() * post;
+    *r = _mm_cvtsd_f64(Scaled(_mm_set1_pd(a))) * post;
     return TEM_STATUS_OK;
+  }
+  // The formula on magnitudes that need no scaling.
+  static __m128d Scaled(__m128d a) {
+    const PairPd square = TwoProdPd(a, a);
+    const __m128d t = _mm_div_pd(square.lo, _mm_mul_pd(_mm_set1_pd(3.0), square.hi));
+    return CbrtBlock<false>(D{square.hi}, D{t}).raw;
   }
 };
 
@@ -171,9 +175,7 @@ template <class T>
 struct Pow2o3Lanes : Pow2o3Fn {
   static __m128d Lanes(__m128d x) {
     if constexpr (sizeof(T) == 4) return CbrtBlock<false>(D{_mm_mul_pd(x, x)}).raw;
-    const PairPd square = TwoProdPd(Magnitude(x), Magnitude(x));
-    const __m128d t = _mm_div_pd(square.lo, _mm_mul_pd(_mm_set1_pd(3.0), square.hi));
-    return CbrtBlock<false>(D{square.hi}, D{t}).raw;
+    return Scaled(Magnitude(x));
   }
   static int Flag(__m128d x) { return FlagHighOutside<0x20B00000, 0x5F300000>(Magnitude(x)); }
 };
