@@ -148,6 +148,9 @@ struct alignas(16) Splat {
   }
 };
 
+// 1.0 in both double lanes, which many formulas share.
+inline constexpr Splat<double> kOne{1.0};
+
 // The 64-bit pattern `bits` in both lanes, loaded whole for the same reason as Splat.
 [[gnu::always_inline]] inline __m128i WholeBits64(uint64_t bits) {
   __m128i v = _mm_set1_epi64x(static_cast<long long>(bits));

@@ -210,7 +210,7 @@ struct Expm1Reduction {
 // table of 2^(i/128) and a short series. Always inlined, so that the four double registers of a
 // block run side by side.
 namespace wide {
-inline constexpr Splat<double> kOdd3{1.0 / 6}, kEven2{1.0 / 2}, kEven4{1.0 / 24}, kOne{1.0};
+inline constexpr Splat<double> kOdd3{1.0 / 6}, kEven2{1.0 / 2}, kEven4{1.0 / 24};
 
 // 2^m times a power of two whose exponent stays in range.
 [[gnu::always_inline]] inline D TimesPow2(D power, __m128i m_field) {

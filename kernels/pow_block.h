@@ -24,7 +24,7 @@ inline constexpr double kShifter = 52776558133248.0;
 
 // The block's constants, each loaded whole.
 namespace lanes {
-inline constexpr S kOne{1.0}, kHead26Mask{__builtin_bit_cast(double, kSplitMask)},
+inline constexpr S kHead26Mask{__builtin_bit_cast(double, kSplitMask)},
     kHead18Mask{__builtin_bit_cast(double, kHead18)}, kInvLn2H{kInvLn2Head},
     kInvLn2R{kInvLn2Rest}, kInvLn2{kInvLn2Head + kInvLn2Rest}, kMinusHalfH{-kHalfInvLn2Head},
     kMinusHalfR{-kHalfInvLn2Rest}, kHalf{kHalfInvLn2}, kMinusHalf{-kHalfInvLn2},

@@ -24,7 +24,7 @@ inline constexpr uint32_t kSeedMask = 0xFFFFF800u;
 // so that the order of the sum does not matter to the result, and the block's registers run
 // their chains side by side.
 inline constexpr Splat<double> kSeries1{0.49999999999997785}, kSeries2{0.37500000000001366},
-    kSeries3{0.31250016501874495}, kSeries4{0.27343754675366555}, kOne{1.0};
+    kSeries3{0.31250016501874495}, kSeries4{0.27343754675366555};
 [[gnu::always_inline]] inline D InvSqrtSeries(D e) {
   return (((kSeries4() * e + kSeries3()) * e + kSeries2()) * e + kSeries1()) * e;
 }

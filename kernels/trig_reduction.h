@@ -34,7 +34,7 @@ inline constexpr double kRefine = kRowBits == 9 ? 1.0 : 2.0;
 
 using S = Splat<double>;
 inline constexpr S kAbsMask{__builtin_bit_cast(double, 0x7FFFFFFFFFFFFFFFull)};
-inline constexpr S kSignMask{-0.0}, kOne{1.0}, kTop26{__builtin_bit_cast(double, kSplitMask)};
+inline constexpr S kSignMask{-0.0}, kTop26{__builtin_bit_cast(double, kSplitMask)};
 inline D Abs(D x) { return x & kAbsMask(); }
 inline D SignOf(D x) { return x & kSignMask(); }
 inline D Xor(D a, D b) { return {_mm_xor_pd(a.raw, b.raw)}; }

@@ -1,6 +1,6 @@
 // Generates the tables of the trigonometric family with MPFR: sine and cosine at the 512
-// multiples of pi/256, tangent or cotangent at the first 256, the windows of the bits of 2/pi
-// for the reduction of huge arguments, and the parts of the reduction constants.
+// multiples of pi/256, tangent or cotangent at the 512 multiples of pi/512, the windows of the
+// bits of 2/pi for the reduction of huge arguments, and the parts of the reduction constants.
 //
 //   gen_trig_tables > kernels/trig_tables.inc
 #include <gmp.h>
