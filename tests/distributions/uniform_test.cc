@@ -20,10 +20,9 @@ TEST(UniformTest, RealUniformsAreTheGeneratorsOutputClampedWhenAccurate) {
     ASSERT_EQ(_rofdRngUniform(method, ds, 6, d.data(), 2, 6), ROF_STATUS_OK);
     ScriptedStream ss(u);
     ASSERT_EQ(_rofsRngUniform(method, ss, 6, f.data(), 2, 6), ROF_STATUS_OK);
-    for (size_t i = 0; i < u.size(); ++i) {
-      EXPECT_TRUE(d[i] == expect[i] || (isnan(d[i]) && isnan(expect[i]))) << i << " " << d[i];
-      EXPECT_TRUE(f[i] == expect[i] || (isnan(f[i]) && isnan(expect[i]))) << i << " " << f[i];
-    }
+    for (size_t i = 0; i < u.size(); ++i)
+      for (double got : {d[i], double(f[i])})
+        EXPECT_TRUE(got == expect[i] || (isnan(got) && isnan(expect[i]))) << i << " " << got;
   }
 }
 

@@ -125,9 +125,7 @@ TEST(Mt19937Test, SkipAheadEqualsStepping) {
       SCOPED_TRACE(testing::Message() << offset << " " << nskip);
       Stream jumped(ROF_BRNG_MT19937, {11, 12}), stepped(ROF_BRNG_MT19937, {11, 12}),
           horner(ROF_BRNG_MT19937, {11, 12});
-      jumped.Words(offset);
-      stepped.Words(offset);
-      horner.Words(offset);
+      for (Stream* s : {&jumped, &stepped, &horner}) s->Words(offset);
       ASSERT_EQ(__rofSkipAheadStream(jumped, static_cast<long long>(nskip)), ROF_STATUS_OK);
       rofSkipAheadDesc desc = j.desc;
       desc.nskip = nskip;
@@ -143,8 +141,7 @@ TEST(Mt19937Test, SkipAheadEqualsStepping) {
       EXPECT_EQ(horner.Words(1500), expect);
     }
   Stream once(ROF_BRNG_MT19937, {7}), parts(ROF_BRNG_MT19937, {7});
-  once.Words(100);
-  parts.Words(100);
+  for (Stream* s : {&once, &parts}) s->Words(100);
   ASSERT_EQ(__rofSkipAheadStream(once, 1ll << 40), ROF_STATUS_OK);
   for (int k = 0; k < 4; ++k) ASSERT_EQ(__rofSkipAheadStream(parts, 1ll << 38), ROF_STATUS_OK);
   EXPECT_EQ(once.Words(1000), parts.Words(1000));

@@ -137,10 +137,7 @@ TEST_F(ChunksTest, SharedTable) {
   EXPECT_EQ(__rofGenerateNewGlobalRODataTableEntryId(key, 0x1234), ROF_STATUS_OK);
   EXPECT_TRUE(key[0] == 42 && key[1] == 0x1234);
   uint64_t keys[129][2];
-  for (int i = 0; i < 129; ++i) {
-    keys[i][0] = 100 + i;
-    keys[i][1] = 5;
-  }
+  for (int i = 0; i < 129; ++i) keys[i][0] = 100 + i, keys[i][1] = 5;
   for (int i = 0; i < 127; ++i)
     ASSERT_EQ(__rofCreateGlobRODataTableEntry(&entry, keys[i], ChunkData(1, 0)), ROF_STATUS_OK);
   // 127 in use: a chunk of a new key stays private.
