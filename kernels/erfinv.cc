@@ -44,6 +44,9 @@ T InvalidNaN(T x) {
 // 2^-766: |z| below it (z the result scaled by 2^256) means a subnormal result.
 constexpr double kSubnormalBias = 2.5764595078388533e-231;
 
+// The centre of m's range [1, 1.25), as a whole register.
+constexpr Splat<double> kMid{1.125};
+
 struct ErfInvDouble {
   using T = double;
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
@@ -60,60 +63,57 @@ struct ErfInvDouble {
   // the top bits of both sides; the set lanes are the ones at or below the limit, which spares
   // an inversion of the compare.
   static __m128i StayMask(__m128d a) {
-    const __m128i biased =
-        _mm_add_epi32(HighWords(a), _mm_set1_epi32(static_cast<int>(0xC35FFFFFu ^ 0x80000000u)));
-    return _mm_cmpgt_epi32(_mm_set1_epi32(static_cast<int>(0x034FFFFFu ^ 0x80000000u)), biased);
+    const __m128i biased = _mm_add_epi32(HighWords(a), WholeBits32(0xC35FFFFFu ^ 0x80000000u));
+    return _mm_cmpgt_epi32(WholeBits32(0x034FFFFFu ^ 0x80000000u), biased);
+  }
+
+  static __m128d Magnitude(__m128d x) {
+    return _mm_and_pd(x, _mm_castsi128_pd(WholeBits64(0x7FFFFFFFFFFFFFFFull)));
+  }
+
+  // The value of the pairs P(k) = (r(2k+1), r(2k+2)) of one row, as a polynomial in s = t^2 by
+  // Horner's rule, with the pairs taken from the table as aligned 16-byte operands:
+  // (odd, even) with odd = r1 + r3 t^2 + ... + r13 t^12 and even = r2 + r4 t^2 + ... + r14 t^12.
+  [[gnu::always_inline]] static __m128d RowPairs(const double* r, __m128d s) {
+    __m128d p = _mm_load_pd(r + 13);
+#pragma GCC unroll 6
+    for (int k = 5; k >= 0; --k) p = _mm_add_pd(_mm_mul_pd(p, s), _mm_load_pd(r + 2 * k + 1));
+    return p;
   }
 
   [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     const __m128d x = in[0].raw;
-    const __m128d one = _mm_set1_pd(1.0);
-    const __m128d a = _mm_andnot_pd(_mm_set1_pd(-0.0), x);
+    const __m128d one = kOne().raw;
+    const __m128d a = Magnitude(x);
     const __m128d w = _mm_sub_pd(one, a);
     // 1 - a = w + e exactly.
     const __m128d e = _mm_sub_pd(_mm_sub_pd(one, w), a);
     // Row 4091 - key, key = the bits of w >> 50: exponent and two top mantissa bits; flagged
     // lanes read row 0. The byte offsets, row * 144, come from one multiplication of the 64-bit
     // lanes.
-    const __m128i key = _mm_srli_epi64(_mm_castpd_si128(w), 50);
-    const __m128i row = _mm_and_si128(StayMask(a), _mm_sub_epi32(_mm_set1_epi32(4091), key));
-    const __m128i offset = _mm_mul_epu32(row, _mm_set1_epi32(sizeof(temErfInvTableDRow)));
-    const __m128i offset1 = _mm_shuffle_epi32(offset, _MM_SHUFFLE(3, 2, 3, 2));
+    const __m128i wbits = _mm_castpd_si128(w);
+    const __m128i key = _mm_srli_epi64(wbits, 50);
+    const __m128i row = _mm_and_si128(StayMask(a), _mm_sub_epi32(WholeBits32(4091), key));
+    const __m128i offset = _mm_mul_epu32(row, WholeBits32(sizeof(temErfInvTableDRow)));
     const char* base = reinterpret_cast<const char*>(temErfInvTableD);
     const double* r0 =
         reinterpret_cast<const temErfInvTableDRow*>(base + _mm_cvtsi128_si64(offset))->r;
-    const double* r1 =
-        reinterpret_cast<const temErfInvTableDRow*>(base + _mm_cvtsi128_si64(offset1))->r;
+    const double* r1 = reinterpret_cast<const temErfInvTableDRow*>(
+                           base + _mm_cvtsi128_si64(_mm_unpackhi_epi64(offset, offset)))
+                           ->r;
     // m in [1, 1.25): w's low 50 mantissa bits under the exponent of 1; t0 = m - 1.125 is exact.
-    const __m128i wbits = _mm_castpd_si128(w);
-    const __m128d m = _mm_castsi128_pd(
-        _mm_or_si128(_mm_and_si128(wbits, _mm_set1_epi64x(0x0003FFFFFFFFFFFFll)),
-                     _mm_set1_epi64x(0x3FF0000000000000ll)));
-    const __m128d t0 = _mm_sub_pd(m, _mm_set1_pd(1.125));
+    const __m128d m = _mm_castsi128_pd(_mm_or_si128(
+        _mm_and_si128(wbits, WholeBits64(0x0003FFFFFFFFFFFFull)), kOne().Image()));
+    const __m128d t0 = _mm_sub_pd(m, kMid().raw);
     // e at the weight of t is e * 2^-exponent(w), and that is 2e: e is zero unless a < 1/2,
     // where 1 - a is inexact, and there w lies in [1/2, 1).
-    const __m128d t = _mm_add_pd(_mm_mul_pd(e, _mm_set1_pd(2.0)), t0);
-    // P = t (r1 + t (r2 + ... + t r14)) = t (odd + t even), odd = r1 + r3 t^2 + ... + r13 t^12
-    // and even = r2 + r4 t^2 + ... + r14 t^12. Each lane evaluates the pairs
-    // P(k) = (r(2k+1), r(2k+2)) of its own row, taken from the table as aligned 16-byte
-    // operands, as a polynomial in s = t^2 by Estrin's scheme:
-    // (P0 + P1 s) + (P2 + P3 s) s^2 + ((P4 + P5 s) + P6 s^2) s^4. One transposition at the end
-    // gives odd and even of both lanes. The value is as accurate as Horner's in t: |t| < 1/8.
-    const __m128d t2 = _mm_mul_pd(t, t), t4 = _mm_mul_pd(t2, t2), t8 = _mm_mul_pd(t4, t4);
-    auto lane_pairs = [](const double* r, __m128d s, __m128d s2, __m128d s4) {
-      auto pair = [&](int k) { return _mm_load_pd(r + 2 * k + 1); };
-      auto mul_add = [](__m128d a, __m128d b, __m128d v) { return _mm_add_pd(a, _mm_mul_pd(b, v)); };
-      const __m128d low = mul_add(mul_add(pair(0), pair(1), s), mul_add(pair(2), pair(3), s), s2);
-      const __m128d high = mul_add(mul_add(pair(4), pair(5), s), pair(6), s2);
-      return mul_add(low, high, s4);
-    };
-    auto lane = [](__m128d v, int k) {
-      const __m128i bits = _mm_castpd_si128(v);
-      return _mm_castsi128_pd(k == 0 ? _mm_shuffle_epi32(bits, _MM_SHUFFLE(1, 0, 1, 0))
-                                     : _mm_shuffle_epi32(bits, _MM_SHUFFLE(3, 2, 3, 2)));
-    };
-    const __m128d h0 = lane_pairs(r0, lane(t2, 0), lane(t4, 0), lane(t8, 0));
-    const __m128d h1 = lane_pairs(r1, lane(t2, 1), lane(t4, 1), lane(t8, 1));
+    const __m128d t = _mm_add_pd(_mm_add_pd(e, e), t0);
+    // P = t (r1 + t (r2 + ... + t r14)) = t (odd + t even). Each lane evaluates its own row's
+    // pairs, and one transposition gives odd and even of both lanes. With |t| < 1/8 the split
+    // is as accurate as Horner's rule in t.
+    const __m128d t2 = _mm_mul_pd(t, t);
+    const __m128d h0 = RowPairs(r0, _mm_unpacklo_pd(t2, t2));
+    const __m128d h1 = RowPairs(r1, _mm_unpackhi_pd(t2, t2));
     const __m128d odd = _mm_unpacklo_pd(h0, h1), even = _mm_unpackhi_pd(h0, h1);
     // g = S + Q with S = r15, whose 26 bits make S xh exact, and Q = r0 + t (odd + t even + r16),
     // at most 2.2 % of S. The result is (Q x + S xl) + S xh: the roundings of the small part
@@ -124,16 +124,14 @@ struct ErfInvDouble {
     const __m128d low0 = Vec<double>::FromLanes(r0, r1).raw;
     const __m128d q =
         _mm_add_pd(_mm_mul_pd(_mm_add_pd(_mm_add_pd(_mm_mul_pd(even, t), odd), high1), t), low0);
-    const __m128d split = _mm_castsi128_pd(_mm_set1_epi64x(static_cast<long long>(kSplitMask)));
-    const __m128d xh = _mm_and_pd(x, split);
+    const __m128d xh = _mm_and_pd(x, _mm_castsi128_pd(WholeBits64(kSplitMask)));
     const __m128d xl = _mm_sub_pd(x, xh);
     out[0] =
         _mm_add_pd(_mm_add_pd(_mm_mul_pd(q, x), _mm_mul_pd(high0, xl)), _mm_mul_pd(high0, xh));
   }
 
   static int Flag(const Vec<T> (&in)[1]) {
-    return _mm_movemask_pd(
-               _mm_castsi128_pd(StayMask(_mm_andnot_pd(_mm_set1_pd(-0.0), in[0].raw)))) ^ 3;
+    return _mm_movemask_pd(_mm_castsi128_pd(StayMask(Magnitude(in[0].raw)))) ^ 3;
   }
   static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
 
