@@ -176,7 +176,8 @@ struct ErfInvDouble {
 
 struct ErfInvFloat {
   using T = float;
-  static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
+  // Blocks of four registers, whose row loads and polynomials overlap.
+  static constexpr int kInputs = 1, kResults = 1, kBlock = 16;
   static constexpr bool kCanFail = true;
 
   // Magnitudes outside [0x33800001, 0x3F7FFFFF]: up to 2^-24, from 1 up, infinities and NaNs.
@@ -196,15 +197,19 @@ struct ErfInvFloat {
     const __m128i row = _mm_andnot_si128(
         FlagMask(_mm_castps_si128(a)),
         _mm_sub_epi32(_mm_set1_epi32(1015), _mm_srli_epi32(wbits, 20)));
-    alignas(16) int rows[4];
-    _mm_store_si128(reinterpret_cast<__m128i*>(rows), row);
     // Rows of 32 bytes: two loads each, transposed so that register k holds f[k] of all lanes.
+    const __m128i offsets = _mm_slli_epi32(row, 5);
+    const char* base = reinterpret_cast<const char*>(temErfInvTableS);
+    auto row_at = [base](__m128i v) {
+      return reinterpret_cast<const float*>(base + static_cast<uint32_t>(_mm_cvtsi128_si32(v)));
+    };
+    const float* r[4] = {row_at(offsets), row_at(_mm_shuffle_epi32(offsets, 1)),
+                         row_at(_mm_shuffle_epi32(offsets, 2)),
+                         row_at(_mm_shuffle_epi32(offsets, 3))};
     __m128 f[8];
     for (int half = 0; half < 2; ++half) {
-      __m128 c0 = _mm_load_ps(temErfInvTableS[rows[0]] + 4 * half);
-      __m128 c1 = _mm_load_ps(temErfInvTableS[rows[1]] + 4 * half);
-      __m128 c2 = _mm_load_ps(temErfInvTableS[rows[2]] + 4 * half);
-      __m128 c3 = _mm_load_ps(temErfInvTableS[rows[3]] + 4 * half);
+      __m128 c0 = _mm_load_ps(r[0] + 4 * half), c1 = _mm_load_ps(r[1] + 4 * half);
+      __m128 c2 = _mm_load_ps(r[2] + 4 * half), c3 = _mm_load_ps(r[3] + 4 * half);
       _MM_TRANSPOSE4_PS(c0, c1, c2, c3);
       f[4 * half] = c0, f[4 * half + 1] = c1, f[4 * half + 2] = c2, f[4 * half + 3] = c3;
     }
@@ -221,6 +226,7 @@ struct ErfInvFloat {
     const __m128 tl = _mm_sub_ps(t, th);
 
     __m128 p = f[5];
+#pragma GCC unroll 4
     for (int k = 4; k >= 1; --k) p = _mm_add_ps(_mm_mul_ps(p, t), f[k]);
     p = _mm_mul_ps(p, t);
     p = _mm_add_ps(_mm_add_ps(p, f[0]), _mm_mul_ps(f[7], tl));
