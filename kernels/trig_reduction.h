@@ -271,12 +271,14 @@ template <bool kSin, bool kCos>
 }
 
 // num / den as qh + (num - qh den) / den, for den.hi of at most 26 significant bits, with qh
-// the top 26 bits of num / den: qh den.hi is exact, and so is num.hi - qh den.hi, as num.hi and
-// den.hi are within 2^-14 of num and den; den.lo enters by a plain product, rounded near 2^-60
-// of num. The remainder, below 2^-13 of num, is divided by a plain product with 1 / den.
+// the top 26 bits of num.hi / den, which leaves num.lo (below 2^-14 of num) to the remainder
+// and takes an addition off the chain before the product: qh den.hi is exact, and so is
+// num.hi - qh den.hi, as num.hi and den.hi are within 2^-14 of num and den; den.lo enters by a
+// plain product, rounded near 2^-60 of num. The remainder, below 2^-13 of num, is divided by a
+// plain product with 1 / den.
 [[gnu::always_inline]] inline D Quotient(const Parts& num, const Parts& den) {
   const D y = kOne() / den.Value();
-  const D qh = (num.Value() * y) & kTop26();
+  const D qh = (num.hi * y) & kTop26();
   // The remainder's negation, subtracted: num = -0 then gives -0.
   const D minus_rest = ((qh * den.hi - num.hi) - num.lo) + qh * den.lo;
   return qh - minus_rest * y;
