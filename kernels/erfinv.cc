@@ -6,12 +6,12 @@
 // companions.
 #include <stddef.h>
 #include <stdint.h>
-#include <string.h>
 
 #include <limits>
 
 #include "frame/kernel_frame.h"
 #include "kernels/float_format.h"
+#include "kernels/lane_ops.h"
 
 namespace tem {
 namespace {
@@ -20,13 +20,6 @@ namespace {
 
 static_assert(sizeof(temErfInvTableDRow) == 144 && offsetof(temErfInvTableDRow, r) == 8,
               "double rows keep their coefficient pairs on 16-byte boundaries");
-
-template <class To, class From>
-To BitCast(From from) {
-  To to;
-  memcpy(&to, &from, sizeof to);
-  return to;
-}
 
 // Lanes of 32-bit integers whose value v, as unsigned, exceeds `limit`.
 inline __m128i UnsignedAbove(__m128i v, uint32_t limit) {
@@ -52,24 +45,11 @@ struct ErfInvDouble {
   static constexpr int kInputs = 1, kResults = 1, kBlock = 8;
   static constexpr bool kCanFail = true;
 
-  // The high word of each lane in both 32-bit halves of its 64-bit half.
-  static __m128i HighWords(__m128d v) {
-    return _mm_shuffle_epi32(_mm_castpd_si128(v), _MM_SHUFFLE(3, 3, 1, 1));
-  }
-
-  // Lanes that stay: magnitudes whose high word lies in [0x3CA00001, 0x3FEFFFFF], so that
-  // 0 < w < 1; the others (up to about 2^-53, from 1 up, infinities and NaNs) are flagged. The
-  // unsigned compare of the high word plus 0xC35FFFFF with 0x034FFFFE, made signed by flipping
-  // the top bits of both sides; the set lanes are the ones at or below the limit, which spares
-  // an inversion of the compare.
-  static __m128i StayMask(__m128d a) {
-    const __m128i biased = _mm_add_epi32(HighWords(a), WholeBits32(0xC35FFFFFu ^ 0x80000000u));
-    return _mm_cmpgt_epi32(WholeBits32(0x034FFFFFu ^ 0x80000000u), biased);
-  }
-
-  static __m128d Magnitude(__m128d x) {
-    return _mm_and_pd(x, _mm_castsi128_pd(WholeBits64(0x7FFFFFFFFFFFFFFFull)));
-  }
+  // Lanes that leave the block: magnitudes whose high word lies outside
+  // [0x3CA00001, 0x3FEFFFFF], that is up to about 2^-53, from 1 up, infinities and NaNs. The
+  // others have 0 < w < 1. The test is the high word plus 0xC35FFFFF, above 0x034FFFFE as
+  // unsigned numbers.
+  static __m128i Leaves(__m128d a) { return HighOutside<0x3CA00001, 0x3FF00000>(a); }
 
   // The value of the pairs P(k) = (r(2k+1), r(2k+2)) of one row, as a polynomial in s = t^2 by
   // Horner's rule, with the pairs taken from the table as aligned 16-byte operands:
@@ -93,7 +73,7 @@ struct ErfInvDouble {
     // lanes.
     const __m128i wbits = _mm_castpd_si128(w);
     const __m128i key = _mm_srli_epi64(wbits, 50);
-    const __m128i row = _mm_and_si128(StayMask(a), _mm_sub_epi32(WholeBits32(4091), key));
+    const __m128i row = _mm_andnot_si128(Leaves(a), _mm_sub_epi32(WholeBits32(4091), key));
     const __m128i offset = _mm_mul_epu32(row, WholeBits32(sizeof(temErfInvTableDRow)));
     const char* base = reinterpret_cast<const char*>(temErfInvTableD);
     const double* r0 =
@@ -131,7 +111,7 @@ struct ErfInvDouble {
   }
 
   static int Flag(const Vec<T> (&in)[1]) {
-    return _mm_movemask_pd(_mm_castsi128_pd(StayMask(Magnitude(in[0].raw)))) ^ 3;
+    return _mm_movemask_pd(_mm_castsi128_pd(Leaves(Magnitude(in[0].raw))));
   }
   static int Settle(const Vec<T> (&)[1], Vec<T> (&)[1], int bits) { return bits; }
 
@@ -141,7 +121,7 @@ struct ErfInvDouble {
 
   static int Companion(const T (&in)[1], T (&out)[1]) {
     const double x = in[0];
-    const uint64_t bits = BitCast<uint64_t>(x);
+    const uint64_t bits = __builtin_bit_cast(uint64_t, x);
     if ((bits & 0x7FF0000000000000ull) == 0x7FF0000000000000ull) {
       if ((bits & 0x000FFFFFFFFFFFFFull) != 0) return out[0] = x + x, 0;
       return out[0] = InvalidNaN(x), TEM_STATUS_ERRDOM;
@@ -167,9 +147,9 @@ struct ErfInvDouble {
     const double g = z + c;
     const double gh = High(g);
     const double sum = l + (h - (gh - c)) + gh;
-    const uint64_t magnitude = (BitCast<uint64_t>(sum) & 0x7FFFFFFFFFFFFFFFull) -
-                               BitCast<uint64_t>(kSubnormalBias);
-    out[0] = BitCast<double>(magnitude | (bits & 0x8000000000000000ull));
+    const uint64_t magnitude = (__builtin_bit_cast(uint64_t, sum) & 0x7FFFFFFFFFFFFFFFull) -
+                               __builtin_bit_cast(uint64_t, kSubnormalBias);
+    out[0] = __builtin_bit_cast(double, magnitude | (bits & 0x8000000000000000ull));
     return 0;
   }
 };
@@ -247,7 +227,7 @@ struct ErfInvFloat {
 
   static int Companion(const T (&in)[1], T (&out)[1]) {
     const float x = in[0];
-    const uint32_t u = BitCast<uint32_t>(x) & 0x7FFFFFFF;
+    const uint32_t u = __builtin_bit_cast(uint32_t, x) & 0x7FFFFFFF;
     if (u == 0x3F800000) return out[0] = x / 0.0f, TEM_STATUS_SING;
     if (u > 0x3F800000 && u <= 0x7F800000) return out[0] = InvalidNaN(x), TEM_STATUS_ERRDOM;
     if (u > 0x7F800000) return out[0] = x + x, 0;

@@ -49,18 +49,25 @@ inline int NonFiniteLanes(Vec<float> x) {
 }
 inline int NonFiniteLanes(Vec<double> x) { return x.HighWordAbove(0x7FEFFFFF); }
 
-// Lane bits of a double register whose high word lies outside [lo, hi) as unsigned numbers
-// (negative lanes always do): an unsigned compare is a signed one after adding 0x80000000.
+// All ones in the lanes of a double register whose high word lies outside [lo, hi) as unsigned
+// numbers (negative lanes always do): an unsigned compare is a signed one after adding
+// 0x80000000.
+template <uint32_t kLo, uint32_t kHi>
+[[gnu::always_inline]] inline __m128i HighOutside(__m128d x) {
+  const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
+  const __m128i biased = _mm_add_epi32(high, WholeBits32(0x80000000u - kLo));
+  return _mm_cmpgt_epi32(biased, WholeBits32(kHi - kLo - 1 + 0x80000000u));
+}
+// Their lane bits.
 template <uint32_t kLo, uint32_t kHi>
 inline int FlagHighOutside(__m128d x) {
-  const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
-  const __m128i biased = _mm_add_epi32(high, _mm_set1_epi32(static_cast<int>(0x80000000u - kLo)));
-  const __m128i limit = _mm_set1_epi32(static_cast<int>(kHi - kLo - 1 + 0x80000000u));
-  return _mm_movemask_pd(_mm_castsi128_pd(_mm_cmpgt_epi32(biased, limit)));
+  return _mm_movemask_pd(_mm_castsi128_pd(HighOutside<kLo, kHi>(x)));
 }
 
 // |x| of both lanes.
-inline __m128d Magnitude(__m128d x) { return _mm_andnot_pd(_mm_set1_pd(-0.0), x); }
+inline __m128d Magnitude(__m128d x) {
+  return _mm_and_pd(x, _mm_castsi128_pd(WholeBits64(0x7FFFFFFFFFFFFFFFull)));
+}
 
 }  // namespace tem
 

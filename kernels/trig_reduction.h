@@ -54,9 +54,9 @@ struct Reduced {
 // excess comes out 0.
 template <int kRowBits>
 [[gnu::always_inline]] inline Reduced ReduceMedium(D x) {
-  static constexpr double kStep = kRefine<kRowBits>;
-  static constexpr S k{kK * kStep}, shifter{kShifter}, p1{kPiOver256Parts[0] / kStep},
-      p2{kPiOver256Parts[1] / kStep}, p3{kPiOver256Parts[2] / kStep};
+  static constexpr double kFiner = kRefine<kRowBits>;
+  static constexpr S k{kK * kFiner}, shifter{kShifter}, p1{kPiOver256Parts[0] / kFiner},
+      p2{kPiOver256Parts[1] / kFiner}, p3{kPiOver256Parts[2] / kFiner};
   const D t = x * k() + shifter();
   const D n = t - shifter();
   const D h = x - n * p1();

@@ -110,8 +110,7 @@ TEST(SpecialValues, FunctionsOfTwoInputs) {
       // InvSqrt(0) with status 2, Sqrt(-0) = -0.
       {"sd", "Powx", {{-4.0, -1.0, -0.25}, {-0.0, -1.0, -kInf, kSing}, {-0.0, 0.5, -0.0},
           {-1.0, 0.5, kNaN, kDom}, {16.0, -0.5, 0.25}, {0.0, -0.5, kInf, kSing}, {-0.0, 1.0, -0.0},
-           {-3.0, 2.0, 9.0}, {4.0, 1.5, 8.0}, {-4.0, 1.5, kNaN, kDom},
-          {-kInf, 1.5, kInf}}},
+          {-3.0, 2.0, 9.0}, {4.0, 1.5, 8.0}, {-4.0, 1.5, kNaN, kDom}, {-kInf, 1.5, kInf}}},
       {"s", "Powx", {{0x1p64, 2.0, kInf, kOver}}},
       {"d", "Powx", {{1e200, 2.0, kInf, kOver}}},
       // Fmod reports a zero divisor or an infinite dividend as a singularity, Remainder as a
