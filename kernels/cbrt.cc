@@ -23,11 +23,7 @@ inline int FlagNotNormal(D x) {
 // Lane bits of the float lanes whose magnitude is zero, subnormal, infinite or NaN.
 inline int FlagFloatNotNormal(F x) {
   const __m128i magnitude = _mm_and_si128(x.Image(), _mm_set1_epi32(0x7FFFFFFF));
-  const __m128i shifted = _mm_xor_si128(_mm_sub_epi32(magnitude, _mm_set1_epi32(0x00800000)),
-                                        _mm_set1_epi32(static_cast<int>(0x80000000u)));
-  const __m128i above =
-      _mm_cmpgt_epi32(shifted, _mm_set1_epi32(static_cast<int>(0x7EFFFFFFu ^ 0x80000000u)));
-  return _mm_movemask_ps(_mm_castsi128_ps(above));
+  return _mm_movemask_ps(_mm_castsi128_ps(Outside<0x00800000, 0x7F800000>(magnitude)));
 }
 
 // cbrt or 1/cbrt of four normal floats in single precision. E + 2 = 3q + j for the biased

@@ -21,13 +21,6 @@ namespace {
 static_assert(sizeof(temErfInvTableDRow) == 144 && offsetof(temErfInvTableDRow, r) == 8,
               "double rows keep their coefficient pairs on 16-byte boundaries");
 
-// Lanes of 32-bit integers whose value v, as unsigned, exceeds `limit`.
-inline __m128i UnsignedAbove(__m128i v, uint32_t limit) {
-  const __m128i flip = _mm_set1_epi32(static_cast<int>(0x80000000u));
-  return _mm_cmpgt_epi32(_mm_xor_si128(v, flip),
-                         _mm_set1_epi32(static_cast<int>(limit ^ 0x80000000u)));
-}
-
 // NaN with the invalid flag raised: (x - x) * infinity, for any x.
 template <class T>
 T InvalidNaN(T x) {
@@ -161,10 +154,7 @@ struct ErfInvFloat {
   static constexpr bool kCanFail = true;
 
   // Magnitudes outside [0x33800001, 0x3F7FFFFF]: up to 2^-24, from 1 up, infinities and NaNs.
-  static __m128i FlagMask(__m128i abits) {
-    return UnsignedAbove(_mm_add_epi32(abits, _mm_set1_epi32(static_cast<int>(0xCC7FFFFFu))),
-                         0x0BFFFFFE);
-  }
+  static __m128i FlagMask(__m128i abits) { return Outside<0x33800001, 0x3F800000>(abits); }
 
   [[gnu::always_inline]] static void Compute(const Vec<T> (&in)[1], Vec<T> (&out)[1]) {
     const __m128 x = in[0].raw;

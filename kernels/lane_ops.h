@@ -1,6 +1,6 @@
 // Lane operations of the bit-level kernels that Vec<T> leaves out: ordered and unordered
-// compares, the hardware maximum and minimum, and and-not, for both element types; range
-// flags and magnitudes of double registers.
+// compares, the hardware maximum and minimum, and and-not, for both element types; unsigned
+// range tests of 32-bit lanes and of the high words of doubles; magnitudes of double registers.
 #ifndef QOR_KERNELS_LANE_OPS_H_
 #define QOR_KERNELS_LANE_OPS_H_
 
@@ -49,14 +49,17 @@ inline int NonFiniteLanes(Vec<float> x) {
 }
 inline int NonFiniteLanes(Vec<double> x) { return x.HighWordAbove(0x7FEFFFFF); }
 
-// All ones in the lanes of a double register whose high word lies outside [lo, hi) as unsigned
-// numbers (negative lanes always do): an unsigned compare is a signed one after adding
-// 0x80000000.
+// All ones in the 32-bit lanes of v that lie outside [kLo, kHi) as unsigned numbers: v - kLo
+// above kHi - kLo - 1, an unsigned compare, is a signed one after adding 0x80000000.
+template <uint32_t kLo, uint32_t kHi>
+[[gnu::always_inline]] inline __m128i Outside(__m128i v) {
+  const __m128i biased = _mm_add_epi32(v, WholeBits32(0x80000000u - kLo));
+  return _mm_cmpgt_epi32(biased, WholeBits32(kHi - kLo - 1 + 0x80000000u));
+}
+// The same of the high words of a double register (negative lanes are always outside).
 template <uint32_t kLo, uint32_t kHi>
 [[gnu::always_inline]] inline __m128i HighOutside(__m128d x) {
-  const __m128i high = _mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1));
-  const __m128i biased = _mm_add_epi32(high, WholeBits32(0x80000000u - kLo));
-  return _mm_cmpgt_epi32(biased, WholeBits32(kHi - kLo - 1 + 0x80000000u));
+  return Outside<kLo, kHi>(_mm_shuffle_epi32(_mm_castpd_si128(x), _MM_SHUFFLE(3, 3, 1, 1)));
 }
 // Their lane bits.
 template <uint32_t kLo, uint32_t kHi>

@@ -10,6 +10,7 @@
 
 #include "frame/kernel_frame.h"
 #include "kernels/float_format.h"
+#include "kernels/lane_ops.h"
 
 namespace tem {
 namespace roots {
@@ -94,13 +95,10 @@ inline int FlagOutsideSeedRange(D x) {
   return _mm_movemask_pd(_mm_castsi128_pd(above));
 }
 
-// Lanes of a float register that are zero, negative, infinite or NaN: bits - 1 at or above
-// 0x7F7FFFFF as unsigned, a signed compare after flipping the top bit.
+// Lanes of a float register that are zero, negative, infinite or NaN: images outside
+// [1, 0x7F800000) as unsigned.
 inline int FlagFloatNotPositiveFinite(F x) {
-  const __m128i shifted = _mm_xor_si128(_mm_sub_epi32(x.Image(), _mm_set1_epi32(1)),
-                                        _mm_set1_epi32(static_cast<int>(0x80000000u)));
-  const __m128i above = _mm_cmpgt_epi32(shifted, _mm_set1_epi32(static_cast<int>(0x7F7FFFFEu ^ 0x80000000u)));
-  return _mm_movemask_ps(_mm_castsi128_ps(above));
+  return _mm_movemask_ps(_mm_castsi128_ps(Outside<1, 0x7F800000>(x.Image())));
 }
 
 // Square root of the values that need no formula: NaN quieted, +-0 and +inf themselves, a
